@@ -1,0 +1,168 @@
+#include "client/descriptor.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdlib>
+#include <iterator>
+#include <optional>
+#include <stdexcept>
+#include <vector>
+
+namespace Mardu::Sentel::Tavlo::Client {
+namespace {
+
+struct NamedEncoding
+{
+    std::string_view name;
+    Encoding encoding;
+};
+
+constexpr NamedEncoding encodings[] = {
+    {"Unsigned", Encoding::Unsigned},
+    {"Signed", Encoding::Signed},
+    {"Float", Encoding::Float},
+    {"RGB", Encoding::RGB},
+    {"RGBA", Encoding::RGBA},
+    {"BGR", Encoding::BGR},
+    {"BGRA", Encoding::BGRA},
+    {"Data", Encoding::Data},
+    {"Complex_Float", Encoding::ComplexFloat},
+    {"Complex_Float_Half_Even", Encoding::ComplexFloatHalfEven},
+    {"Complex_Float_Half_Odd", Encoding::ComplexFloatHalfOdd},
+    {"Float_Vector2D", Encoding::FloatVector2D},
+    {"Float_Vector3D", Encoding::FloatVector3D},
+    {"Float_Vector4D", Encoding::FloatVector4D},
+};
+
+constexpr std::int32_t greatestEncoding = 17;
+
+char LowerCase(char c) noexcept
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+bool EqualInAnyCase(std::string_view a, std::string_view b) noexcept
+{
+    return std::ranges::equal(a, b, {}, LowerCase, LowerCase);
+}
+
+std::string Quoted(std::string_view text)
+{
+    return "'" + std::string(text) + "'";
+}
+
+std::optional<std::int32_t> NumberIn(std::string_view text) noexcept
+{
+    std::int32_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size())
+        return std::nullopt;
+    return number;
+}
+
+std::int32_t ParseNumber(std::string_view name, std::string_view text)
+{
+    const std::optional<std::int32_t> number = NumberIn(text);
+    if (!number)
+        throw std::invalid_argument(std::string(name) + " must be a whole number of 32 bits, not " +
+                                    Quoted(text));
+    return *number;
+}
+
+std::int32_t ParseCount(std::string_view name, std::string_view text)
+{
+    const std::int32_t number = ParseNumber(name, text);
+    if (number < 1)
+        throw std::invalid_argument(std::string(name) + " must be at least 1, not " + Quoted(text));
+    return number;
+}
+
+Encoding ParseEncoding(std::string_view text)
+{
+    for (const NamedEncoding& known : encodings) {
+        if (EqualInAnyCase(known.name, text))
+            return known.encoding;
+    }
+    const std::optional<std::int32_t> number = NumberIn(text);
+    if (!number || *number < 0 || *number > greatestEncoding) {
+        std::string names;
+        for (const NamedEncoding& known : encodings)
+            names += (names.empty() ? "" : ", ") + std::string(known.name);
+        throw std::invalid_argument("ENCODING must be a number from 0 to " +
+                                    std::to_string(greatestEncoding) + " or one of " + names + ", not " +
+                                    Quoted(text));
+    }
+    return static_cast<Encoding>(*number);
+}
+
+std::vector<std::string_view> Fields(std::string_view text)
+{
+    std::vector<std::string_view> fields;
+    for (;;) {
+        const std::size_t comma = text.find(',');
+        fields.push_back(text.substr(0, comma));
+        if (comma == std::string_view::npos)
+            return fields;
+        text.remove_prefix(comma + 1);
+    }
+}
+
+} // namespace
+
+std::string EncodingText(Encoding encoding)
+{
+    const auto known = std::ranges::find(encodings, encoding, &NamedEncoding::encoding);
+    return known != std::end(encodings) ? std::string(known->name)
+                                        : std::to_string(static_cast<std::int32_t>(encoding));
+}
+
+Descriptor ParseDescriptor(std::string_view text)
+{
+    const std::vector<std::string_view> fields = Fields(text);
+    if (fields.size() != 7) {
+        throw std::invalid_argument("a descriptor is the seven values W,H,BITS,ENCODING,OFFSET,SX,SY, not " +
+                                    Quoted(text));
+    }
+    Descriptor descriptor;
+    descriptor.width = ParseCount("W", fields[0]);
+    descriptor.height = ParseCount("H", fields[1]);
+    descriptor.bits = ParseCount("BITS", fields[2]);
+    descriptor.encoding = ParseEncoding(fields[3]);
+    descriptor.offset = ParseNumber("OFFSET", fields[4]);
+    descriptor.strideX = ParseNumber("SX", fields[5]);
+    descriptor.strideY = ParseNumber("SY", fields[6]);
+    return descriptor;
+}
+
+std::string DescriptorText(const Descriptor& descriptor)
+{
+    std::string text;
+    for (const std::int32_t value : {descriptor.width, descriptor.height, descriptor.bits,
+                                     static_cast<std::int32_t>(descriptor.encoding), descriptor.offset,
+                                     descriptor.strideX, descriptor.strideY})
+        text += (text.empty() ? "" : ",") + std::to_string(value);
+    return text;
+}
+
+ByteRange BytesTouched(const Descriptor& descriptor, std::int64_t sampleSize) noexcept
+{
+    const std::int64_t dx = (std::int64_t{descriptor.width} - 1) * descriptor.strideX;
+    const std::int64_t dy = (std::int64_t{descriptor.height} - 1) * descriptor.strideY;
+    const std::int64_t first = descriptor.offset;
+    return {first + std::min<std::int64_t>(dx, 0) + std::min<std::int64_t>(dy, 0),
+            first + std::max<std::int64_t>(dx, 0) + std::max<std::int64_t>(dy, 0) + sampleSize};
+}
+
+std::int64_t ImageSize(const Descriptor& descriptor) noexcept
+{
+    if (descriptor.encoding == Encoding::Data)
+        return std::int64_t{descriptor.offset} + descriptor.bits;
+    // A channel interleaved with others counts with the whole pixel it lies in.
+    const std::int64_t pixel =
+        std::min(std::abs(std::int64_t{descriptor.strideX}), std::abs(std::int64_t{descriptor.strideY}));
+    const std::int64_t sample = (std::int64_t{descriptor.bits} + 7) / 8;
+    return BytesTouched(descriptor, std::max(sample, pixel)).end;
+}
+
+} // namespace Mardu::Sentel::Tavlo::Client

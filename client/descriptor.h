@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace Mardu::Sentel::Tavlo::Client {
+
+/// What a sample is, with the values of the library's encodings.
+enum class Encoding : std::int32_t
+{
+    Unsigned = 0,
+    Signed = 1,
+    Float = 2,
+    RGB = 3,
+    RGBA = 4,
+    BGR = 5,
+    Data = 8,
+    ComplexFloat = 10,
+    ComplexFloatHalfEven = 12,
+    BGRA = 13,
+    FloatVector2D = 14,
+    FloatVector3D = 15,
+    FloatVector4D = 16,
+    ComplexFloatHalfOdd = 17,
+};
+
+/// The geometry of a one-channel image. Offset and strides are bytes; strides may be
+/// negative.
+struct Descriptor
+{
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+    std::int32_t bits = 0;
+    Encoding encoding = Encoding::Data;
+    std::int32_t offset = 0;
+    std::int32_t strideX = 0;
+    std::int32_t strideY = 0;
+
+    friend bool operator==(const Descriptor&, const Descriptor&) = default;
+};
+
+/// The encoding's name as users write it; its number when it has none.
+std::string EncodingText(Encoding encoding);
+
+/// Reads "W,H,BITS,ENCODING,OFFSET,SX,SY", where ENCODING is a number or a name in any
+/// case. std::invalid_argument says which value is wrong and why.
+Descriptor ParseDescriptor(std::string_view text);
+
+/// The descriptor in the form that ParseDescriptor reads, all values as numbers.
+std::string DescriptorText(const Descriptor& descriptor);
+
+/// Bytes of an image's memory, counted from its byte 0; end is exclusive.
+struct ByteRange
+{
+    std::int64_t begin = 0;
+    std::int64_t end = 0;
+
+    friend bool operator==(const ByteRange&, const ByteRange&) = default;
+};
+
+/// The bytes that reading every sample of sampleSize bytes touches.
+ByteRange BytesTouched(const Descriptor& descriptor, std::int64_t sampleSize) noexcept;
+
+/// The size in bytes of the image's memory: the end of its furthest element.
+std::int64_t ImageSize(const Descriptor& descriptor) noexcept;
+
+} // namespace Mardu::Sentel::Tavlo::Client

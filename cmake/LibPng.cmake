@@ -1,0 +1,20 @@
+# libpng and zlib for the target, linked statically: libpng's sources from the cache
+# that tools/setup fills, or the packages of an MSYS2 installation.
+set(png_cache ${PROJECT_SOURCE_DIR}/build/cache/libpng)
+find_library(TAVLO_ZLIB NAMES libz.a REQUIRED)
+if(EXISTS ${png_cache}/complete)
+  foreach(part "" error get mem pread read rio rtran rutil set trans wio write wtran wutil)
+    list(APPEND png_sources ${png_cache}/png${part}.c)
+  endforeach()
+  add_library(tavlo_png STATIC EXCLUDE_FROM_ALL ${png_sources})
+  target_include_directories(tavlo_png SYSTEM PUBLIC ${png_cache} ${png_cache}/include)
+  # An error leaves libpng as a C++ exception.
+  target_compile_options(tavlo_png PRIVATE -w -fexceptions)
+  target_link_libraries(tavlo_png PUBLIC ${TAVLO_ZLIB})
+else()
+  find_path(TAVLO_PNG_INCLUDE png.h REQUIRED)
+  find_library(TAVLO_PNG NAMES libpng16.a REQUIRED)
+  add_library(tavlo_png INTERFACE)
+  target_include_directories(tavlo_png SYSTEM INTERFACE ${TAVLO_PNG_INCLUDE})
+  target_link_libraries(tavlo_png INTERFACE ${TAVLO_PNG} ${TAVLO_ZLIB})
+endif()
