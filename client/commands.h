@@ -1,0 +1,35 @@
+#pragma once
+
+#include "client/command_line.h"
+#include "client/descriptor.h"
+
+#include <memory>
+#include <string>
+
+namespace Mardu::Sentel::Tavlo::Client {
+
+Action SetUpPublish(CLI::App& options);
+Action SetUpExport(CLI::App& options);
+Action SetUpInfo(CLI::App& options);
+
+/// All commands, in the order of the help.
+inline constexpr Command commands[] = {
+    {"publish", "Share a picture as an image until Enter or the end of input", SetUpPublish},
+    {"export", "Write a shared image as a PNG picture", SetUpExport},
+    {"info", "Print a shared image's geometry, size and value range", SetUpInfo},
+};
+
+/// How the user names an existing image: its section and what lies in it.
+struct ImageOptions
+{
+    std::string section;
+    Descriptor descriptor;
+};
+
+/// Adds --section and --descriptor, both required, which fill target.
+void AddImageOptions(CLI::App& options, const std::shared_ptr<ImageOptions>& target);
+
+/// Writes UTF-8 to standard output at once.
+void Print(const std::string& text);
+
+} // namespace Mardu::Sentel::Tavlo::Client

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <windows.h>
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace Mardu::Sentel::Tavlo::Client {
+
+/// What ends a command: its text says what could not be done, the HRESULT in
+/// hexadecimal, the system's text for it, and more where more is known.
+class Failure : public std::runtime_error
+{
+public:
+    Failure(HRESULT result, std::string_view what, std::string_view description = {});
+
+    HRESULT Result() const noexcept { return m_result; }
+
+private:
+    HRESULT m_result;
+};
+
+/// Throws a Failure for a failed result, with the description that the thread's error
+/// object has. what continues "cannot ".
+void Check(HRESULT result, std::string_view what);
+
+/// Throws a Failure for the thread's last error. what continues "cannot ".
+[[noreturn]] void ThrowLastError(std::string_view what);
+
+/// Throws a Failure for a thread's error code.
+[[noreturn]] void ThrowError(DWORD error, std::string_view what, std::string_view description = {});
+
+} // namespace Mardu::Sentel::Tavlo::Client

@@ -1,0 +1,28 @@
+#include "client/commands.h"
+
+#include <CLI/CLI.hpp>
+
+#include <stdexcept>
+
+namespace Mardu::Sentel::Tavlo::Client {
+
+void AddImageOptions(CLI::App& options, const std::shared_ptr<ImageOptions>& target)
+{
+    options.add_option("--section", target->section, "Name of the section that holds the image's bytes")
+        ->required()
+        ->type_name("NAME");
+    const auto parse = [target](const std::string& text) {
+        try {
+            target->descriptor = ParseDescriptor(text);
+        } catch (const std::invalid_argument& error) {
+            throw CLI::ValidationError("--descriptor", error.what());
+        }
+    };
+    options
+        .add_option_function<std::string>("--descriptor", parse,
+                                          "Geometry of the image; ENCODING is a number or a name")
+        ->required()
+        ->type_name("W,H,BITS,ENCODING,OFFSET,SX,SY");
+}
+
+} // namespace Mardu::Sentel::Tavlo::Client

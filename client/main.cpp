@@ -1,0 +1,97 @@
+#include "client/commands.h"
+#include "client/failure.h"
+#include "client/text.h"
+
+#include <windows.h>
+
+#include <objbase.h>
+
+#include <fcntl.h>
+#include <io.h>
+
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <vector>
+
+namespace Mardu::Sentel::Tavlo::Client {
+
+void Print(const std::string& text)
+{
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0)
+        ThrowError(ERROR_WRITE_FAULT, "write to the standard output");
+}
+
+namespace {
+
+/// Lets the console show UTF-8 for as long as the program runs.
+class Utf8Console
+{
+public:
+    Utf8Console() : m_before(GetConsoleOutputCP())
+    {
+        SetConsoleOutputCP(CP_UTF8);
+        _setmode(_fileno(stdout), _O_BINARY);
+        _setmode(_fileno(stderr), _O_BINARY);
+    }
+    ~Utf8Console()
+    {
+        std::fflush(nullptr);
+        SetConsoleOutputCP(m_before);
+    }
+    Utf8Console(const Utf8Console&) = delete;
+    Utf8Console& operator=(const Utf8Console&) = delete;
+
+private:
+    UINT m_before;
+};
+
+/// The multithreaded apartment, where every image and accessor is at home.
+class Apartment
+{
+public:
+    Apartment() { Check(CoInitializeEx(nullptr, COINIT_MULTITHREADED), "start the component runtime"); }
+    ~Apartment() { CoUninitialize(); }
+    Apartment(const Apartment&) = delete;
+    Apartment& operator=(const Apartment&) = delete;
+};
+
+ExitCode Run(const Action& action)
+{
+    try {
+        const Apartment apartment;
+        action();
+        return Done;
+    } catch (const std::exception& failure) {
+        std::fprintf(stderr, "tavlo: %s\n", failure.what());
+        return Failed;
+    }
+}
+
+ExitCode Main(std::span<wchar_t*> arguments)
+{
+    std::vector<std::string> texts;
+    for (const wchar_t* argument : arguments) {
+        if (!IsUnicode(argument)) {
+            std::fprintf(stderr, "tavlo: the argument '%s' is not Unicode\n", Utf8(argument).c_str());
+            return WrongUsage;
+        }
+        texts.push_back(Utf8(argument));
+    }
+    const Invocation invocation = ReadCommandLine(texts, commands, TAVLO_VERSION);
+    if (invocation.action)
+        return Run(invocation.action);
+    std::fputs(invocation.errors.c_str(), stderr);
+    std::fputs(invocation.output.c_str(), stdout);
+    return invocation.exitCode;
+}
+
+} // namespace
+} // namespace Mardu::Sentel::Tavlo::Client
+
+int wmain(int count, wchar_t** arguments)
+{
+    const Mardu::Sentel::Tavlo::Client::Utf8Console console;
+    return Mardu::Sentel::Tavlo::Client::Main(
+        std::span(arguments, static_cast<std::size_t>(count)).subspan(1));
+}

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "client/handle.h"
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+namespace Mardu::Sentel::Tavlo::Client {
+
+/// A file that is there completely or not at all: it is written under another name
+/// beside its place, and takes the place of an existing file only in Commit.
+class OutputFile
+{
+public:
+    explicit OutputFile(std::wstring path);
+    ~OutputFile();
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    void Write(std::span<const std::uint8_t> bytes);
+    void Commit();
+
+private:
+    std::string Purpose() const;
+
+    std::wstring m_path;
+    std::wstring m_temporary; ///< empty once there is nothing to delete
+    Handle m_file;
+};
+
+} // namespace Mardu::Sentel::Tavlo::Client

@@ -1,0 +1,220 @@
+#include "client/picture_file.h"
+
+#include "client/failure.h"
+#include "client/rows.h"
+#include "client/text.h"
+
+#include <algorithm>
+#include <limits>
+#include <vector>
+
+namespace Mardu::Sentel::Tavlo::Client {
+namespace {
+
+using Microsoft::WRL::ComPtr;
+
+/// What becomes of a pixel format that has no palette.
+struct FormatRule
+{
+    const GUID& format;
+    Encoding encoding;
+    std::int32_t bits;
+    Conversion conversion;
+    int indexBits = 0; ///< for Conversion::GreyTable
+};
+
+const FormatRule formatRules[] = {
+    {GUID_WICPixelFormat8bppGray, Encoding::Unsigned, 8, Conversion::None},
+    {GUID_WICPixelFormat16bppGray, Encoding::Unsigned, 16, Conversion::None},
+    {GUID_WICPixelFormat32bppGrayFloat, Encoding::Float, 32, Conversion::None},
+    {GUID_WICPixelFormat24bppRGB, Encoding::RGB, 24, Conversion::None},
+    {GUID_WICPixelFormat24bppBGR, Encoding::BGR, 24, Conversion::None},
+    {GUID_WICPixelFormat32bppRGBA, Encoding::RGBA, 32, Conversion::None},
+    {GUID_WICPixelFormat32bppBGRA, Encoding::BGRA, 32, Conversion::None},
+    {GUID_WICPixelFormatBlackWhite, Encoding::Unsigned, 8, Conversion::GreyTable, 1},
+    {GUID_WICPixelFormat2bppGray, Encoding::Unsigned, 8, Conversion::GreyTable, 2},
+    {GUID_WICPixelFormat4bppGray, Encoding::Unsigned, 8, Conversion::GreyTable, 4},
+    {GUID_WICPixelFormat48bppRGB, Encoding::RGB, 24, Conversion::NarrowChannels},
+    {GUID_WICPixelFormat48bppBGR, Encoding::BGR, 24, Conversion::NarrowChannels},
+    {GUID_WICPixelFormat64bppRGBA, Encoding::RGBA, 32, Conversion::NarrowChannels},
+    {GUID_WICPixelFormat64bppBGRA, Encoding::BGRA, 32, Conversion::NarrowChannels},
+    {GUID_WICPixelFormat16bppBGR555, Encoding::BGR, 24, Conversion::Imaging},
+    {GUID_WICPixelFormat16bppBGR565, Encoding::BGR, 24, Conversion::Imaging},
+    {GUID_WICPixelFormat32bppBGR, Encoding::BGR, 24, Conversion::Imaging},
+    {GUID_WICPixelFormat32bppCMYK, Encoding::BGR, 24, Conversion::Imaging},
+    {GUID_WICPixelFormat16bppBGRA5551, Encoding::BGRA, 32, Conversion::Imaging},
+    {GUID_WICPixelFormat32bppPRGBA, Encoding::BGRA, 32, Conversion::Imaging},
+    {GUID_WICPixelFormat32bppPBGRA, Encoding::BGRA, 32, Conversion::Imaging},
+    {GUID_WICPixelFormat64bppPRGBA, Encoding::BGRA, 32, Conversion::Imaging},
+    {GUID_WICPixelFormat64bppPBGRA, Encoding::BGRA, 32, Conversion::Imaging},
+};
+
+/// The index bits of a format with a palette; 0 for any other format.
+UINT PaletteBits(const GUID& format) noexcept
+{
+    return format == GUID_WICPixelFormat1bppIndexed   ? 1
+           : format == GUID_WICPixelFormat2bppIndexed ? 2
+           : format == GUID_WICPixelFormat4bppIndexed ? 4
+           : format == GUID_WICPixelFormat8bppIndexed ? 8
+                                                      : 0;
+}
+
+bool IsGrey(WICColor colour) noexcept
+{
+    return (colour & 0xFF) == ((colour >> 8) & 0xFF) && (colour & 0xFF) == ((colour >> 16) & 0xFF);
+}
+
+bool IsOpaque(WICColor colour) noexcept
+{
+    return colour >> 24 == 0xFF;
+}
+
+} // namespace
+
+PictureFile::PictureFile(const std::wstring& path) : m_purpose("read picture '" + Utf8(path) + "'")
+{
+    Check(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&m_imaging)),
+          "create the imaging component");
+    ComPtr<IWICBitmapDecoder> decoder;
+    Check(m_imaging->CreateDecoderFromFilename(path.c_str(), nullptr, GENERIC_READ,
+                                               WICDecodeMetadataCacheOnDemand, &decoder),
+          m_purpose);
+    Check(decoder->GetFrame(0, &m_frame), m_purpose);
+
+    UINT width = 0;
+    UINT height = 0;
+    Check(m_frame->GetSize(&width, &height), m_purpose);
+    constexpr auto most = static_cast<UINT>(std::numeric_limits<std::int32_t>::max());
+    if (width < 1 || height < 1 || width > most || height > most)
+        throw Failure(WINCODEC_ERR_IMAGESIZEOUTOFRANGE, m_purpose);
+    m_descriptor.width = static_cast<std::int32_t>(width);
+    m_descriptor.height = static_cast<std::int32_t>(height);
+
+    WICPixelFormatGUID format;
+    Check(m_frame->GetPixelFormat(&format), m_purpose);
+    ChooseEncoding(format);
+}
+
+void PictureFile::ChooseEncoding(const GUID& format)
+{
+    if (const UINT indexBits = PaletteBits(format)) {
+        ChooseEncodingOfPalette(indexBits);
+        return;
+    }
+    const auto rule =
+        std::ranges::find_if(formatRules, [&](const FormatRule& known) { return known.format == format; });
+    if (rule == std::end(formatRules)) {
+        throw Failure(WINCODEC_ERR_UNSUPPORTEDPIXELFORMAT, m_purpose,
+                      "its pixels are neither grey of up to 16 bits, grey of 32-bit floats, nor colours of 8 "
+                      "or 16 bits a channel");
+    }
+    Describe(rule->encoding, rule->bits);
+    m_conversion = rule->conversion;
+    m_indexBits = rule->indexBits;
+    const int greatest = (1 << m_indexBits) - 1;
+    for (int index = 0; m_indexBits > 0 && index <= greatest; ++index)
+        m_greys[index] = static_cast<std::uint8_t>(index * 255 / greatest);
+}
+
+void PictureFile::ChooseEncodingOfPalette(UINT indexBits)
+{
+    ComPtr<IWICPalette> palette;
+    WICColor colours[256] = {};
+    UINT count = 0;
+    Check(m_imaging->CreatePalette(&palette), m_purpose);
+    Check(m_frame->CopyPalette(palette.Get()), m_purpose);
+    Check(palette->GetColors(static_cast<UINT>(std::size(colours)), colours, &count), m_purpose);
+    const std::span used(colours, std::min<std::size_t>(count, std::size(colours)));
+
+    const bool opaque = std::ranges::all_of(used, IsOpaque);
+    if (opaque && std::ranges::all_of(used, IsGrey)) {
+        Describe(Encoding::Unsigned, 8);
+        m_conversion = Conversion::GreyTable;
+        m_indexBits = static_cast<int>(indexBits);
+        std::ranges::transform(used, m_greys,
+                               [](WICColor colour) { return static_cast<std::uint8_t>(colour); });
+        return;
+    }
+    Describe(opaque ? Encoding::BGR : Encoding::BGRA, opaque ? 24 : 32);
+    m_conversion = Conversion::Imaging;
+}
+
+void PictureFile::Describe(Encoding encoding, std::int32_t bits)
+{
+    const std::int64_t sample = bits / 8;
+    // One pixel more where a row would be as long as a pixel: the factory's size rule
+    // tells rows from columns by the longer stride.
+    const std::int64_t row = std::max(m_descriptor.width, 2) * sample;
+    if (row * m_descriptor.height > std::numeric_limits<std::int32_t>::max())
+        throw Failure(WINCODEC_ERR_IMAGESIZEOUTOFRANGE, m_purpose, "an image has at most 2147483647 bytes");
+    m_descriptor.encoding = encoding;
+    m_descriptor.bits = bits;
+    m_descriptor.strideX = static_cast<std::int32_t>(sample);
+    m_descriptor.strideY = static_cast<std::int32_t>(row);
+    m_target = encoding == Encoding::BGR ? GUID_WICPixelFormat24bppBGR : GUID_WICPixelFormat32bppBGRA;
+}
+
+void PictureFile::CopyTo(std::span<std::uint8_t> memory) const
+{
+    switch (m_conversion) {
+    case Conversion::None:
+        CopyFrom(*m_frame.Get(), memory);
+        break;
+    case Conversion::GreyTable:
+        CopyGreys(memory);
+        break;
+    case Conversion::NarrowChannels:
+        CopyNarrowed(memory);
+        break;
+    case Conversion::Imaging: {
+        ComPtr<IWICFormatConverter> converter;
+        Check(m_imaging->CreateFormatConverter(&converter), m_purpose);
+        Check(converter->Initialize(m_frame.Get(), m_target, WICBitmapDitherTypeNone, nullptr, 0,
+                                    WICBitmapPaletteTypeCustom),
+              m_purpose);
+        CopyFrom(*converter.Get(), memory);
+        break;
+    }
+    }
+}
+
+void PictureFile::CopyFrom(IWICBitmapSource& source, std::span<std::uint8_t> memory) const
+{
+    Check(source.CopyPixels(nullptr, static_cast<UINT>(m_descriptor.strideY),
+                            static_cast<UINT>(memory.size()), memory.data()),
+          m_purpose);
+}
+
+void PictureFile::CopyGreys(std::span<std::uint8_t> memory) const
+{
+    const auto width = static_cast<std::size_t>(m_descriptor.width);
+    const auto height = static_cast<std::size_t>(m_descriptor.height);
+    const std::size_t packedRow = (width * static_cast<std::size_t>(m_indexBits) + 7) / 8;
+    std::vector<std::uint8_t> packed(packedRow * height);
+    Check(m_frame->CopyPixels(nullptr, static_cast<UINT>(packedRow), static_cast<UINT>(packed.size()),
+                              packed.data()),
+          m_purpose);
+    for (std::size_t y = 0; y < height; ++y) {
+        UnpackIndices(std::span(packed).subspan(y * packedRow, packedRow), m_indexBits, m_greys,
+                      memory.subspan(y * static_cast<std::size_t>(m_descriptor.strideY), width));
+    }
+}
+
+void PictureFile::CopyNarrowed(std::span<std::uint8_t> memory) const
+{
+    // Row by row, for a whole picture of wide channels may not fit where its image does.
+    const std::size_t channels =
+        static_cast<std::size_t>(m_descriptor.width) * static_cast<std::size_t>(m_descriptor.strideX);
+    std::vector<std::uint16_t> wide(channels);
+    const auto wideBytes = static_cast<UINT>(channels * sizeof(std::uint16_t));
+    for (std::int32_t y = 0; y < m_descriptor.height; ++y) {
+        const WICRect row{0, y, m_descriptor.width, 1};
+        Check(m_frame->CopyPixels(&row, wideBytes, wideBytes, reinterpret_cast<BYTE*>(wide.data())),
+              m_purpose);
+        NarrowChannels(
+            wide, memory.subspan(static_cast<std::size_t>(y) * static_cast<std::size_t>(m_descriptor.strideY),
+                                 channels));
+    }
+}
+
+} // namespace Mardu::Sentel::Tavlo::Client

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "client/descriptor.h"
+
+#include <windows.h>
+
+#include <wincodec.h>
+#include <wrl/client.h>
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+namespace Mardu::Sentel::Tavlo::Client {
+
+/// How the pixels of a picture file become those of an image.
+enum class Conversion
+{
+    None,           ///< they are the same
+    GreyTable,      ///< packed indices, each standing for a grey
+    NarrowChannels, ///< 16-bit channels become 8-bit ones
+    Imaging,        ///< the platform's converter
+};
+
+/// The first picture of a PNG, BMP, JPEG or TIFF file.
+class PictureFile
+{
+public:
+    /// Throws a Failure when the file has no picture that an image can hold.
+    explicit PictureFile(const std::wstring& path);
+
+    /// The geometry of the image that holds the picture: no bytes between samples, and
+    /// rows close together.
+    const Descriptor& Geometry() const noexcept { return m_descriptor; }
+
+    /// Decodes the picture into an image's memory, which has the geometry above.
+    void CopyTo(std::span<std::uint8_t> memory) const;
+
+private:
+    void ChooseEncoding(const GUID& format);
+    void ChooseEncodingOfPalette(UINT indexBits);
+    void Describe(Encoding encoding, std::int32_t bits);
+    void CopyFrom(IWICBitmapSource& source, std::span<std::uint8_t> memory) const;
+    void CopyGreys(std::span<std::uint8_t> memory) const;
+    void CopyNarrowed(std::span<std::uint8_t> memory) const;
+
+    std::string m_purpose; ///< what failures say could not be done
+    Microsoft::WRL::ComPtr<IWICImagingFactory> m_imaging;
+    Microsoft::WRL::ComPtr<IWICBitmapFrameDecode> m_frame;
+    Descriptor m_descriptor;
+    Conversion m_conversion = Conversion::None;
+    int m_indexBits = 0;            ///< for Conversion::GreyTable
+    std::uint8_t m_greys[256] = {}; ///< for Conversion::GreyTable
+    GUID m_target = GUID_NULL;      ///< for Conversion::Imaging
+};
+
+} // namespace Mardu::Sentel::Tavlo::Client

@@ -1,0 +1,106 @@
+#include "client/shared_image.h"
+
+#include "client/failure.h"
+#include "client/text.h"
+
+#include <oleauto.h>
+
+#include <memory>
+#include <new>
+
+namespace Mardu::Sentel::Tavlo::Client {
+namespace {
+
+static_assert(static_cast<int>(Encoding::Unsigned) == Tavlo_Unsigned);
+static_assert(static_cast<int>(Encoding::Signed) == Tavlo_Signed);
+static_assert(static_cast<int>(Encoding::Float) == Tavlo_Float);
+static_assert(static_cast<int>(Encoding::RGB) == Tavlo_RGB);
+static_assert(static_cast<int>(Encoding::RGBA) == Tavlo_RGBA);
+static_assert(static_cast<int>(Encoding::BGR) == Tavlo_BGR);
+static_assert(static_cast<int>(Encoding::Data) == Tavlo_Data);
+static_assert(static_cast<int>(Encoding::ComplexFloat) == Tavlo_Complex_Float);
+static_assert(static_cast<int>(Encoding::ComplexFloatHalfEven) == Tavlo_Complex_Float_Half_Even);
+static_assert(static_cast<int>(Encoding::BGRA) == Tavlo_BGRA);
+static_assert(static_cast<int>(Encoding::FloatVector2D) == Tavlo_Float_Vector2D);
+static_assert(static_cast<int>(Encoding::FloatVector3D) == Tavlo_Float_Vector3D);
+static_assert(static_cast<int>(Encoding::FloatVector4D) == Tavlo_Float_Vector4D);
+static_assert(static_cast<int>(Encoding::ComplexFloatHalfOdd) == Tavlo_Complex_Float_Half_Odd);
+
+struct StringFreer
+{
+    void operator()(wchar_t* text) const noexcept { SysFreeString(text); }
+};
+using String = std::unique_ptr<wchar_t, StringFreer>;
+
+String MakeString(std::wstring_view text)
+{
+    String string(SysAllocStringLen(text.data(), static_cast<UINT>(text.size())));
+    if (!string)
+        throw std::bad_alloc();
+    return string;
+}
+
+ComPtr<ITavloDescriptor2> MakeDescriptor(const Descriptor& descriptor)
+{
+    constexpr std::string_view purpose = "describe the image";
+    ComPtr<ITavloDescriptor2> object;
+    Check(CoCreateInstance(CLSID_TavloDescriptor2, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&object)),
+          purpose);
+    Check(object->put_Width(descriptor.width), purpose);
+    Check(object->put_Height(descriptor.height), purpose);
+    Check(object->put_Bits(descriptor.bits), purpose);
+    Check(object->put_Encoding(static_cast<TavloEncoding>(descriptor.encoding)), purpose);
+    Check(object->put_Offset(descriptor.offset), purpose);
+    Check(object->put_Stride_x(descriptor.strideX), purpose);
+    Check(object->put_Stride_y(descriptor.strideY), purpose);
+    return object;
+}
+
+/// The bytes from base on that can be read. A view is one region, as long as its
+/// section in whole pages.
+std::int64_t ReadableBytes(const void* base)
+{
+    MEMORY_BASIC_INFORMATION region;
+    if (VirtualQuery(base, &region, sizeof region) == 0)
+        ThrowLastError("find the size of the section");
+    const auto skipped =
+        static_cast<const std::uint8_t*>(base) - static_cast<const std::uint8_t*>(region.BaseAddress);
+    return region.State == MEM_COMMIT ? static_cast<std::int64_t>(region.RegionSize) - skipped : 0;
+}
+
+} // namespace
+
+ComPtr<ITavloFactory2> CreateFactory()
+{
+    ComPtr<ITavloFactory2> factory;
+    Check(CoCreateInstance(CLSID_TavloFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&factory)),
+          "create the image factory; is Tavlo.dll registered?");
+    return factory;
+}
+
+ComPtr<ITavlo2> Adopt(ITavloFactory2& factory, std::wstring_view section, const Descriptor& descriptor,
+                      TavloAccess access)
+{
+    const ComPtr<ITavloDescriptor2> geometry = MakeDescriptor(descriptor);
+    const String name = MakeString(section);
+    ComPtr<ITavlo2> image;
+    Check(factory.Adopt(name.get(), geometry.Get(), access, &image), "open section '" + Utf8(section) + "'");
+    return image;
+}
+
+Reader::Reader(ITavlo2& image, const Descriptor& descriptor, std::int64_t sampleSize)
+{
+    Check(image.GetReadAccess(nullptr, 1.0, &m_access), "read the image");
+    m_base = static_cast<const std::uint8_t*>(m_access->Ptr(0));
+
+    const ByteRange range = BytesTouched(descriptor, sampleSize);
+    const std::int64_t size = ReadableBytes(m_base);
+    if (range.begin < 0 || range.end > size) {
+        throw Failure(E_INVALIDARG, "read the image",
+                      "the descriptor needs the bytes " + std::to_string(range.begin) + " to " +
+                          std::to_string(range.end) + ", but the section has the bytes 0 to " +
+                          std::to_string(size));
+    }
+}
+
+} // namespace Mardu::Sentel::Tavlo::Client
