@@ -1,0 +1,26 @@
+#include "module/tavlo_module.h"
+
+#include "access/accessor.h"
+#include "image/tavlo_descriptor.h"
+#include "image/tavlo_descriptor2.h"
+#include "shared/tavlo.h"
+#include "shared/tavlo_factory.h"
+
+#include "TavloLib.h"
+
+namespace Mardu::Sentel::Tavlo {
+
+std::span<ClassEntry> ClassTable() noexcept
+{
+    static ClassEntry table[] = {
+        {&CLSID_ReadAccessor, 103, MakeInstance<CReadAccessor>},
+        {&CLSID_WriteAccessor, 104, MakeInstance<CWriteAccessor>},
+        {&CLSID_TavloDescriptor, 108, MakeInstance<CTavloDescriptor>},
+        {&CLSID_TavloDescriptor2, 110, MakeInstance<CTavloDescriptor2>},
+        {&CLSID_Tavlo, 102, MakeInstance<CTavlo>},
+        {&CLSID_TavloFactory, 107, MakeInstance<CTavloFactory>},
+    };
+    return table;
+}
+
+} // namespace Mardu::Sentel::Tavlo

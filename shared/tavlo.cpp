@@ -1,0 +1,212 @@
+#include "shared/tavlo.h"
+
+#include "access/accessor.h"
+#include "image/descriptor_conversion.h"
+#include "module/error.h"
+#include "shared/private_namespace.h"
+#include "shared/section.h"
+
+#include <cstring>
+#include <utility>
+
+namespace Mardu::Sentel::Tavlo {
+namespace {
+
+std::wstring TextOf(BSTR text)
+{
+    return {text, SysStringLen(text)};
+}
+
+UniqueHandle NotNull(UniqueHandle mapping)
+{
+    if (mapping == nullptr)
+        throw std::invalid_argument("An image needs a section");
+    return mapping;
+}
+
+} // namespace
+
+CTavlo::CTavlo(ImageLayout layout, std::wstring mapName, UniqueHandle mapping, ::TavloAccess access)
+    : mapName_(std::move(mapName)),
+      mapping_(NotNull(std::move(mapping))),
+      view_(MapWholeSection(mapping_.get())),
+      layout_(std::move(layout)),
+      access_(access)
+{
+}
+
+HRESULT CTavlo::get_Descriptor(ITavloDescriptor** ppIDescriptor)
+{
+    if (ppIDescriptor == nullptr)
+        return E_POINTER;
+    *ppIDescriptor = nullptr;
+    if (layout_.Channels.empty())
+        return E_UNEXPECTED;
+    return Guarded([&] { *ppIDescriptor = NewDescriptor(layout_).Detach(); });
+}
+
+HRESULT CTavlo::get_Descriptor(ITavloDescriptor2** ppIDescriptor)
+{
+    if (ppIDescriptor == nullptr)
+        return E_POINTER;
+    *ppIDescriptor = nullptr;
+    return Guarded([&] { *ppIDescriptor = NewDescriptor2(layout_).Detach(); });
+}
+
+HRESULT CTavlo::GetReadAccess(IReadAccessor** ppIReadAccessor)
+{
+    if (ppIReadAccessor == nullptr)
+        return E_POINTER;
+    *ppIReadAccessor = nullptr;
+    if (mapping_ == nullptr)
+        return E_PENDING;
+    return Guarded([&] {
+        const auto accessor = Make<CReadAccessor>();
+        accessor->Attach(this, mapName_, view_.get());
+        return accessor.CopyTo(ppIReadAccessor);
+    });
+}
+
+HRESULT CTavlo::GetReadAccess(RECT*, double, IReadAccessor** ppIReadAccessor)
+{
+    return GetReadAccess(ppIReadAccessor);
+}
+
+HRESULT CTavlo::GetWriteAccess(IWriteAccessor** ppIWriteAccessor)
+{
+    if (ppIWriteAccessor == nullptr)
+        return E_POINTER;
+    *ppIWriteAccessor = nullptr;
+    if (mapping_ == nullptr)
+        return E_PENDING;
+    if (access_ == Tavlo_ReadOnly)
+        return E_ACCESSDENIED;
+    // Checked against attached writers only: of two requests at once both may succeed.
+    if (access_ == Tavlo_SingleWriter && writers_ >= 1)
+        return E_ACCESSDENIED;
+    return Guarded([&] {
+        const auto accessor = Make<CWriteAccessor>();
+        accessor->Attach(this, mapName_, view_.get());
+        return accessor.CopyTo(ppIWriteAccessor);
+    });
+}
+
+HRESULT CTavlo::Clone(::TavloAccess access, ITavlo** ppITavlo)
+{
+    if (ppITavlo != nullptr)
+        *ppITavlo = nullptr;
+    return Guarded([&]() -> HRESULT {
+        const ComPtr<CTavlo> clone = NewClone(access);
+        if (ppITavlo == nullptr)
+            return E_POINTER;
+        return clone.CopyTo(ppITavlo);
+    });
+}
+
+HRESULT CTavlo::Clone(::TavloAccess access, ITavlo2** ppITavlo)
+{
+    if (ppITavlo != nullptr)
+        *ppITavlo = nullptr;
+    ComPtr<ITavlo> clone;
+    const HRESULT hr = Clone(access, clone.GetAddressOf());
+    if (FAILED(hr))
+        return hr;
+    return ppITavlo != nullptr ? clone.CopyTo(ppITavlo) : E_POINTER;
+}
+
+ComPtr<CTavlo> CTavlo::NewClone(::TavloAccess access)
+{
+    ComPtr<IReadAccessor> source;
+    CheckHResult(GetReadAccess(&source));
+    const ComPtr<CTavlo> clone = CreateImage(layout_, access == Tavlo_ReadOnly ? Tavlo_SingleWriter : access);
+    {
+        ComPtr<IWriteAccessor> target;
+        CheckHResult(clone->GetWriteAccess(&target));
+        std::memcpy(target->Ptr(0), source->Ptr(0), static_cast<size_t>(RawDataSize(layout_)));
+    }
+    // A writer that is never released makes the copy read-only for good.
+    if (access == Tavlo_ReadOnly)
+        CheckHResult(clone->AddWriter());
+    return clone;
+}
+
+HRESULT CTavlo::Subscribe(ITavloEvents*, EventMode)
+{
+    return E_NOTIMPL;
+}
+
+HRESULT CTavlo::Unsubscribe(ITavloEvents*)
+{
+    return E_NOTIMPL;
+}
+
+HRESULT CTavlo::Dispose()
+{
+    ITavloDisposalHook* hook = disposalHook_;
+    return hook != nullptr ? hook->Dispose() : S_OK;
+}
+
+HRESULT CTavlo::AddReader()
+{
+    ++readers_;
+    return S_OK;
+}
+
+HRESULT CTavlo::AddWriter()
+{
+    ++writers_;
+    return S_OK;
+}
+
+HRESULT CTavlo::ReleaseReader()
+{
+    --readers_;
+    return S_OK;
+}
+
+HRESULT CTavlo::ReleaseWriter()
+{
+    --writers_;
+    return S_OK;
+}
+
+HRESULT CTavlo::Invalidate(RECT*)
+{
+    properties_.Clear();
+    return S_OK;
+}
+
+HRESULT CTavlo::SetProperty(BSTR name, VARIANT value)
+{
+    return Guarded([&] { properties_.Set(TextOf(name), value); });
+}
+
+HRESULT CTavlo::GetProperty(BSTR name, VARIANT* value)
+{
+    if (value == nullptr)
+        return E_POINTER;
+    VariantInit(value);
+    return Guarded([&] { *value = properties_.Get(TextOf(name)); });
+}
+
+HRESULT CTavlo::SetDisposalHook(ULONG_PTR hook)
+{
+    disposalHook_ = reinterpret_cast<ITavloDisposalHook*>(hook);
+    return S_OK;
+}
+
+HRESULT CTavlo::GetPropertyNames(SAFEARRAY** names)
+{
+    if (names == nullptr)
+        return E_POINTER;
+    *names = nullptr;
+    return Guarded([&] { *names = properties_.Names(); });
+}
+
+ComPtr<CTavlo> CreateImage(const ImageLayout& layout, ::TavloAccess access)
+{
+    NewSection section = CreateSection(SectionNamePrefix(), RawDataSize(layout));
+    return Make<CTavlo>(layout, std::move(section.name), std::move(section.mapping), access);
+}
+
+} // namespace Mardu::Sentel::Tavlo
