@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+
+namespace Mardu::Sentel::Tavlo {
+
+/// A colour as 0xAABBGGRR: red in the lowest byte, which comes first in memory.
+using PackedColor = std::uint32_t;
+
+inline constexpr PackedColor opaqueBlack = 0xFF000000;
+inline constexpr PackedColor opaqueWhite = 0xFFFFFFFF;
+
+constexpr PackedColor OpaqueGrey(std::uint8_t value) noexcept
+{
+    return opaqueBlack + value * 0x010101u;
+}
+
+/// The colour ramp of the recoders that turn grey into colour.
+class recoder_to_color
+{
+public:
+    /// Each byte interpolated between the control points around a position; before the first
+    /// and after the last point, that point's colour.
+    PackedColor ColorAt(double position) const noexcept;
+
+    /// Adds a control point or replaces the colour of the one at exactly this position. False,
+    /// with nothing changed, for NaN, which is no position.
+    bool SetColor(double position, PackedColor color);
+
+    /// Back to black at 0 and white at 1.
+    void ResetColors();
+
+protected:
+    recoder_to_color() = default;
+    ~recoder_to_color() = default;
+
+private:
+    std::map<double, PackedColor> colorMap{{0.0, opaqueBlack}, {1.0, opaqueWhite}};
+};
+
+} // namespace Mardu::Sentel::Tavlo

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+namespace Mardu::Sentel::Tavlo {
+
+/// The low bits of an integer element that hold its value. Bits above them are ignored,
+/// so that no element reads outside a table.
+template <class S>
+class sample_field
+{
+    using Unsigned = std::make_unsigned_t<S>;
+
+public:
+    explicit constexpr sample_field(int bits) noexcept
+        : mask((std::uint32_t{1} << bits) - 1), sign(std::is_signed_v<S> ? std::uint32_t{1} << (bits - 1) : 0)
+    {
+    }
+
+    /// How many values the field has.
+    constexpr std::size_t Count() const noexcept { return std::size_t{mask} + 1; }
+
+    /// The position of the element's value among all values, from the smallest on.
+    constexpr std::size_t Index(S element) const noexcept
+    {
+        return (static_cast<Unsigned>(element) & mask) ^ sign;
+    }
+
+    constexpr S Value(S element) const noexcept
+    {
+        return static_cast<S>(static_cast<std::int32_t>(Index(element)) - static_cast<std::int32_t>(sign));
+    }
+
+private:
+    std::uint32_t mask;
+    std::uint32_t sign;
+};
+
+} // namespace Mardu::Sentel::Tavlo
