@@ -8,6 +8,7 @@ namespace Mardu::Sentel::Tavlo::Client {
 namespace {
 
 constexpr const char* program = "tavlo";
+constexpr const char* exitCodes = "Exit codes: 0 done, 1 failed, 2 wrong usage.";
 
 Invocation Refusal(const std::string& command, const std::string& reason)
 {
@@ -31,13 +32,13 @@ Invocation ReadCommandLine(const std::vector<std::string>& arguments, std::span<
     Configure(parser);
     parser.set_version_flag("--version", versionLine, "Print the version and exit");
     parser.require_subcommand(1);
-    parser.footer("Exit codes: 0 done, 1 failed, 2 wrong usage.\n"
-                  "'tavlo COMMAND --help' explains a command.");
+    parser.footer(exitCodes + std::string("\n'tavlo COMMAND --help' explains a command."));
 
     std::vector<std::pair<CLI::App*, Action>> actions;
     for (const Command& command : commands) {
         CLI::App* options = parser.add_subcommand(command.name, command.summary);
         Configure(*options);
+        options->footer(exitCodes);
         actions.emplace_back(options, command.setUp(*options));
     }
 

@@ -6,6 +6,10 @@
 #include <memory>
 #include <string>
 
+namespace CLI {
+class Validator;
+}
+
 namespace Mardu::Sentel::Tavlo::Client {
 
 Action SetUpPublish(CLI::App& options);
@@ -18,6 +22,9 @@ inline constexpr Command commands[] = {
     {"export", "Write a shared image as a PNG picture", SetUpExport},
     {"info", "Print a shared image's geometry, size and value range", SetUpInfo},
 };
+
+/// Accepts names that a section can have.
+CLI::Validator SectionName();
 
 /// How the user names an existing image: its section and what lies in it.
 struct ImageOptions

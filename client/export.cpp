@@ -48,10 +48,10 @@ Action SetUpExport(CLI::App& options)
     const auto target = std::make_shared<ExportOptions>();
     AddImageOptions(options, target);
     options
-        .add_option("picture", target->picture,
+        .add_option("OUT", target->picture,
                     "The PNG file to write; one that exists is replaced when all is well")
         ->required()
-        ->type_name("OUT.png")
+        ->type_name("")
         ->check(CLI::Validator(
             [](const std::string& name) {
                 return CLI::detail::to_lower(name).ends_with(".png") ? std::string()

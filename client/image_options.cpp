@@ -6,11 +6,20 @@
 
 namespace Mardu::Sentel::Tavlo::Client {
 
+CLI::Validator SectionName()
+{
+    const auto check = [](const std::string& name) {
+        return name.empty() ? std::string("a section's name must not be empty") : std::string();
+    };
+    return {check, ""};
+}
+
 void AddImageOptions(CLI::App& options, const std::shared_ptr<ImageOptions>& target)
 {
     options.add_option("--section", target->section, "Name of the section that holds the image's bytes")
         ->required()
-        ->type_name("NAME");
+        ->type_name("NAME")
+        ->check(SectionName());
     const auto parse = [target](const std::string& text) {
         try {
             target->descriptor = ParseDescriptor(text);

@@ -86,12 +86,13 @@ void Publish(const PublishOptions& options)
 Action SetUpPublish(CLI::App& options)
 {
     const auto target = std::make_shared<PublishOptions>();
-    options.add_option("picture", target->picture, "A PNG, BMP, JPEG or TIFF file")
+    options.add_option("PICTURE", target->picture, "A PNG, BMP, JPEG or TIFF file")
         ->required()
-        ->type_name("PICTURE");
+        ->type_name("");
     options.add_option("--section", target->section, "Name of the section to create for the image's bytes")
         ->required()
-        ->type_name("NAME");
+        ->type_name("NAME")
+        ->check(SectionName());
     static const std::map<std::string, TavloAccess> accesses = {
         {"read-only", Tavlo_ReadOnly},
         {"single-writer", Tavlo_SingleWriter},

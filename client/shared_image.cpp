@@ -73,8 +73,11 @@ std::int64_t ReadableBytes(const void* base)
 ComPtr<ITavloFactory2> CreateFactory()
 {
     ComPtr<ITavloFactory2> factory;
-    Check(CoCreateInstance(CLSID_TavloFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&factory)),
-          "create the image factory; is Tavlo.dll registered?");
+    const HRESULT result =
+        CoCreateInstance(CLSID_TavloFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&factory));
+    if (result == REGDB_E_CLASSNOTREG)
+        throw Failure(result, "create the image factory", "Tavlo.dll is not registered");
+    Check(result, "create the image factory");
     return factory;
 }
 
