@@ -36,7 +36,4 @@ struct ImageOptions
 /// Adds --section and --descriptor, both required, which fill target.
 void AddImageOptions(CLI::App& options, const std::shared_ptr<ImageOptions>& target);
 
-/// Writes UTF-8 to standard output at once.
-void Print(const std::string& text);
-
 } // namespace Mardu::Sentel::Tavlo::Client

@@ -1,4 +1,5 @@
 #include "client/commands.h"
+#include "client/print.h"
 #include "client/sample_type.h"
 #include "client/shared_image.h"
 #include "client/statistics.h"

@@ -11,17 +11,11 @@
 
 #include <cstdio>
 #include <exception>
+#include <span>
 #include <string>
 #include <vector>
 
 namespace Mardu::Sentel::Tavlo::Client {
-
-void Print(const std::string& text)
-{
-    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0)
-        ThrowError(ERROR_WRITE_FAULT, "write to the standard output");
-}
-
 namespace {
 
 /// Lets the console show UTF-8 for as long as the program runs.

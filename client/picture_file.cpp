@@ -1,10 +1,11 @@
 #include "client/picture_file.h"
 
 #include "client/failure.h"
-#include "client/rows.h"
 #include "client/text.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <limits>
 #include <vector>
 
@@ -20,7 +21,7 @@ struct FormatRule
     Encoding encoding;
     std::int32_t bits;
     Conversion conversion;
-    int indexBits = 0; ///< for Conversion::GreyTable
+    int indexBits = 0; ///< for Conversion::Table
 };
 
 const FormatRule formatRules[] = {
@@ -31,9 +32,9 @@ const FormatRule formatRules[] = {
     {GUID_WICPixelFormat24bppBGR, Encoding::BGR, 24, Conversion::None},
     {GUID_WICPixelFormat32bppRGBA, Encoding::RGBA, 32, Conversion::None},
     {GUID_WICPixelFormat32bppBGRA, Encoding::BGRA, 32, Conversion::None},
-    {GUID_WICPixelFormatBlackWhite, Encoding::Unsigned, 8, Conversion::GreyTable, 1},
-    {GUID_WICPixelFormat2bppGray, Encoding::Unsigned, 8, Conversion::GreyTable, 2},
-    {GUID_WICPixelFormat4bppGray, Encoding::Unsigned, 8, Conversion::GreyTable, 4},
+    {GUID_WICPixelFormatBlackWhite, Encoding::Unsigned, 8, Conversion::Table, 1},
+    {GUID_WICPixelFormat2bppGray, Encoding::Unsigned, 8, Conversion::Table, 2},
+    {GUID_WICPixelFormat4bppGray, Encoding::Unsigned, 8, Conversion::Table, 4},
     {GUID_WICPixelFormat48bppRGB, Encoding::RGB, 24, Conversion::NarrowChannels},
     {GUID_WICPixelFormat48bppBGR, Encoding::BGR, 24, Conversion::NarrowChannels},
     {GUID_WICPixelFormat64bppRGBA, Encoding::RGBA, 32, Conversion::NarrowChannels},
@@ -62,6 +63,12 @@ UINT PaletteBits(const GUID& format) noexcept
 bool IsGrey(WICColor colour) noexcept
 {
     return (colour & 0xFF) == ((colour >> 8) & 0xFF) && (colour & 0xFF) == ((colour >> 16) & 0xFF);
+}
+
+/// Blue, green, red and alpha; of a grey colour, any byte is the grey.
+std::array<std::uint8_t, 4> BytesOf(WICColor colour) noexcept
+{
+    return std::bit_cast<std::array<std::uint8_t, 4>>(colour);
 }
 
 bool IsOpaque(WICColor colour) noexcept
@@ -113,7 +120,7 @@ void PictureFile::ChooseEncoding(const GUID& format)
     m_indexBits = rule->indexBits;
     const int greatest = (1 << m_indexBits) - 1;
     for (int index = 0; m_indexBits > 0 && index <= greatest; ++index)
-        m_greys[index] = static_cast<std::uint8_t>(index * 255 / greatest);
+        m_table[static_cast<std::size_t>(index)] = {static_cast<std::uint8_t>(index * 255 / greatest)};
 }
 
 void PictureFile::ChooseEncodingOfPalette(UINT indexBits)
@@ -126,17 +133,14 @@ void PictureFile::ChooseEncodingOfPalette(UINT indexBits)
     Check(palette->GetColors(static_cast<UINT>(std::size(colours)), colours, &count), m_purpose);
     const std::span used(colours, std::min<std::size_t>(count, std::size(colours)));
 
+    m_conversion = Conversion::Table;
+    m_indexBits = static_cast<int>(indexBits);
+    std::ranges::transform(used, m_table.begin(), BytesOf);
     const bool opaque = std::ranges::all_of(used, IsOpaque);
-    if (opaque && std::ranges::all_of(used, IsGrey)) {
+    if (opaque && std::ranges::all_of(used, IsGrey))
         Describe(Encoding::Unsigned, 8);
-        m_conversion = Conversion::GreyTable;
-        m_indexBits = static_cast<int>(indexBits);
-        std::ranges::transform(used, m_greys,
-                               [](WICColor colour) { return static_cast<std::uint8_t>(colour); });
-        return;
-    }
-    Describe(opaque ? Encoding::BGR : Encoding::BGRA, opaque ? 24 : 32);
-    m_conversion = Conversion::Imaging;
+    else
+        Describe(opaque ? Encoding::BGR : Encoding::BGRA, opaque ? 24 : 32);
 }
 
 void PictureFile::Describe(Encoding encoding, std::int32_t bits)
@@ -160,8 +164,8 @@ void PictureFile::CopyTo(std::span<std::uint8_t> memory) const
     case Conversion::None:
         CopyFrom(*m_frame.Get(), memory);
         break;
-    case Conversion::GreyTable:
-        CopyGreys(memory);
+    case Conversion::Table:
+        CopyIndexed(memory);
         break;
     case Conversion::NarrowChannels:
         CopyNarrowed(memory);
@@ -185,18 +189,19 @@ void PictureFile::CopyFrom(IWICBitmapSource& source, std::span<std::uint8_t> mem
           m_purpose);
 }
 
-void PictureFile::CopyGreys(std::span<std::uint8_t> memory) const
+void PictureFile::CopyIndexed(std::span<std::uint8_t> memory) const
 {
     const auto width = static_cast<std::size_t>(m_descriptor.width);
     const auto height = static_cast<std::size_t>(m_descriptor.height);
+    const auto sample = static_cast<std::size_t>(m_descriptor.strideX);
     const std::size_t packedRow = (width * static_cast<std::size_t>(m_indexBits) + 7) / 8;
     std::vector<std::uint8_t> packed(packedRow * height);
     Check(m_frame->CopyPixels(nullptr, static_cast<UINT>(packedRow), static_cast<UINT>(packed.size()),
                               packed.data()),
           m_purpose);
     for (std::size_t y = 0; y < height; ++y) {
-        UnpackIndices(std::span(packed).subspan(y * packedRow, packedRow), m_indexBits, m_greys,
-                      memory.subspan(y * static_cast<std::size_t>(m_descriptor.strideY), width));
+        UnpackIndices(std::span(packed).subspan(y * packedRow, packedRow), m_indexBits, m_table, sample,
+                      memory.subspan(y * static_cast<std::size_t>(m_descriptor.strideY), width * sample));
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "client/descriptor.h"
+#include "client/rows.h"
 
 #include <windows.h>
 
@@ -17,7 +18,7 @@ namespace Mardu::Sentel::Tavlo::Client {
 enum class Conversion
 {
     None,           ///< they are the same
-    GreyTable,      ///< packed indices, each standing for a grey
+    Table,          ///< packed indices, each standing for a sample
     NarrowChannels, ///< 16-bit channels become 8-bit ones
     Imaging,        ///< the platform's converter
 };
@@ -41,7 +42,7 @@ private:
     void ChooseEncodingOfPalette(UINT indexBits);
     void Describe(Encoding encoding, std::int32_t bits);
     void CopyFrom(IWICBitmapSource& source, std::span<std::uint8_t> memory) const;
-    void CopyGreys(std::span<std::uint8_t> memory) const;
+    void CopyIndexed(std::span<std::uint8_t> memory) const;
     void CopyNarrowed(std::span<std::uint8_t> memory) const;
 
     std::string m_purpose; ///< what failures say could not be done
@@ -49,9 +50,9 @@ private:
     Microsoft::WRL::ComPtr<IWICBitmapFrameDecode> m_frame;
     Descriptor m_descriptor;
     Conversion m_conversion = Conversion::None;
-    int m_indexBits = 0;            ///< for Conversion::GreyTable
-    std::uint8_t m_greys[256] = {}; ///< for Conversion::GreyTable
-    GUID m_target = GUID_NULL;      ///< for Conversion::Imaging
+    int m_indexBits = 0;       ///< for Conversion::Table
+    SampleTable m_table = {};  ///< for Conversion::Table
+    GUID m_target = GUID_NULL; ///< for Conversion::Imaging
 };
 
 } // namespace Mardu::Sentel::Tavlo::Client

@@ -2,6 +2,7 @@
 #include "client/failure.h"
 #include "client/handle.h"
 #include "client/picture_file.h"
+#include "client/print.h"
 #include "client/shared_image.h"
 #include "client/text.h"
 

@@ -20,15 +20,15 @@ void CopyRow(const Descriptor& descriptor, const std::uint8_t* base, std::int32_
                     sampleSize);
 }
 
-void UnpackIndices(std::span<const std::uint8_t> packed, int indexBits,
-                   std::span<const std::uint8_t, 256> table, std::span<std::uint8_t> greys) noexcept
+void UnpackIndices(std::span<const std::uint8_t> packed, int indexBits, const SampleTable& table,
+                   std::size_t sampleSize, std::span<std::uint8_t> row) noexcept
 {
     const auto bits = static_cast<std::size_t>(indexBits);
     const unsigned mask = (1u << bits) - 1;
-    for (std::size_t x = 0; x < greys.size(); ++x) {
+    for (std::size_t x = 0; x * sampleSize < row.size(); ++x) {
         const std::size_t bit = x * bits;
         const std::size_t shift = 8 - bits - bit % 8;
-        greys[x] = table[(packed[bit / 8] >> shift) & mask];
+        std::memcpy(row.data() + x * sampleSize, table[(packed[bit / 8] >> shift) & mask].data(), sampleSize);
     }
 }
 

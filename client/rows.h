@@ -2,6 +2,8 @@
 
 #include "client/descriptor.h"
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
@@ -12,10 +14,15 @@ namespace Mardu::Sentel::Tavlo::Client {
 void CopyRow(const Descriptor& descriptor, const std::uint8_t* base, std::int32_t y,
              std::span<std::uint8_t> row) noexcept;
 
-/// Looks every index of a row of width indices, packed with indexBits (1, 2, 4 or 8) each
-/// and the leftmost one highest, up in the 256 greys of table.
-void UnpackIndices(std::span<const std::uint8_t> packed, int indexBits,
-                   std::span<const std::uint8_t, 256> table, std::span<std::uint8_t> greys) noexcept;
+/// The samples that the indices of a picture with a palette stand for; of each, the
+/// first bytes count.
+using SampleTable = std::array<std::array<std::uint8_t, 4>, 256>;
+
+/// Replaces every index of a row by its sample of sampleSize bytes. The indices are
+/// packed with indexBits (1, 2, 4 or 8) each, the leftmost one in the highest bits; row
+/// holds as many samples as there are indices.
+void UnpackIndices(std::span<const std::uint8_t> packed, int indexBits, const SampleTable& table,
+                   std::size_t sampleSize, std::span<std::uint8_t> row) noexcept;
 
 /// Scales 16-bit channels, first to last, to 8 bits and rounds to the nearest.
 void NarrowChannels(std::span<const std::uint16_t> wide, std::span<std::uint8_t> narrow) noexcept;
