@@ -57,7 +57,10 @@ public:
     }
 
     /// In the read accessor's table only; its interface does not expose it.
-    virtual HRESULT STDMETHODCALLTYPE Invalidate(RECT* pDirty) { return Traits::Invalidate(image_.Get(), pDirty); }
+    virtual HRESULT STDMETHODCALLTYPE Invalidate(RECT* pDirty)
+    {
+        return image_ != nullptr ? Traits::Invalidate(image_.Get(), pDirty) : E_UNEXPECTED;
+    }
 
 protected:
     ~CAccessorImpl() override

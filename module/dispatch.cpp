@@ -13,8 +13,6 @@
 namespace Mardu {
 namespace {
 
-using Microsoft::WRL::ComPtr;
-
 struct LessGuid
 {
     bool operator()(const GUID& a, const GUID& b) const noexcept { return std::memcmp(&a, &b, sizeof(GUID)) < 0; }

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "module/com_ptr.h"
+
 #include <oaidl.h>
 #include <windows.h>
-#include <wrl/client.h>
 
 namespace Mardu {
 
@@ -14,7 +15,7 @@ enum class TypeLibrary
 };
 
 /// The description of a dual interface, loaded on first use; throws on failure.
-Microsoft::WRL::ComPtr<ITypeInfo> TypeInfoOf(TypeLibrary library, REFIID iid);
+ComPtr<ITypeInfo> TypeInfoOf(TypeLibrary library, REFIID iid);
 
 /// Forgets all loaded descriptions.
 void ReleaseTypeInfos() noexcept;

@@ -1,11 +1,11 @@
 #include "module/error.h"
 
+#include "module/com_ptr.h"
 #include "module/exception_translator.h"
 #include "module/nullstream.h"
 
 #include <comdef.h>
 #include <oaidl.h>
-#include <wrl/client.h>
 
 #include <array>
 #include <cctype>
@@ -18,8 +18,6 @@
 
 namespace Mardu {
 namespace {
-
-using Microsoft::WRL::ComPtr;
 
 /// Each byte becomes one code unit, with its sign.
 std::wstring Widen(const char* text)
@@ -116,9 +114,7 @@ HResultException OfBadAlloc(const std::bad_alloc& error)
 
 HResultException OfComError(const _com_error& error)
 {
-    ComPtr<IErrorInfo> info;
-    info.Attach(error.ErrorInfo());
-    return WithTextsOf(error.Error(), info.Get());
+    return WithTextsOf(error.Error(), TakeReference(error.ErrorInfo()).Get());
 }
 
 HResultException OfHResultException(const HResultException& error)

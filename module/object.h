@@ -1,18 +1,16 @@
 #pragma once
 
+#include "module/com_ptr.h"
 #include "module/module_lock.h"
 
 #include <unknwn.h>
 #include <windows.h>
-#include <wrl/client.h>
 
 #include <atomic>
 #include <memory>
 #include <utility>
 
 namespace Mardu {
-
-using Microsoft::WRL::ComPtr;
 
 /// Counting and aggregation of a component object. The object's own IUnknown is apart
 /// from its interfaces: those delegate to the outer object, which is that own IUnknown
@@ -114,9 +112,7 @@ protected:
 template <class T, class... Arguments>
 ComPtr<T> Make(Arguments&&... arguments)
 {
-    ComPtr<T> object;
-    object.Attach(new T(std::forward<Arguments>(arguments)...));
-    return object;
+    return TakeReference(new T(std::forward<Arguments>(arguments)...));
 }
 
 /// A new object for a class factory: aggregated when there is an outer object. Returns
@@ -124,12 +120,10 @@ ComPtr<T> Make(Arguments&&... arguments)
 template <class T>
 ComPtr<IUnknown> MakeInstance(IUnknown* outer)
 {
-    ComPtr<IUnknown> inner;
     auto* object = new T;
-    inner.Attach(object->Inner());
     if (outer != nullptr)
         object->AggregateInto(outer);
-    return inner;
+    return TakeReference(object->Inner());
 }
 
 } // namespace Mardu

@@ -1,6 +1,6 @@
 #include "module/object_safety.h"
 
-#include <wrl/client.h>
+#include "module/com_ptr.h"
 
 namespace Mardu {
 namespace {
@@ -9,7 +9,7 @@ constexpr DWORD supportedOptions = INTERFACESAFE_FOR_UNTRUSTED_CALLER | INTERFAC
 
 HRESULT CheckInterface(IUnknown* object, REFIID iid)
 {
-    Microsoft::WRL::ComPtr<IUnknown> found;
+    ComPtr<IUnknown> found;
     return object->QueryInterface(iid, reinterpret_cast<void**>(found.GetAddressOf()));
 }
 

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "module/com_ptr.h"
+
 #include <windows.h>
-#include <wrl/client.h>
 
 #include <string>
 
@@ -26,7 +27,7 @@ public:
     void Unregister(const std::wstring& module, UINT script);
 
 private:
-    Microsoft::WRL::ComPtr<IRegistrar> registrar_;
+    ComPtr<IRegistrar> registrar_;
 };
 
 /// A value as it stands inside single quotes in a registry script.

@@ -1,11 +1,11 @@
 #include "module/type_library_registration.h"
 
+#include "module/com_ptr.h"
 #include "module/error.h"
 
 #include <oleauto.h>
 #include <windows.h>
 #include <winternl.h>
-#include <wrl/client.h>
 
 #include <array>
 #include <cwchar>
@@ -15,8 +15,6 @@
 
 namespace Mardu {
 namespace {
-
-using Microsoft::WRL::ComPtr;
 
 using RegisterTypeLibFunction = decltype(&RegisterTypeLib);
 using UnRegisterTypeLibFunction = decltype(&UnRegisterTypeLib);

@@ -1,0 +1,22 @@
+#include "tests/component/component_test.h"
+
+std::wstring TakeErrorDescription()
+{
+    ComPtr<IErrorInfo> info;
+    if (GetErrorInfo(0, &info) != S_OK)
+        return {};
+    BSTR description = nullptr;
+    info->GetDescription(&description);
+    const std::wstring text(description, SysStringLen(description));
+    SysFreeString(description);
+    return text;
+}
+
+int main(int argc, char** argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+    const int result = RUN_ALL_TESTS();
+    CoUninitialize();
+    return result;
+}
