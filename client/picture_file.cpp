@@ -155,14 +155,13 @@ void PictureFile::Describe(Encoding encoding, std::int32_t bits)
     m_descriptor.bits = bits;
     m_descriptor.strideX = static_cast<std::int32_t>(sample);
     m_descriptor.strideY = static_cast<std::int32_t>(row);
-    m_target = encoding == Encoding::BGR ? GUID_WICPixelFormat24bppBGR : GUID_WICPixelFormat32bppBGRA;
 }
 
 void PictureFile::CopyTo(std::span<std::uint8_t> memory) const
 {
     switch (m_conversion) {
     case Conversion::None:
-        CopyFrom(*m_frame.Get(), memory);
+        CopyAsTheyAre(*m_frame.Get(), memory);
         break;
     case Conversion::Table:
         CopyIndexed(memory);
@@ -170,55 +169,69 @@ void PictureFile::CopyTo(std::span<std::uint8_t> memory) const
     case Conversion::NarrowChannels:
         CopyNarrowed(memory);
         break;
-    case Conversion::Imaging: {
-        ComPtr<IWICFormatConverter> converter;
-        Check(m_imaging->CreateFormatConverter(&converter), m_purpose);
-        Check(converter->Initialize(m_frame.Get(), m_target, WICBitmapDitherTypeNone, nullptr, 0,
-                                    WICBitmapPaletteTypeCustom),
-              m_purpose);
-        CopyFrom(*converter.Get(), memory);
+    case Conversion::Imaging:
+        CopyConverted(memory);
         break;
-    }
     }
 }
 
-void PictureFile::CopyFrom(IWICBitmapSource& source, std::span<std::uint8_t> memory) const
+void PictureFile::CopyAsTheyAre(IWICBitmapSource& source, std::span<std::uint8_t> memory) const
 {
     Check(source.CopyPixels(nullptr, static_cast<UINT>(m_descriptor.strideY),
                             static_cast<UINT>(memory.size()), memory.data()),
           m_purpose);
 }
 
+std::span<std::uint8_t> PictureFile::RowOf(std::span<std::uint8_t> memory, std::int32_t y) const
+{
+    const auto width = static_cast<std::size_t>(m_descriptor.width);
+    return memory.subspan(static_cast<std::size_t>(y) * static_cast<std::size_t>(m_descriptor.strideY),
+                          width * static_cast<std::size_t>(m_descriptor.strideX));
+}
+
 void PictureFile::CopyIndexed(std::span<std::uint8_t> memory) const
 {
     const auto width = static_cast<std::size_t>(m_descriptor.width);
-    const auto height = static_cast<std::size_t>(m_descriptor.height);
-    const auto sample = static_cast<std::size_t>(m_descriptor.strideX);
-    const std::size_t packedRow = (width * static_cast<std::size_t>(m_indexBits) + 7) / 8;
-    std::vector<std::uint8_t> packed(packedRow * height);
-    Check(m_frame->CopyPixels(nullptr, static_cast<UINT>(packedRow), static_cast<UINT>(packed.size()),
-                              packed.data()),
-          m_purpose);
-    for (std::size_t y = 0; y < height; ++y) {
-        UnpackIndices(std::span(packed).subspan(y * packedRow, packedRow), m_indexBits, m_table, sample,
-                      memory.subspan(y * static_cast<std::size_t>(m_descriptor.strideY), width * sample));
+    std::vector<std::uint8_t> packed((width * static_cast<std::size_t>(m_indexBits) + 7) / 8);
+    const auto packedBytes = static_cast<UINT>(packed.size());
+    for (std::int32_t y = 0; y < m_descriptor.height; ++y) {
+        const WICRect row{0, y, m_descriptor.width, 1};
+        Check(m_frame->CopyPixels(&row, packedBytes, packedBytes, packed.data()), m_purpose);
+        UnpackIndices(packed, m_indexBits, m_table, static_cast<std::size_t>(m_descriptor.strideX),
+                      RowOf(memory, y));
     }
 }
 
 void PictureFile::CopyNarrowed(std::span<std::uint8_t> memory) const
 {
-    // Row by row, for a whole picture of wide channels may not fit where its image does.
-    const std::size_t channels =
-        static_cast<std::size_t>(m_descriptor.width) * static_cast<std::size_t>(m_descriptor.strideX);
-    std::vector<std::uint16_t> wide(channels);
-    const auto wideBytes = static_cast<UINT>(channels * sizeof(std::uint16_t));
+    std::vector<std::uint16_t> wide(RowOf(memory, 0).size());
+    const auto wideBytes = static_cast<UINT>(wide.size() * sizeof wide[0]);
     for (std::int32_t y = 0; y < m_descriptor.height; ++y) {
         const WICRect row{0, y, m_descriptor.width, 1};
         Check(m_frame->CopyPixels(&row, wideBytes, wideBytes, reinterpret_cast<BYTE*>(wide.data())),
               m_purpose);
-        NarrowChannels(
-            wide, memory.subspan(static_cast<std::size_t>(y) * static_cast<std::size_t>(m_descriptor.strideY),
-                                 channels));
+        NarrowChannels(wide, RowOf(memory, y));
+    }
+}
+
+void PictureFile::CopyConverted(std::span<std::uint8_t> memory) const
+{
+    // The one format that every format of colours can be converted to.
+    ComPtr<IWICFormatConverter> converter;
+    Check(m_imaging->CreateFormatConverter(&converter), m_purpose);
+    Check(converter->Initialize(m_frame.Get(), GUID_WICPixelFormat32bppBGRA, WICBitmapDitherTypeNone, nullptr,
+                                0, WICBitmapPaletteTypeCustom),
+          m_purpose);
+    if (m_descriptor.encoding == Encoding::BGRA) {
+        CopyAsTheyAre(*converter.Get(), memory);
+        return;
+    }
+    std::vector<std::uint8_t> withAlpha(static_cast<std::size_t>(m_descriptor.width) * 4);
+    const auto bytes = static_cast<UINT>(withAlpha.size());
+    for (std::int32_t y = 0; y < m_descriptor.height; ++y) {
+        const WICRect row{0, y, m_descriptor.width, 1};
+        Check(converter->CopyPixels(&row, bytes, bytes, withAlpha.data()), m_purpose);
+        CopyRow({m_descriptor.width, 1, 24, Encoding::BGR, 0, 4, 0}, withAlpha.data(), 0, RowOf(memory, y));
     }
 }
 

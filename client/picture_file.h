@@ -41,7 +41,9 @@ private:
     void ChooseEncoding(const GUID& format);
     void ChooseEncodingOfPalette(UINT indexBits);
     void Describe(Encoding encoding, std::int32_t bits);
-    void CopyFrom(IWICBitmapSource& source, std::span<std::uint8_t> memory) const;
+    void CopyAsTheyAre(IWICBitmapSource& source, std::span<std::uint8_t> memory) const;
+    std::span<std::uint8_t> RowOf(std::span<std::uint8_t> memory, std::int32_t y) const;
+    void CopyConverted(std::span<std::uint8_t> memory) const;
     void CopyIndexed(std::span<std::uint8_t> memory) const;
     void CopyNarrowed(std::span<std::uint8_t> memory) const;
 
@@ -50,9 +52,8 @@ private:
     Microsoft::WRL::ComPtr<IWICBitmapFrameDecode> m_frame;
     Descriptor m_descriptor;
     Conversion m_conversion = Conversion::None;
-    int m_indexBits = 0;       ///< for Conversion::Table
-    SampleTable m_table = {};  ///< for Conversion::Table
-    GUID m_target = GUID_NULL; ///< for Conversion::Imaging
+    int m_indexBits = 0;      ///< for Conversion::Table
+    SampleTable m_table = {}; ///< for Conversion::Table
 };
 
 } // namespace Mardu::Sentel::Tavlo::Client

@@ -255,6 +255,16 @@ class Inputs(ProgramTest):
         self.write("a.bmp", bmp(5, 4, 24, [values[i : i + 15] for i in range(0, 60, 15)]))
         self.assert_round_trip("a.bmp", [(24, RGB), (24, BGR)])
 
+    def test_bmp_of_32_bits_has_three_colours(self):
+        values = bytes(ramp(5 * 4 * 4, 8))
+        self.write("a.bmp", bmp(5, 4, 32, [values[i : i + 20] for i in range(0, 80, 20)]))
+        self.assert_round_trip("a.bmp", [(24, RGB), (24, BGR)])
+
+    def test_bmp_of_15_bits_has_three_colours(self):
+        self.write("a.bmp", bmp(2, 1, 16, [struct.pack("<HH", 0x7C00, 0x03FF)]))
+        with self.publish("a.bmp") as publisher:
+            self.assertEqual(list(self.export(publisher).samples), [255, 0, 0, 0, 255, 255])
+
     def test_bmp_with_a_grey_palette(self):
         palette = b"".join(bytes([v, v, v, 0]) for v in range(256))
         rows = [bytes(ramp(15, 8)[i : i + 5]) for i in (0, 5, 10)]
@@ -275,6 +285,11 @@ class Inputs(ProgramTest):
         self.write("a.tif", tiff(4, 3, 3, 8, bytes(values)))
         with self.publish("a.tif") as publisher:
             self.assert_same(pictures.Picture(4, 3, 3, 8, values), self.export(publisher))
+
+    def test_tiff_of_printing_inks_has_three_colours(self):
+        self.write("a.tif", tiff(2, 1, 4, 8, bytes([0, 0, 0, 0, 0, 0, 0, 255])))
+        with self.publish("a.tif") as publisher:
+            self.assertEqual(list(self.export(publisher).samples), [255, 255, 255, 0, 0, 0])
 
     def test_tiff_of_floats(self):
         self.write("a.tif", tiff(2, 2, 1, 32, struct.pack("<4f", 0, 0.5, 1, -2.5), sample_format=TIFF_FLOAT))

@@ -3,6 +3,7 @@
 import struct
 
 TIFF_UNSIGNED, TIFF_FLOAT = 1, 3
+PHOTOMETRIC = {1: 1, 3: 2, 4: 5}  # grey, red green blue, cyan magenta yellow black
 
 
 def ramp(count, bits):
@@ -27,7 +28,7 @@ def tiff(width, height, channels, bits, data, sample_format=TIFF_UNSIGNED):
         (257, long, 1, height),
         (258, short, channels, bits if channels == 1 else offset + len(data)),
         (259, short, 1, 1),
-        (262, short, 1, 1 if channels == 1 else 2),
+        (262, short, 1, PHOTOMETRIC[channels]),
         (273, long, 1, offset),
         (277, short, 1, channels),
         (278, long, 1, height),
