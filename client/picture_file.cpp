@@ -83,9 +83,11 @@ PictureFile::PictureFile(const std::wstring& path) : m_purpose("read picture '" 
     Check(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&m_imaging)),
           "create the imaging component");
     ComPtr<IWICBitmapDecoder> decoder;
-    Check(m_imaging->CreateDecoderFromFilename(path.c_str(), nullptr, GENERIC_READ,
-                                               WICDecodeMetadataCacheOnDemand, &decoder),
-          m_purpose);
+    const HRESULT opened = m_imaging->CreateDecoderFromFilename(path.c_str(), nullptr, GENERIC_READ,
+                                                                WICDecodeMetadataCacheOnDemand, &decoder);
+    if (opened == WINCODEC_ERR_COMPONENTNOTFOUND || opened == WINCODEC_ERR_UNKNOWNIMAGEFORMAT)
+        throw Failure(opened, m_purpose, "it is no picture of a known format");
+    Check(opened, m_purpose);
     Check(decoder->GetFrame(0, &m_frame), m_purpose);
 
     UINT width = 0;
