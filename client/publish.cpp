@@ -51,6 +51,12 @@ void Fill(ITavlo2& image, const PictureFile& picture, std::int32_t size)
     Check(access->Invalidate(nullptr), "report the image's change");
 }
 
+/// The name as one argument of a command line.
+std::string Quoted(const std::string& name)
+{
+    return name.find_first_of(" \t") == std::string::npos ? name : '"' + name + '"';
+}
+
 void WaitForEnterOrEndOfInput()
 {
     const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
@@ -78,7 +84,7 @@ void Publish(const PublishOptions& options)
     if (options.access != filling)
         image = Adopt(*factory.Get(), name, geometry, options.access);
 
-    Print("--section " + options.section + " --descriptor " + DescriptorText(geometry) + "\n");
+    Print("--section " + Quoted(options.section) + " --descriptor " + DescriptorText(geometry) + "\n");
     WaitForEnterOrEndOfInput();
 }
 
@@ -105,7 +111,7 @@ Action SetUpPublish(CLI::App& options)
             "--access", setAccess,
             "Who may write to the image: read-only, single-writer (the default) "
             "or multiple-writers")
-        ->check(CLI::IsMember({"read-only", "single-writer", "multiple-writers"}).description(""))
+        ->check(CLI::IsMember(accesses).description(""))
         ->type_name("ACCESS");
     return [target] { Publish(*target); };
 }

@@ -343,7 +343,7 @@ class Sharing(ProgramTest):
     def test_names_are_unicode(self):
         self.grey16("Größe 画像.png")
         with self.publish("Größe 画像.png", section=f"Größe Δ 画像 {uuid.uuid4()}") as publisher:
-            self.assertIn(f"--section {publisher.section} ", publisher.line)
+            self.assertIn(f'--section "{publisher.section}" --descriptor ', publisher.line)
             exported = self.export(publisher, name="Ergebnis é 結果.png")
             self.assert_same(pictures.read(self.path("Größe 画像.png")), exported)
 
