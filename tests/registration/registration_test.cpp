@@ -98,13 +98,14 @@ std::wstring RegisteredAppId(const RegistrySnapshot& classes)
                : std::wstring();
 }
 
-/// Takes the platform's own entries for a type library out of a snapshot.
-RegistrySnapshot TakeTypeLibraryKeys(RegistrySnapshot& keys)
+/// Takes out of a snapshot what the platform writes: the entries of a type library, and
+/// what it shows to 32-bit programs.
+RegistrySnapshot TakePlatformKeys(RegistrySnapshot& keys)
 {
     RegistrySnapshot taken;
     for (auto entry = keys.begin(); entry != keys.end();) {
-        const bool belongs = StartsWith(entry->first, LowerCase(L"TypeLib\\" + TextOf(LIBID_TavloLib))) ||
-                             StartsWith(entry->first, L"interface\\");
+        const bool belongs = StartsWith(entry->first, L"typelib") || StartsWith(entry->first, L"interface") ||
+                             StartsWith(entry->first, L"wow6432node");
         if (belongs)
             taken.insert(*entry);
         entry = belongs ? keys.erase(entry) : std::next(entry);
@@ -173,7 +174,7 @@ TEST(Registration, WritesAndRemovesExactlyItsEntries)
     ASSERT_EQ(RunRegsvr32(L""), 0u);
 
     RegistrySnapshot written = Added(before, TakeSnapshot(HKEY_LOCAL_MACHINE, classesPath));
-    const RegistrySnapshot typeLibrary = TakeTypeLibraryKeys(written);
+    const RegistrySnapshot typeLibrary = TakePlatformKeys(written);
     const std::wstring appId = RegisteredAppId(written);
     EXPECT_EQ(appId.size(), 38u);
     EXPECT_SAME_KEYS(ExpectedClassKeys(appId), written);
@@ -188,7 +189,7 @@ TEST(Registration, WritesAndRemovesExactlyItsEntries)
 
     ASSERT_EQ(RunRegsvr32(L""), 0u) << "a second time";
     RegistrySnapshot again = Added(before, TakeSnapshot(HKEY_LOCAL_MACHINE, classesPath));
-    TakeTypeLibraryKeys(again);
+    TakePlatformKeys(again);
     EXPECT_SAME_KEYS(written, again);
 
     ASSERT_EQ(RunRegsvr32(L"/u"), 0u);
@@ -257,8 +258,9 @@ TEST(Registration, GoesToTheUserWhereTheProcessRedirectsClassesThere)
     loaded->Release();
 
     RegistrySnapshot written = Added(userBefore, user);
-    const RegistrySnapshot typeLibrary = TakeTypeLibraryKeys(written);
-    EXPECT_SAME_KEYS(ExpectedClassKeys(RegisteredAppId(written)), Added({{L"", {}}, {L"appid", {}}, {L"clsid", {}}}, written));
+    const RegistrySnapshot typeLibrary = TakePlatformKeys(written);
+    const RegistrySnapshot parents = {{L"", {}}, {L"appid", {}}, {L"clsid", {}}};
+    EXPECT_SAME_KEYS(ExpectedClassKeys(RegisteredAppId(written)), Added(parents, written));
     EXPECT_EQ(typeLibrary.count(LowerCase(L"TypeLib\\" + TextOf(LIBID_TavloLib) + L"\\1.0")), 1u);
     EXPECT_SAME_KEYS(machineBefore, TakeSnapshot(HKEY_LOCAL_MACHINE, classesPath));
     CoUninitialize();

@@ -79,7 +79,7 @@ Check "channels", 3, many.Channels
 Dim factory, image, copy
 Set factory = CreateObject("Tavlo.TavloFactory")
 Check "size of a plane", 307200, factory.GetSizeFor(640, 480, 1, 640)
-Set image = factory.Create(twelve, 1)
+Set image = factory.Create(CreateObject("Tavlo.TavloDescriptor.2"), 1)
 Check "a size of 0 is refused", True, Err.Number <> 0
 Check "and described", "Creating the section failed: ", Left(Err.Description, 29)
 Err.Clear
