@@ -8,6 +8,7 @@ import sys
 
 here = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(here, "..", "tools"))
+sys.dont_write_bytecode = True
 import pictures
 
 SIZE = 512
