@@ -59,7 +59,9 @@ public:
     /// In the read accessor's table only; its interface does not expose it.
     virtual HRESULT STDMETHODCALLTYPE Invalidate(RECT* pDirty)
     {
-        return image_ != nullptr ? Traits::Invalidate(image_.Get(), pDirty) : E_UNEXPECTED;
+        // A handler may release this accessor's last reference.
+        const ComPtr<ITavloInternal> image = image_;
+        return image != nullptr ? Traits::Invalidate(image.Get(), pDirty) : E_UNEXPECTED;
     }
 
 protected:

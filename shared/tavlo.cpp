@@ -35,6 +35,11 @@ CTavlo::CTavlo(ImageLayout layout, std::wstring mapName, UniqueHandle mapping, :
 {
 }
 
+CTavlo::~CTavlo()
+{
+    Guarded([&] { subscriptions_.Stop(); });
+}
+
 HRESULT CTavlo::get_Descriptor(ITavloDescriptor** ppIDescriptor)
 {
     if (ppIDescriptor == nullptr)
@@ -130,14 +135,18 @@ ComPtr<CTavlo> CTavlo::NewClone(::TavloAccess access)
     return clone;
 }
 
-HRESULT CTavlo::Subscribe(ITavloEvents*, EventMode)
+HRESULT CTavlo::Subscribe(ITavloEvents* pIHandler, EventMode mode)
 {
-    return E_NOTIMPL;
+    if (pIHandler == nullptr)
+        return E_POINTER;
+    return Guarded([&] { subscriptions_.Subscribe(pIHandler, mode); });
 }
 
-HRESULT CTavlo::Unsubscribe(ITavloEvents*)
+HRESULT CTavlo::Unsubscribe(ITavloEvents* pIHandler)
 {
-    return E_NOTIMPL;
+    if (pIHandler == nullptr)
+        return S_OK;
+    return Guarded([&] { subscriptions_.Unsubscribe(pIHandler); });
 }
 
 HRESULT CTavlo::Dispose()
@@ -170,10 +179,15 @@ HRESULT CTavlo::ReleaseWriter()
     return S_OK;
 }
 
-HRESULT CTavlo::Invalidate(RECT*)
+HRESULT CTavlo::Invalidate(RECT* pDirty)
 {
-    properties_.Clear();
-    return S_OK;
+    // A handler may release the last outside reference.
+    const ComPtr<ITavloInternal> alive(this);
+    const RECT dirty = pDirty != nullptr ? *pDirty : RECT{0, 0, layout_.Width, layout_.Height};
+    return Guarded([&] {
+        properties_.Clear();
+        subscriptions_.Deliver(dirty);
+    });
 }
 
 HRESULT CTavlo::SetProperty(BSTR name, VARIANT value)

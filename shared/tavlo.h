@@ -8,6 +8,7 @@
 #include "module/object.h"
 #include "module/object_safety.h"
 #include "shared/property_bag.h"
+#include "shared/update_subscriptions.h"
 
 #include "TavloInternal.h"
 #include "TavloLib.h"
@@ -31,6 +32,9 @@ public:
     /// mapName is the name under which the section travels. Throws E_INVALIDARG for a null
     /// mapping and the platform's error for a failed view.
     CTavlo(ImageLayout layout, std::wstring mapName, UniqueHandle mapping, ::TavloAccess access);
+
+    /// Does not wait for handlers that are still running.
+    ~CTavlo() override;
 
     STDMETHODIMP get_Descriptor(ITavloDescriptor** ppIDescriptor) override;
     STDMETHODIMP GetReadAccess(IReadAccessor** ppIReadAccessor) override;
@@ -65,6 +69,7 @@ private:
     std::atomic<std::int32_t> readers_ = 0;
     std::atomic<std::int32_t> writers_ = 0;
     PropertyBag properties_;
+    UpdateSubscriptions subscriptions_;
     std::atomic<ITavloDisposalHook*> disposalHook_ = nullptr;
 };
 

@@ -1,0 +1,145 @@
+#include "events/tavlo_events_reflector.h"
+
+#include "module/error.h"
+#include "module/rectangle.h"
+
+#include <oleauto.h>
+
+namespace Mardu::Sentel::Tavlo {
+namespace {
+
+struct ConnectionPointPolicy
+{
+    static void Give(const ComPtr<IConnectionPoint>& point, IConnectionPoint*& slot) { point.CopyTo(&slot); }
+};
+
+using ConnectionPointEnumerator =
+    Enumerator<IEnumConnectionPoints, IConnectionPoint*, ComPtr<IConnectionPoint>, ConnectionPointPolicy>;
+
+constexpr DISPID onImageUpdateId = 1;
+
+void Invoke(IUnknown* sink, IDispatch* dirty)
+{
+    VARIANTARG argument;
+    VariantInit(&argument);
+    argument.vt = VT_DISPATCH;
+    argument.pdispVal = dirty;
+    DISPPARAMS parameters = {&argument, nullptr, 1, 0};
+    VARIANT result;
+    VariantInit(&result);
+    // The sink was stored as what its query for the dispinterface gave.
+    static_cast<IDispatch*>(sink)->Invoke(onImageUpdateId, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD,
+                                          &parameters, &result, nullptr, nullptr);
+    VariantClear(&result);
+}
+
+} // namespace
+
+template <class TDerived>
+void CProxy_ITavloEvents<TDerived>::FireOnImageUpdate(IDispatch* dirty)
+{
+    // One at a time, so that a sink that goes during the broadcast is not told any more.
+    const size_t slots = this->connections_.Size();
+    for (size_t slot = 0; slot < slots; ++slot) {
+        if (const ComPtr<IUnknown> sink = this->connections_.At(slot))
+            Invoke(sink.Get(), dirty);
+    }
+}
+
+CTavloEventsReflector::CTavloEventsReflector() : sink_(Make<CTavloEventSink>())
+{
+    sink_->SetObserver(this);
+}
+
+CTavloEventsReflector::~CTavloEventsReflector()
+{
+    sink_->SetObserver(nullptr);
+}
+
+HRESULT CTavloEventsReflector::Connect(ITavlo2* pITavlo)
+{
+    if (pITavlo == nullptr)
+        return E_INVALIDARG;
+    HRESULT hr = Disconnect();
+    if (FAILED(hr))
+        return hr;
+    hr = pITavlo->Subscribe(sink_.Get(), Tavlo_Asynchronous);
+    if (FAILED(hr))
+        return hr;
+    image_ = pITavlo;
+    return S_OK;
+}
+
+HRESULT CTavloEventsReflector::Disconnect()
+{
+    if (image_ == nullptr)
+        return S_OK;
+    const HRESULT hr = image_->Unsubscribe(sink_.Get());
+    if (SUCCEEDED(hr))
+        image_.Reset();
+    return hr;
+}
+
+HRESULT CTavloEventsReflector::EnumConnectionPoints(IEnumConnectionPoints** ppEnumerator)
+{
+    if (ppEnumerator == nullptr)
+        return E_POINTER;
+    *ppEnumerator = nullptr;
+    return Guarded([&] {
+        using Points = std::vector<ComPtr<IConnectionPoint>>;
+        auto points = std::make_shared<const Points>(Points{ComPtr<IConnectionPoint>(Point())});
+        return Make<ConnectionPointEnumerator>(std::move(points)).CopyTo(ppEnumerator);
+    });
+}
+
+HRESULT CTavloEventsReflector::FindConnectionPoint(REFIID iid, IConnectionPoint** ppPoint)
+{
+    if (ppPoint == nullptr)
+        return E_POINTER;
+    *ppPoint = nullptr;
+    if (!IsEqualIID(iid, DIID__ITavloEvents))
+        return CONNECT_E_NOCONNECTION;
+    *ppPoint = Point();
+    (*ppPoint)->AddRef();
+    return S_OK;
+}
+
+HRESULT CTavloEventsReflector::OnImageUpdate(ITavlo* image, RECT* dirty)
+{
+    // A client's handler may release the last outside reference.
+    const ComPtr<ITavloEventsReflector> alive(this);
+    return Guarded([&] {
+        RECT rect = {};
+        if (dirty != nullptr)
+            rect = *dirty;
+        else
+            CheckHResult(WholeImage(image, rect));
+        ComPtr<IRectangle> rectangle;
+        CheckHResult(Common::CreateRectangle(rect.left, rect.top, rect.right, rect.bottom, IID_IRectangle,
+                                             reinterpret_cast<void**>(rectangle.GetAddressOf())));
+        FireOnImageUpdate(rectangle.Get());
+    });
+}
+
+/// The rectangle of the whole image; images are told of as null, so the connected one is
+/// meant.
+HRESULT CTavloEventsReflector::WholeImage(ITavlo* image, RECT& whole) const
+{
+    ComPtr<ITavlo> updated(image);
+    if (updated == nullptr && image_ != nullptr)
+        CheckHResult(image_.As(&updated));
+    if (updated == nullptr)
+        return E_UNEXPECTED;
+    ComPtr<ITavloDescriptor> descriptor;
+    HRESULT hr = updated->get_Descriptor(&descriptor);
+    long width = 0;
+    long height = 0;
+    if (SUCCEEDED(hr))
+        hr = descriptor->get_Width(&width);
+    if (SUCCEEDED(hr))
+        hr = descriptor->get_Height(&height);
+    whole = {0, 0, width, height};
+    return hr;
+}
+
+} // namespace Mardu::Sentel::Tavlo
