@@ -28,7 +28,7 @@ RecodeResult Rewrite(const TavloDescriptorData& srcDescr, const std::uint8_t* sr
                      const TavloDescriptorData& dstDescr, std::uint8_t* dst, const PixelRect* srcRect,
                      const PixelPoint* dstPoint)
 {
-    return RewriteRegion(srcDescr, src, dstDescr, dst, RegionFor(srcDescr, srcRect, dstPoint));
+    return ResultOf(CopyRegion(srcDescr, src, dstDescr, dst, RegionFor(srcDescr, srcRect, dstPoint)));
 }
 
 RecodeResult Cast(const TavloDescriptorData& srcDescr, const std::uint8_t* src,

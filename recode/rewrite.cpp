@@ -117,10 +117,9 @@ CopyOutcome CopyRegion(const TavloDescriptorData& srcDescr, const std::uint8_t* 
                         empty ? 0 : static_cast<std::uint64_t>(rows.Length()));
 }
 
-RecodeResult RewriteRegion(const TavloDescriptorData& srcDescr, const std::uint8_t* src,
-                           const TavloDescriptorData& dstDescr, std::uint8_t* dst, const Region& region)
+RecodeResult ResultOf(CopyOutcome outcome)
 {
-    switch (CopyRegion(srcDescr, src, dstDescr, dst, region)) {
+    switch (outcome) {
     case CopyOutcome::done:
         return RecodeResult::done;
     case CopyOutcome::nullPointer:

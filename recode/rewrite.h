@@ -25,9 +25,8 @@ enum class CopyOutcome
 CopyOutcome CopyRegion(const TavloDescriptorData& srcDescr, const std::uint8_t* src,
                        const TavloDescriptorData& dstDescr, std::uint8_t* dst, const Region& region) noexcept;
 
-/// CopyRegion, with the refusals other than nullPointer thrown as std::invalid_argument or
-/// std::runtime_error with their texts.
-RecodeResult RewriteRegion(const TavloDescriptorData& srcDescr, const std::uint8_t* src,
-                           const TavloDescriptorData& dstDescr, std::uint8_t* dst, const Region& region);
+/// Done and nullPointer as they are; every other outcome is thrown as std::invalid_argument or
+/// std::runtime_error with its text.
+RecodeResult ResultOf(CopyOutcome outcome);
 
 } // namespace Mardu::Sentel::Tavlo

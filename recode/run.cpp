@@ -67,13 +67,24 @@ bool IsHighByteOfTarget(const recoder_base& recoder) noexcept
     return recoder.src.Bits == 16 && recoder.dst.Bits == 8 && recoder.src.Encoding == recoder.dst.Encoding;
 }
 
-/// Copies the second byte of every little-endian 16-bit pixel.
-RecodeResult CopyHighBytes(const recoder_base& recoder, const std::uint8_t* src, std::uint8_t* dst,
-                           const Region& region)
+/// Copies along the recoder's walk. A turned axis shows the copy its end as its beginning, which
+/// is not checked there; so the end that the caller gave is checked here.
+RecodeResult CopyTurned(const RecoderPlan& plan, const TavloDescriptorData& source, const std::uint8_t* src,
+                        std::uint8_t* dst, const Task& task)
 {
-    TavloDescriptorData bytes = recoder.src;
+    const Extents extents = CallersExtents(plan);
+    if (task.given.right > extents.sourceWidth || task.given.bottom > extents.sourceHeight)
+        return ResultOf(CopyOutcome::invalidRectangle);
+    return ResultOf(CopyRegion(source, src, plan.recoder->dst, dst, task.turned));
+}
+
+/// Copies the second byte of every little-endian 16-bit pixel.
+RecodeResult CopyHighBytes(const RecoderPlan& plan, const std::uint8_t* src, std::uint8_t* dst,
+                           const Task& task)
+{
+    TavloDescriptorData bytes = plan.recoder->src;
     bytes.Bits = 8;
-    return RewriteRegion(bytes, src + 1, recoder.dst, dst, region);
+    return CopyTurned(plan, bytes, src + 1, dst, task);
 }
 
 /// Left, top, x and y are not compared with 0: source and target may lie inside larger images.
@@ -137,9 +148,9 @@ RecodeResult RunRecoder(RecoderPlan& plan, const std::uint8_t* src, std::uint8_t
     const Task task(plan, rect, point);
     recoder_base& recoder = *plan.recoder;
     if (HasSamePixelType(recoder) && MayBeCopied(recoder))
-        return RewriteRegion(recoder.src, src, recoder.dst, dst, task.turned);
+        return CopyTurned(plan, recoder.src, src, dst, task);
     if (IsHighByteOfTarget(recoder) && MayBeCopied(recoder))
-        return CopyHighBytes(recoder, src, dst, task.turned);
+        return CopyHighBytes(plan, src, dst, task);
 
     return ConvertRegion(plan, src, dst, task, [&recoder](auto... block) {
         if (recoder.lutStale) {
@@ -158,7 +169,7 @@ RecodeResult RunCast(RecoderPlan& plan, const std::uint8_t* src, std::uint8_t* d
     const Task task(plan, rect, point);
     recoder_base& recoder = *plan.recoder;
     if (HasSamePixelType(recoder))
-        return RewriteRegion(recoder.src, src, recoder.dst, dst, task.turned);
+        return CopyTurned(plan, recoder.src, src, dst, task);
     return ConvertRegion(plan, src, dst, task, [&recoder](auto... block) { return recoder.Cast(block...); });
 }
 

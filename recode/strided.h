@@ -54,7 +54,8 @@ template <class S, class D, class Convert>
 void ConvertRow(const std::uint8_t* src, std::ptrdiff_t srcStride, std::uint8_t* dst,
                 std::ptrdiff_t dstStride, std::uint64_t width, const Convert& convert)
 {
-    const auto run = [=, &convert](auto srcStep, auto dstStep) {
+    // A copy of `convert` is a local that no store of a byte can change.
+    const auto run = [=](auto srcStep, auto dstStep) {
         for (std::ptrdiff_t x = 0; x < static_cast<std::ptrdiff_t>(width); ++x)
             StorePixel<D>(dst + x * dstStep, convert(LoadPixel<S>(src + x * srcStep)));
     };

@@ -382,6 +382,19 @@ TEST_F(Recoding, OfDifferentTypesRefusesRegionsOutsideSilently)
     EXPECT_EQ(Untouched(), 1600);
 }
 
+TEST_F(Recoding, OfEqualTypesReportsARectangleOutsideHoweverTheTargetLies)
+{
+    const PixelRect rects[] = {{5, 0, 11, 10}, {0, 5, 10, 11}};
+    for (std::int32_t bits : {8, 16})
+        for (const TavloDescriptorData& turned : TurnedSquares(8))
+            for (const PixelRect& rect : rects)
+                EXPECT_EQ(TextOf<std::invalid_argument>([&] {
+                              (void)Recode(Square(bits), source.data(), turned, target.data(), &rect);
+                          }),
+                          invalidRectangle);
+    EXPECT_EQ(Untouched(), 1600);
+}
+
 TEST_F(Casting, OfDifferentTypesRefusesRegionsOutsideSilently)
 {
     for (const TavloDescriptorData& turned : TurnedSquares(16))
