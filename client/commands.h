@@ -15,12 +15,14 @@ namespace Mardu::Sentel::Tavlo::Client {
 Action SetUpPublish(CLI::App& options);
 Action SetUpExport(CLI::App& options);
 Action SetUpInfo(CLI::App& options);
+Action SetUpRegisterCommon(CLI::App& options);
 
 /// All commands, in the order of the help.
 inline constexpr Command commands[] = {
     {"publish", "Share a picture as an image until Enter or the end of input", SetUpPublish},
     {"export", "Write a shared image as a PNG picture", SetUpExport},
     {"info", "Print a shared image's geometry, size and value range", SetUpInfo},
+    {"register-common", "Register the common type library, which events need", SetUpRegisterCommon},
 };
 
 /// Accepts names that a section can have.

@@ -51,7 +51,7 @@ std::string TakeDescription()
 } // namespace
 
 Failure::Failure(HRESULT result, std::string_view what, std::string_view description)
-    : std::runtime_error(Message(result, what, description)), m_result(result)
+    : std::runtime_error(Message(result, what, description)), result_(result)
 {
 }
 

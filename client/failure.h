@@ -15,10 +15,10 @@ class Failure : public std::runtime_error
 public:
     Failure(HRESULT result, std::string_view what, std::string_view description = {});
 
-    HRESULT Result() const noexcept { return m_result; }
+    HRESULT Result() const noexcept { return result_; }
 
 private:
-    HRESULT m_result;
+    HRESULT result_;
 };
 
 /// Throws a Failure for a failed result, with the description that the thread's error

@@ -22,7 +22,7 @@ namespace {
 class Utf8Console
 {
 public:
-    Utf8Console() : m_before(GetConsoleOutputCP())
+    Utf8Console() : before_(GetConsoleOutputCP())
     {
         SetConsoleOutputCP(CP_UTF8);
         _setmode(_fileno(stdout), _O_BINARY);
@@ -31,13 +31,13 @@ public:
     ~Utf8Console()
     {
         std::fflush(nullptr);
-        SetConsoleOutputCP(m_before);
+        SetConsoleOutputCP(before_);
     }
     Utf8Console(const Utf8Console&) = delete;
     Utf8Console& operator=(const Utf8Console&) = delete;
 
 private:
-    UINT m_before;
+    UINT before_;
 };
 
 /// The multithreaded apartment, where every image and accessor is at home.

@@ -24,9 +24,9 @@ public:
 private:
     std::string Purpose() const;
 
-    std::wstring m_path;
-    std::wstring m_temporary; ///< empty once there is nothing to delete
-    Handle m_file;
+    std::wstring path_;
+    std::wstring temporary_; ///< empty once there is nothing to delete
+    Handle file_;
 };
 
 } // namespace Mardu::Sentel::Tavlo::Client

@@ -78,29 +78,29 @@ bool IsOpaque(WICColor colour) noexcept
 
 } // namespace
 
-PictureFile::PictureFile(const std::wstring& path) : m_purpose("read picture '" + Utf8(path) + "'")
+PictureFile::PictureFile(const std::wstring& path) : purpose_("read picture '" + Utf8(path) + "'")
 {
-    Check(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&m_imaging)),
+    Check(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&imaging_)),
           "create the imaging component");
     ComPtr<IWICBitmapDecoder> decoder;
-    const HRESULT opened = m_imaging->CreateDecoderFromFilename(path.c_str(), nullptr, GENERIC_READ,
+    const HRESULT opened = imaging_->CreateDecoderFromFilename(path.c_str(), nullptr, GENERIC_READ,
                                                                 WICDecodeMetadataCacheOnDemand, &decoder);
     if (opened == WINCODEC_ERR_COMPONENTNOTFOUND || opened == WINCODEC_ERR_UNKNOWNIMAGEFORMAT)
-        throw Failure(opened, m_purpose, "it is no picture of a known format");
-    Check(opened, m_purpose);
-    Check(decoder->GetFrame(0, &m_frame), m_purpose);
+        throw Failure(opened, purpose_, "it is no picture of a known format");
+    Check(opened, purpose_);
+    Check(decoder->GetFrame(0, &frame_), purpose_);
 
     UINT width = 0;
     UINT height = 0;
-    Check(m_frame->GetSize(&width, &height), m_purpose);
+    Check(frame_->GetSize(&width, &height), purpose_);
     constexpr auto most = static_cast<UINT>(std::numeric_limits<std::int32_t>::max());
     if (width < 1 || height < 1 || width > most || height > most)
-        throw Failure(WINCODEC_ERR_IMAGESIZEOUTOFRANGE, m_purpose);
-    m_descriptor.width = static_cast<std::int32_t>(width);
-    m_descriptor.height = static_cast<std::int32_t>(height);
+        throw Failure(WINCODEC_ERR_IMAGESIZEOUTOFRANGE, purpose_);
+    descriptor_.width = static_cast<std::int32_t>(width);
+    descriptor_.height = static_cast<std::int32_t>(height);
 
     WICPixelFormatGUID format;
-    Check(m_frame->GetPixelFormat(&format), m_purpose);
+    Check(frame_->GetPixelFormat(&format), purpose_);
     ChooseEncoding(format);
 }
 
@@ -113,16 +113,16 @@ void PictureFile::ChooseEncoding(const GUID& format)
     const auto rule =
         std::ranges::find_if(formatRules, [&](const FormatRule& known) { return known.format == format; });
     if (rule == std::end(formatRules)) {
-        throw Failure(WINCODEC_ERR_UNSUPPORTEDPIXELFORMAT, m_purpose,
+        throw Failure(WINCODEC_ERR_UNSUPPORTEDPIXELFORMAT, purpose_,
                       "its pixels are neither grey of up to 16 bits, grey of 32-bit floats, nor colours of 8 "
                       "or 16 bits a channel");
     }
     Describe(rule->encoding, rule->bits);
-    m_conversion = rule->conversion;
-    m_indexBits = rule->indexBits;
-    const int greatest = (1 << m_indexBits) - 1;
-    for (int index = 0; m_indexBits > 0 && index <= greatest; ++index)
-        m_table[static_cast<std::size_t>(index)] = {static_cast<std::uint8_t>(index * 255 / greatest)};
+    conversion_ = rule->conversion;
+    indexBits_ = rule->indexBits;
+    const int greatest = (1 << indexBits_) - 1;
+    for (int index = 0; indexBits_ > 0 && index <= greatest; ++index)
+        table_[static_cast<std::size_t>(index)] = {static_cast<std::uint8_t>(index * 255 / greatest)};
 }
 
 void PictureFile::ChooseEncodingOfPalette(UINT indexBits)
@@ -130,14 +130,14 @@ void PictureFile::ChooseEncodingOfPalette(UINT indexBits)
     ComPtr<IWICPalette> palette;
     WICColor colours[256] = {};
     UINT count = 0;
-    Check(m_imaging->CreatePalette(&palette), m_purpose);
-    Check(m_frame->CopyPalette(palette.Get()), m_purpose);
-    Check(palette->GetColors(static_cast<UINT>(std::size(colours)), colours, &count), m_purpose);
+    Check(imaging_->CreatePalette(&palette), purpose_);
+    Check(frame_->CopyPalette(palette.Get()), purpose_);
+    Check(palette->GetColors(static_cast<UINT>(std::size(colours)), colours, &count), purpose_);
     const std::span used(colours, std::min<std::size_t>(count, std::size(colours)));
 
-    m_conversion = Conversion::Table;
-    m_indexBits = static_cast<int>(indexBits);
-    std::ranges::transform(used, m_table.begin(), BytesOf);
+    conversion_ = Conversion::Table;
+    indexBits_ = static_cast<int>(indexBits);
+    std::ranges::transform(used, table_.begin(), BytesOf);
     const bool opaque = std::ranges::all_of(used, IsOpaque);
     if (opaque && std::ranges::all_of(used, IsGrey))
         Describe(Encoding::Unsigned, 8);
@@ -150,20 +150,20 @@ void PictureFile::Describe(Encoding encoding, std::int32_t bits)
     const std::int64_t sample = bits / 8;
     // One pixel more where a row would be as long as a pixel: the factory's size rule
     // tells rows from columns by the longer stride.
-    const std::int64_t row = std::max(m_descriptor.width, 2) * sample;
-    if (row * m_descriptor.height > std::numeric_limits<std::int32_t>::max())
-        throw Failure(WINCODEC_ERR_IMAGESIZEOUTOFRANGE, m_purpose, "an image has at most 2147483647 bytes");
-    m_descriptor.encoding = encoding;
-    m_descriptor.bits = bits;
-    m_descriptor.strideX = static_cast<std::int32_t>(sample);
-    m_descriptor.strideY = static_cast<std::int32_t>(row);
+    const std::int64_t row = std::max(descriptor_.width, 2) * sample;
+    if (row * descriptor_.height > std::numeric_limits<std::int32_t>::max())
+        throw Failure(WINCODEC_ERR_IMAGESIZEOUTOFRANGE, purpose_, "an image has at most 2147483647 bytes");
+    descriptor_.encoding = encoding;
+    descriptor_.bits = bits;
+    descriptor_.strideX = static_cast<std::int32_t>(sample);
+    descriptor_.strideY = static_cast<std::int32_t>(row);
 }
 
 void PictureFile::CopyTo(std::span<std::uint8_t> memory) const
 {
-    switch (m_conversion) {
+    switch (conversion_) {
     case Conversion::None:
-        CopyAsTheyAre(*m_frame.Get(), memory);
+        CopyAsTheyAre(*frame_.Get(), memory);
         break;
     case Conversion::Table:
         CopyIndexed(memory);
@@ -179,27 +179,27 @@ void PictureFile::CopyTo(std::span<std::uint8_t> memory) const
 
 void PictureFile::CopyAsTheyAre(IWICBitmapSource& source, std::span<std::uint8_t> memory) const
 {
-    Check(source.CopyPixels(nullptr, static_cast<UINT>(m_descriptor.strideY),
+    Check(source.CopyPixels(nullptr, static_cast<UINT>(descriptor_.strideY),
                             static_cast<UINT>(memory.size()), memory.data()),
-          m_purpose);
+          purpose_);
 }
 
 std::span<std::uint8_t> PictureFile::RowOf(std::span<std::uint8_t> memory, std::int32_t y) const
 {
-    const auto width = static_cast<std::size_t>(m_descriptor.width);
-    return memory.subspan(static_cast<std::size_t>(y) * static_cast<std::size_t>(m_descriptor.strideY),
-                          width * static_cast<std::size_t>(m_descriptor.strideX));
+    const auto width = static_cast<std::size_t>(descriptor_.width);
+    return memory.subspan(static_cast<std::size_t>(y) * static_cast<std::size_t>(descriptor_.strideY),
+                          width * static_cast<std::size_t>(descriptor_.strideX));
 }
 
 void PictureFile::CopyIndexed(std::span<std::uint8_t> memory) const
 {
-    const auto width = static_cast<std::size_t>(m_descriptor.width);
-    std::vector<std::uint8_t> packed((width * static_cast<std::size_t>(m_indexBits) + 7) / 8);
+    const auto width = static_cast<std::size_t>(descriptor_.width);
+    std::vector<std::uint8_t> packed((width * static_cast<std::size_t>(indexBits_) + 7) / 8);
     const auto packedBytes = static_cast<UINT>(packed.size());
-    for (std::int32_t y = 0; y < m_descriptor.height; ++y) {
-        const WICRect row{0, y, m_descriptor.width, 1};
-        Check(m_frame->CopyPixels(&row, packedBytes, packedBytes, packed.data()), m_purpose);
-        UnpackIndices(packed, m_indexBits, m_table, static_cast<std::size_t>(m_descriptor.strideX),
+    for (std::int32_t y = 0; y < descriptor_.height; ++y) {
+        const WICRect row{0, y, descriptor_.width, 1};
+        Check(frame_->CopyPixels(&row, packedBytes, packedBytes, packed.data()), purpose_);
+        UnpackIndices(packed, indexBits_, table_, static_cast<std::size_t>(descriptor_.strideX),
                       RowOf(memory, y));
     }
 }
@@ -208,10 +208,10 @@ void PictureFile::CopyNarrowed(std::span<std::uint8_t> memory) const
 {
     std::vector<std::uint16_t> wide(RowOf(memory, 0).size());
     const auto wideBytes = static_cast<UINT>(wide.size() * sizeof wide[0]);
-    for (std::int32_t y = 0; y < m_descriptor.height; ++y) {
-        const WICRect row{0, y, m_descriptor.width, 1};
-        Check(m_frame->CopyPixels(&row, wideBytes, wideBytes, reinterpret_cast<BYTE*>(wide.data())),
-              m_purpose);
+    for (std::int32_t y = 0; y < descriptor_.height; ++y) {
+        const WICRect row{0, y, descriptor_.width, 1};
+        Check(frame_->CopyPixels(&row, wideBytes, wideBytes, reinterpret_cast<BYTE*>(wide.data())),
+              purpose_);
         NarrowChannels(wide, RowOf(memory, y));
     }
 }
@@ -220,20 +220,20 @@ void PictureFile::CopyConverted(std::span<std::uint8_t> memory) const
 {
     // The one format that every format of colours can be converted to.
     ComPtr<IWICFormatConverter> converter;
-    Check(m_imaging->CreateFormatConverter(&converter), m_purpose);
-    Check(converter->Initialize(m_frame.Get(), GUID_WICPixelFormat32bppBGRA, WICBitmapDitherTypeNone, nullptr,
+    Check(imaging_->CreateFormatConverter(&converter), purpose_);
+    Check(converter->Initialize(frame_.Get(), GUID_WICPixelFormat32bppBGRA, WICBitmapDitherTypeNone, nullptr,
                                 0, WICBitmapPaletteTypeCustom),
-          m_purpose);
-    if (m_descriptor.encoding == Encoding::BGRA) {
+          purpose_);
+    if (descriptor_.encoding == Encoding::BGRA) {
         CopyAsTheyAre(*converter.Get(), memory);
         return;
     }
-    std::vector<std::uint8_t> withAlpha(static_cast<std::size_t>(m_descriptor.width) * 4);
+    std::vector<std::uint8_t> withAlpha(static_cast<std::size_t>(descriptor_.width) * 4);
     const auto bytes = static_cast<UINT>(withAlpha.size());
-    for (std::int32_t y = 0; y < m_descriptor.height; ++y) {
-        const WICRect row{0, y, m_descriptor.width, 1};
-        Check(converter->CopyPixels(&row, bytes, bytes, withAlpha.data()), m_purpose);
-        CopyRow({m_descriptor.width, 1, 24, Encoding::BGR, 0, 4, 0}, withAlpha.data(), 0, RowOf(memory, y));
+    for (std::int32_t y = 0; y < descriptor_.height; ++y) {
+        const WICRect row{0, y, descriptor_.width, 1};
+        Check(converter->CopyPixels(&row, bytes, bytes, withAlpha.data()), purpose_);
+        CopyRow({descriptor_.width, 1, 24, Encoding::BGR, 0, 4, 0}, withAlpha.data(), 0, RowOf(memory, y));
     }
 }
 

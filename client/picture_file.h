@@ -32,7 +32,7 @@ public:
 
     /// The geometry of the image that holds the picture: no bytes between samples, and
     /// rows close together.
-    const Descriptor& Geometry() const noexcept { return m_descriptor; }
+    const Descriptor& Geometry() const noexcept { return descriptor_; }
 
     /// Decodes the picture into an image's memory, which has the geometry above.
     void CopyTo(std::span<std::uint8_t> memory) const;
@@ -47,13 +47,13 @@ private:
     void CopyIndexed(std::span<std::uint8_t> memory) const;
     void CopyNarrowed(std::span<std::uint8_t> memory) const;
 
-    std::string m_purpose; ///< what failures say could not be done
-    Microsoft::WRL::ComPtr<IWICImagingFactory> m_imaging;
-    Microsoft::WRL::ComPtr<IWICBitmapFrameDecode> m_frame;
-    Descriptor m_descriptor;
-    Conversion m_conversion = Conversion::None;
-    int m_indexBits = 0;      ///< for Conversion::Table
-    SampleTable m_table = {}; ///< for Conversion::Table
+    std::string purpose_; ///< what failures say could not be done
+    Microsoft::WRL::ComPtr<IWICImagingFactory> imaging_;
+    Microsoft::WRL::ComPtr<IWICBitmapFrameDecode> frame_;
+    Descriptor descriptor_;
+    Conversion conversion_ = Conversion::None;
+    int indexBits_ = 0;      ///< for Conversion::Table
+    SampleTable table_ = {}; ///< for Conversion::Table
 };
 
 } // namespace Mardu::Sentel::Tavlo::Client

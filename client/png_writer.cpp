@@ -36,24 +36,24 @@ class Writer
 public:
     explicit Writer(const Sink& sink)
     {
-        m_png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, Fail, Ignore);
-        m_info = m_png ? png_create_info_struct(m_png) : nullptr;
-        if (!m_info) {
-            png_destroy_write_struct(&m_png, nullptr);
+        png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, Fail, Ignore);
+        info_ = png_ ? png_create_info_struct(png_) : nullptr;
+        if (!info_) {
+            png_destroy_write_struct(&png_, nullptr);
             throw std::bad_alloc();
         }
-        png_set_write_fn(m_png, const_cast<Sink*>(&sink), Put, Flush);
+        png_set_write_fn(png_, const_cast<Sink*>(&sink), Put, Flush);
     }
-    ~Writer() { png_destroy_write_struct(&m_png, &m_info); }
+    ~Writer() { png_destroy_write_struct(&png_, &info_); }
     Writer(const Writer&) = delete;
     Writer& operator=(const Writer&) = delete;
 
-    png_structp Png() const noexcept { return m_png; }
-    png_infop Info() const noexcept { return m_info; }
+    png_structp Png() const noexcept { return png_; }
+    png_infop Info() const noexcept { return info_; }
 
 private:
-    png_structp m_png = nullptr;
-    png_infop m_info = nullptr;
+    png_structp png_ = nullptr;
+    png_infop info_ = nullptr;
 };
 
 int ColourType(const PngFormat& format) noexcept

@@ -93,11 +93,11 @@ ComPtr<ITavlo2> Adopt(ITavloFactory2& factory, std::wstring_view section, const 
 
 Reader::Reader(ITavlo2& image, const Descriptor& descriptor, std::int64_t sampleSize)
 {
-    Check(image.GetReadAccess(nullptr, 1.0, &m_access), "read the image");
-    m_base = static_cast<const std::uint8_t*>(m_access->Ptr(0));
+    Check(image.GetReadAccess(nullptr, 1.0, &access_), "read the image");
+    base_ = static_cast<const std::uint8_t*>(access_->Ptr(0));
 
     const ByteRange range = BytesTouched(descriptor, sampleSize);
-    const std::int64_t size = ReadableBytes(m_base);
+    const std::int64_t size = ReadableBytes(base_);
     if (range.begin < 0 || range.end > size) {
         throw Failure(E_INVALIDARG, "read the image",
                       "the descriptor needs the bytes " + std::to_string(range.begin) + " to " +

@@ -29,11 +29,11 @@ public:
     Reader(ITavlo2& image, const Descriptor& descriptor, std::int64_t sampleSize);
 
     /// Byte 0 of the image's memory.
-    const std::uint8_t* Base() const noexcept { return m_base; }
+    const std::uint8_t* Base() const noexcept { return base_; }
 
 private:
-    ComPtr<IReadAccessor> m_access;
-    const std::uint8_t* m_base;
+    ComPtr<IReadAccessor> access_;
+    const std::uint8_t* base_;
 };
 
 } // namespace Mardu::Sentel::Tavlo::Client

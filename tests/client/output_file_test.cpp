@@ -17,14 +17,14 @@ class OutputFileTest : public testing::Test
 {
 protected:
     OutputFileTest()
-        : m_folder(std::filesystem::temp_directory_path() /
+        : folder_(std::filesystem::temp_directory_path() /
                    (L"tavlo-output-" + std::to_wstring(GetCurrentProcessId())))
     {
-        std::filesystem::create_directory(m_folder);
+        std::filesystem::create_directory(folder_);
     }
-    ~OutputFileTest() override { std::filesystem::remove_all(m_folder); }
+    ~OutputFileTest() override { std::filesystem::remove_all(folder_); }
 
-    std::filesystem::path Path() const { return m_folder / L"größe.png"; }
+    std::filesystem::path Path() const { return folder_ / L"größe.png"; }
 
     std::string Content() const
     {
@@ -32,10 +32,10 @@ protected:
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
-    std::ptrdiff_t Files() const { return std::distance(std::filesystem::directory_iterator(m_folder), {}); }
+    std::ptrdiff_t Files() const { return std::distance(std::filesystem::directory_iterator(folder_), {}); }
 
 private:
-    std::filesystem::path m_folder;
+    std::filesystem::path folder_;
 };
 
 TEST_F(OutputFileTest, ReplacesAnExistingFileInCommit)
