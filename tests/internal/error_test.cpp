@@ -1,6 +1,7 @@
 #include "module/error.h"
 
 #include "module/exception_translator.h"
+#include "module/handle.h"
 #include "replaced_import.h"
 
 #include <comdef.h>
@@ -13,7 +14,6 @@
 #include <any>
 #include <array>
 #include <atomic>
-#include <barrier>
 #include <cctype>
 #include <functional>
 #include <new>
@@ -160,6 +160,21 @@ private:
 HRESULT Translated(const std::function<void()>& raise)
 {
     return Guarded([&] { raise(); });
+}
+
+/// Runs a function on so many threads at once, each with its number.
+void RunTogether(size_t count, const std::function<void(size_t)>& function)
+{
+    const UniqueHandle start(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    std::vector<std::thread> threads;
+    for (size_t number = 0; number < count; ++number)
+        threads.emplace_back([&, number] {
+            WaitForSingleObject(start.get(), INFINITE);
+            function(number);
+        });
+    SetEvent(start.get());
+    for (std::thread& thread : threads)
+        thread.join();
 }
 
 class ErrorModel : public testing::Test
@@ -459,23 +474,16 @@ TEST_F(TranslatedException, KeepsItsResultWhenThereIsNoErrorObject)
 
 TEST_F(TranslatedException, HasTheErrorObjectOfItsOwnThread)
 {
-    constexpr int threadCount = 4;
-    constexpr int rounds = 300;
-    std::barrier together(threadCount);
-    std::array<int, threadCount> wrong = {};
-    std::vector<std::thread> threads;
-    for (int number = 0; number < threadCount; ++number)
-        threads.emplace_back([&, number] {
-            for (int round = 0; round < rounds; ++round) {
-                const std::string text = std::to_string(number) + "." + std::to_string(round);
-                together.arrive_and_wait();
-                const HRESULT hr = Translated([&] { throw HResultException(E_FAIL - number, text); });
-                if (hr != E_FAIL - number || TakeTexts() != Description(text))
-                    ++wrong[static_cast<size_t>(number)];
-            }
-        });
-    for (std::thread& thread : threads)
-        thread.join();
+    std::array<int, 4> wrong = {};
+    RunTogether(wrong.size(), [&](size_t number) {
+        const HRESULT own = E_FAIL - static_cast<HRESULT>(number);
+        for (int round = 0; round < 1000; ++round) {
+            const std::string text = std::to_string(number) + "." + std::to_string(round);
+            const HRESULT hr = Translated([&] { throw HResultException(own, text); });
+            if (hr != own || TakeTexts() != Description(text))
+                ++wrong[number];
+        }
+    });
     EXPECT_THAT(wrong, testing::Each(0));
 }
 
@@ -505,17 +513,10 @@ public:
 TEST_F(TranslatedException, IsTheOnlyOneThatIsTranslatedAtATime)
 {
     SlowText::most = 0;
-    std::barrier together(4);
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back([&] {
-            for (int round = 0; round < 50; ++round) {
-                together.arrive_and_wait();
-                Translated([] { throw SlowText(); });
-            }
-        });
-    for (std::thread& thread : threads)
-        thread.join();
+    RunTogether(4, [](size_t) {
+        for (int round = 0; round < 50; ++round)
+            Translated([] { throw SlowText(); });
+    });
     EXPECT_EQ(SlowText::most, 1);
 }
 
@@ -646,7 +647,8 @@ TEST_F(HResultExceptionWhat, IsBuiltAnewByEachCall)
 TEST_F(HResultExceptionWhat, IsKeptInTheException)
 {
     const HResultException error(static_cast<HRESULT>(codeWithoutText), "bad");
-    EXPECT_EQ(error.what(), error.whatText.c_str());
+    const char* const text = error.what();
+    EXPECT_EQ(text, error.whatText.c_str());
 }
 
 TEST_F(HResultExceptionWhat, LeavesOutADescriptionThatTheLocaleCannotSay)
