@@ -35,8 +35,11 @@ struct KeyCloser
 /// The kernel's name of the key that HKEY_CLASSES_ROOT stands for; empty when unknown.
 std::wstring ClassesRootName()
 {
+    // Under an empty name the predefined handle itself may come back, which the kernel
+    // does not know; a lone backslash opens the key anew.
     HKEY opened = nullptr;
-    if (RegOpenKeyExW(HKEY_CLASSES_ROOT, nullptr, 0, KEY_QUERY_VALUE, &opened) != ERROR_SUCCESS)
+    if (RegOpenKeyExW(HKEY_CLASSES_ROOT, L"\\", 0, KEY_QUERY_VALUE, &opened) != ERROR_SUCCESS &&
+        RegOpenKeyExW(HKEY_CLASSES_ROOT, nullptr, 0, KEY_QUERY_VALUE, &opened) != ERROR_SUCCESS)
         return {};
     const std::unique_ptr<std::remove_pointer_t<HKEY>, KeyCloser> key(opened);
 
