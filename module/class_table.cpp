@@ -4,6 +4,7 @@
 #include "events/tavlo_events_reflector.h"
 #include "image/tavlo_descriptor.h"
 #include "image/tavlo_descriptor2.h"
+#include "recode/co_recoder.h"
 #include "shared/tavlo.h"
 #include "shared/tavlo_factory.h"
 
@@ -19,6 +20,7 @@ std::span<ClassEntry> ClassTable() noexcept
         {&CLSID_TavloDescriptor, 108, MakeInstance<CTavloDescriptor>},
         {&CLSID_TavloDescriptor2, 110, MakeInstance<CTavloDescriptor2>},
         {&CLSID_Tavlo, 102, MakeInstance<CTavlo>},
+        {&CLSID_CoRecoder, 111, MakeInstance<CCoRecoder>},
         {&CLSID_TavloEventsReflector, 112, MakeInstance<CTavloEventsReflector>},
         {&CLSID_TavloFactory, 107, MakeInstance<CTavloFactory>},
     };
