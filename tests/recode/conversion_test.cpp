@@ -238,10 +238,12 @@ TEST_P(Conversion, OfTheLUTRecoderMatchesTheReferenceOverEveryElement)
 
 TEST_P(Conversion, OfTheLUTRecoderMatchesTheReferenceForManyParameters)
 {
-    const bool isSmall = GetParam().lastBits == 8 || GetParam().firstBits > 16;
+    const bool hasSmallSource = GetParam().lastBits == 8 || GetParam().firstBits > 16;
     for (const auto& [source, target] : PairsOf(GetParam())) {
         const Samples samples = DistinctSamples(source, 50);
-        if (isSmall)
+        // Floats become colours through a table of 65536 entries.
+        const bool hasLargeTable = source.encoding == Tavlo_Float && target.encoding >= Tavlo_RGB;
+        if (hasSmallSource && !hasLargeTable)
             for (const Tone& tone : EveryTone())
                 ExpectTone(samples, target, tone);
         else

@@ -279,10 +279,11 @@ Bytes PlainValue(const Kind& source, char D, const std::uint8_t* pixel)
         return FloatToInteger(D, SourceValue(source, pixel));
     if (!toFloat)
         return CutToInteger(D, Field(source, pixel));
-    if (D == 'M')
-        return source.encoding == Float ? Written(static_cast<float>(SourceValue(source, pixel)))
-                                        : Written(static_cast<float>(Field(source, pixel)));
-    return Written(SourceValue(source, pixel));
+    if (D == 'N')
+        return Written(SourceValue(source, pixel));
+    if (source.encoding != Float)
+        return Written(static_cast<float>(Field(source, pixel)));
+    return source.bits == 32 ? Written(Read<float>(pixel)) : Written(static_cast<float>(Read<double>(pixel)));
 }
 
 /// Colour to colour; `map` is what happens to a colour channel.

@@ -88,7 +88,7 @@ protected:
     {
         if (byValue && reference::ClassOf(GetParam().source, GetParam().target).empty())
             return;
-        for (int round = 0; round < 600; ++round) {
+        for (int round = 0; round < 400; ++round) {
             const int width = Below(round % 7 == 0 ? 2 : 9);
             const int height = Below(round % 5 == 0 ? 2 : 9);
             MemoryImage source = AnyImage(GetParam().source, width, height);
