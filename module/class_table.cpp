@@ -1,6 +1,7 @@
 #include "module/tavlo_module.h"
 
 #include "access/accessor.h"
+#include "addressor/co_addressor.h"
 #include "events/tavlo_events_reflector.h"
 #include "image/tavlo_descriptor.h"
 #include "image/tavlo_descriptor2.h"
@@ -20,6 +21,7 @@ std::span<ClassEntry> ClassTable() noexcept
         {&CLSID_TavloDescriptor, 108, MakeInstance<CTavloDescriptor>},
         {&CLSID_TavloDescriptor2, 110, MakeInstance<CTavloDescriptor2>},
         {&CLSID_Tavlo, 102, MakeInstance<CTavlo>},
+        {&CLSID_TavloAddressor, 109, MakeInstance<CCoAddressor>},
         {&CLSID_CoRecoder, 111, MakeInstance<CCoRecoder>},
         {&CLSID_TavloEventsReflector, 112, MakeInstance<CTavloEventsReflector>},
         {&CLSID_TavloFactory, 107, MakeInstance<CTavloFactory>},

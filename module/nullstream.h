@@ -12,7 +12,11 @@ class basic_nullbuf : public std::basic_streambuf<Char>
 protected:
     using int_type = typename std::basic_streambuf<Char>::int_type;
 
-    int_type overflow(int_type character) override { return character; }
+    /// The character itself, which must not read as a failure where it equals the end mark.
+    int_type overflow(int_type character) override
+    {
+        return std::basic_streambuf<Char>::traits_type::not_eof(character);
+    }
 };
 
 /// An output stream that formats as usual and writes nowhere.

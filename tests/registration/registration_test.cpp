@@ -35,6 +35,8 @@ const PublishedClass publishedClasses[] = {
     {CLSID_TavloDescriptor2, L"Tavlo.TavloDescriptor.2", L"Tavlo.TavloDescriptor", L"TavloDescriptor2 Class",
      L"TavloDescriptor Class", L"Tavlo.TavloDescriptor"},
     {CLSID_Tavlo, L"Tavlo.Tavlo.1", L"Tavlo.Tavlo", L"Tavlo Class", L"Tavlo Class", L"Tavlo.Tavlo"},
+    {CLSID_TavloAddressor, L"Tavlo.Addressor.1", L"Tavlo.Addressor", L"TavloAddressor Class",
+     L"TavloAddressor Class", L"Tavlo.Addressor"},
     {CLSID_CoRecoder, L"Tavlo.CoRecoder.1", L"Tavlo.CoRecoder", L"CoRecoder Class", L"CoRecoder Class",
      L"Tavlo.CoRecoder"},
     {CLSID_TavloEventsReflector, L"Tavlo.TavloEventsReflector.1", L"Tavlo.TavloEventsReflector",

@@ -1,0 +1,102 @@
+#include "addressor/image_binding.h"
+
+#include "module/error.h"
+
+#include <stdexcept>
+
+namespace Mardu::Sentel::Tavlo {
+namespace {
+
+/// Makes the typed accessor of an image's element type.
+template <template <class> class TypedAccessor, class Typed>
+std::unique_ptr<Typed> MakeTyped(PixelType type, const ElementGrid& grid)
+{
+    switch (type) {
+    case PixelType::unsigned8:
+        return std::make_unique<TypedAccessor<unsigned char>>(grid);
+    case PixelType::unsigned16:
+        return std::make_unique<TypedAccessor<unsigned short>>(grid);
+    case PixelType::unsigned32:
+        return std::make_unique<TypedAccessor<unsigned int>>(grid);
+    case PixelType::signed8:
+        return std::make_unique<TypedAccessor<signed char>>(grid);
+    case PixelType::signed16:
+        return std::make_unique<TypedAccessor<short>>(grid);
+    case PixelType::signed32:
+        return std::make_unique<TypedAccessor<int>>(grid);
+    case PixelType::float32:
+        return std::make_unique<TypedAccessor<float>>(grid);
+    case PixelType::float64:
+        return std::make_unique<TypedAccessor<double>>(grid);
+    case PixelType::rgb:
+        return std::make_unique<TypedAccessor<rgb_type<unsigned char>>>(grid);
+    case PixelType::rgba:
+        return std::make_unique<TypedAccessor<rgba_type<unsigned char>>>(grid);
+    case PixelType::bgr:
+        return std::make_unique<TypedAccessor<bgr_type<unsigned char>>>(grid);
+    case PixelType::bgra:
+        return std::make_unique<TypedAccessor<bgra_type<unsigned char>>>(grid);
+    default:
+        throw std::invalid_argument("Unsupported Tavlo Encoding");
+    }
+}
+
+template <class Binding>
+void ReadDescriptor(Binding& binding)
+{
+    ComPtr<ITavloDescriptor2> descriptor;
+    CheckHResult(binding.image->get_Descriptor(&descriptor));
+    const auto read = [&](auto getter) {
+        long value = 0;
+        CheckHResult((descriptor.Get()->*getter)(&value));
+        return static_cast<std::int32_t>(value);
+    };
+    binding.strideY = read(&ITavloDescriptor2::get_Stride_y);
+    binding.strideX = read(&ITavloDescriptor2::get_Stride_x);
+    binding.offset = read(&ITavloDescriptor2::get_Offset);
+    binding.height = read(&ITavloDescriptor2::get_Height);
+    binding.width = read(&ITavloDescriptor2::get_Width);
+    const std::int32_t bits = read(&ITavloDescriptor2::get_Bits);
+    ::TavloEncoding encoding = {};
+    CheckHResult(descriptor->get_Encoding(&encoding));
+    binding.pixelType = PixelTypeOf(static_cast<std::int32_t>(encoding), bits);
+}
+
+template <class Binding>
+ElementGrid GridOf(const Binding& binding)
+{
+    return {binding.width, binding.height, binding.base + binding.offset, binding.strideX, binding.strideY};
+}
+
+ComPtr<ITavlo2> NotNull(ITavlo2* image)
+{
+    if (image == nullptr)
+        throw std::invalid_argument("null ITavlo2");
+    return image;
+}
+
+} // namespace
+
+std::unique_ptr<ReadBinding> BindForReading(ITavlo2* image)
+{
+    auto binding = std::make_unique<ReadBinding>();
+    binding->image = NotNull(image);
+    CheckHResult(image->GetReadAccess(nullptr, 1.0, &binding->accessor));
+    binding->base = static_cast<std::uint8_t*>(binding->accessor->Ptr(0));
+    ReadDescriptor(*binding);
+    binding->typed = MakeTyped<ConstAddressor, ConstAddressorBase>(binding->pixelType, GridOf(*binding));
+    return binding;
+}
+
+std::unique_ptr<WriteBinding> BindForWriting(ITavlo2* image)
+{
+    auto binding = std::make_unique<WriteBinding>();
+    binding->image = NotNull(image);
+    CheckHResult(image->GetWriteAccess(&binding->accessor));
+    binding->base = static_cast<std::uint8_t*>(binding->accessor->Ptr(0));
+    ReadDescriptor(*binding);
+    binding->typed = MakeTyped<Addressor, AddressorBase>(binding->pixelType, GridOf(*binding));
+    return binding;
+}
+
+} // namespace Mardu::Sentel::Tavlo
