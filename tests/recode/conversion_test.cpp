@@ -29,6 +29,12 @@ struct Family
     int lastBits;
 };
 
+/// A test is listed by this.
+void PrintTo(const Family& parameter, std::ostream* out)
+{
+    *out << parameter.name;
+}
+
 constexpr Family families[] = {
     {"Unsigned8", Tavlo_Unsigned, 8, 8},
     {"Signed8", Tavlo_Signed, 8, 8},

@@ -46,6 +46,12 @@ struct Parameter
     double initial;
 };
 
+/// A test is listed by this.
+void PrintTo(const Parameter& parameter, std::ostream* out)
+{
+    *out << parameter.name;
+}
+
 constexpr Parameter parameters[] = {
     {"Contrast", &LUTRecoder::GetContrast, &LUTRecoder::SetContrast, 1.0},
     {"Brightness", &LUTRecoder::GetBrightness, &LUTRecoder::SetBrightness, 0.0},

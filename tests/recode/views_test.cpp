@@ -20,6 +20,12 @@ struct ViewCase
     Kind target;
 };
 
+/// A test is listed by this.
+void PrintTo(const ViewCase& parameter, std::ostream* out)
+{
+    *out << parameter.name;
+}
+
 constexpr ViewCase viewCases[] = {
     {"Table", {8, Tavlo_Unsigned}, {16, Tavlo_Signed}},
     {"BitField", {12, Tavlo_Signed}, {8, Tavlo_Unsigned}},
