@@ -1,5 +1,7 @@
 #pragma once
 
+#include "access/accessor_marshal.h"
+#include "module/error.h"
 #include "module/lifetime_log.h"
 #include "module/object.h"
 
@@ -9,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <utility>
 
 namespace Mardu::Sentel::Tavlo {
 
@@ -35,46 +38,94 @@ struct AccessorTraits<IWriteAccessor>
 };
 
 /// An accessor of an image's bytes. It keeps the image alive and is counted by it from
-/// Attach until it dies. The view belongs to the image.
+/// Attach until it dies. It marshals by value: the receiver gets an accessor of its own,
+/// in another process with a mapping of its own.
 template <class TDerived, class Traits, const CLSID& clsid>
-class CAccessorImpl : public ComObject<typename Traits::Interface>
+class CAccessorImpl : public ComObject<typename Traits::Interface, IMarshal>
 {
 public:
-    /// Counts on the image, takes a reference of it, and stands for the image's own view
-    /// from now on.
-    void Attach(ITavloInternal* image, const std::wstring& mapName, void* view)
+    /// Counts on the image and stands for the target from now on. Throws the failure of
+    /// counting, which an image of another process may have.
+    void Attach(AccessorTarget target)
     {
-        Traits::Add(image);
-        image_ = image;
-        mapName_ = mapName;
-        view_ = view;
+        CheckHResult(Traits::Add(target.image.Get()));
+        target_ = std::move(target);
     }
 
     /// Not bounds-checked, on purpose; null before Attach.
     STDMETHODIMP_(void*) Ptr(long Offset) override
     {
-        return view_ != nullptr ? static_cast<std::uint8_t*>(view_) + static_cast<std::ptrdiff_t>(Offset) : nullptr;
+        auto* view = static_cast<std::uint8_t*>(target_.view);
+        return view != nullptr ? view + static_cast<std::ptrdiff_t>(Offset) : nullptr;
     }
 
     /// In the read accessor's table only; its interface does not expose it.
     virtual HRESULT STDMETHODCALLTYPE Invalidate(RECT* pDirty)
     {
         // A handler may release this accessor's last reference.
-        const ComPtr<ITavloInternal> image = image_;
+        const ComPtr<ITavloInternal> image = target_.image;
         return image != nullptr ? Traits::Invalidate(image.Get(), pDirty) : E_UNEXPECTED;
     }
+
+    STDMETHODIMP GetUnmarshalClass(REFIID, void*, DWORD context, void*, DWORD, CLSID* pClass) override
+    {
+        if (pClass == nullptr)
+            return E_POINTER;
+        if (context == MSHCTX_DIFFERENTMACHINE)
+            return CO_E_CANT_REMOTE;
+        *pClass = clsid;
+        return S_OK;
+    }
+
+    STDMETHODIMP GetMarshalSizeMax(REFIID iid, void* object, DWORD context, void* contextData, DWORD flags,
+                                   DWORD* pSize) override
+    {
+        if (pSize == nullptr)
+            return E_POINTER;
+        if (context == MSHCTX_DIFFERENTMACHINE)
+            return CO_E_CANT_REMOTE;
+        return Guarded(
+            [&] { *pSize = AccessorMarshalSizeMax(target_, iid, object, context, contextData, flags); });
+    }
+
+    STDMETHODIMP MarshalInterface(IStream* stream, REFIID, void*, DWORD context, void* contextData, DWORD) override
+    {
+        if (stream == nullptr)
+            return E_POINTER;
+        return Guarded([&] { MarshalAccessor(stream, target_, context, contextData); });
+    }
+
+    STDMETHODIMP UnmarshalInterface(IStream* stream, REFIID iid, void** result) override
+    {
+        if (result == nullptr)
+            return E_POINTER;
+        *result = nullptr;
+        if (stream == nullptr)
+            return E_POINTER;
+        return Guarded([&] {
+            Attach(UnmarshalAccessor(stream));
+            return this->QueryInterface(iid, result);
+        });
+    }
+
+    STDMETHODIMP ReleaseMarshalData(IStream* stream) override
+    {
+        if (stream == nullptr)
+            return E_POINTER;
+        return Guarded([&] { ReleaseAccessorMarshalData(stream); });
+    }
+
+    STDMETHODIMP DisconnectObject(DWORD) override { return S_OK; }
 
 protected:
     ~CAccessorImpl() override
     {
-        if (image_ != nullptr)
-            Traits::Release(image_.Get());
+        if (target_.image != nullptr)
+            Traits::Release(target_.image.Get());
     }
 
 private:
-    ComPtr<ITavloInternal> image_;
-    void* view_ = nullptr;
-    std::wstring mapName_; ///< travels with the accessor into other processes
+    AccessorTarget target_;
 };
 
 class CReadAccessor final : public CAccessorImpl<CReadAccessor, AccessorTraits<IReadAccessor>, CLSID_ReadAccessor>,
@@ -87,5 +138,18 @@ class CWriteAccessor final
       private LifeTimeLog<CWriteAccessor>
 {
 };
+
+/// A new accessor of an image's own view, as the interface asked for.
+template <class Accessor, class Interface>
+HRESULT NewAccessor(ITavloInternal* image, const std::wstring& mapName, void* view, Interface** ppAccessor)
+{
+    AccessorTarget target;
+    target.image = image;
+    target.mapName = mapName;
+    target.view = view;
+    const auto accessor = Make<Accessor>();
+    accessor->Attach(std::move(target));
+    return accessor.CopyTo(ppAccessor);
+}
 
 } // namespace Mardu::Sentel::Tavlo

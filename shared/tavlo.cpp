@@ -1,8 +1,10 @@
 #include "shared/tavlo.h"
 
 #include "access/accessor.h"
+#include "access/tavlo_stub.h"
 #include "image/descriptor_conversion.h"
 #include "module/error.h"
+#include "module/standard_marshal.h"
 #include "shared/private_namespace.h"
 #include "shared/section.h"
 
@@ -60,16 +62,17 @@ HRESULT CTavlo::get_Descriptor(ITavloDescriptor2** ppIDescriptor)
 
 HRESULT CTavlo::GetReadAccess(IReadAccessor** ppIReadAccessor)
 {
+    return GetReadAccessFor(this, ppIReadAccessor);
+}
+
+HRESULT CTavlo::GetReadAccessFor(ITavloInternal* counting, IReadAccessor** ppIReadAccessor)
+{
     if (ppIReadAccessor == nullptr)
         return E_POINTER;
     *ppIReadAccessor = nullptr;
     if (mapping_ == nullptr)
         return E_PENDING;
-    return Guarded([&] {
-        const auto accessor = Make<CReadAccessor>();
-        accessor->Attach(this, mapName_, view_.get());
-        return accessor.CopyTo(ppIReadAccessor);
-    });
+    return Guarded([&] { return NewAccessor<CReadAccessor>(counting, mapName_, view_.get(), ppIReadAccessor); });
 }
 
 HRESULT CTavlo::GetReadAccess(RECT*, double, IReadAccessor** ppIReadAccessor)
@@ -78,6 +81,11 @@ HRESULT CTavlo::GetReadAccess(RECT*, double, IReadAccessor** ppIReadAccessor)
 }
 
 HRESULT CTavlo::GetWriteAccess(IWriteAccessor** ppIWriteAccessor)
+{
+    return GetWriteAccessFor(this, ppIWriteAccessor);
+}
+
+HRESULT CTavlo::GetWriteAccessFor(ITavloInternal* counting, IWriteAccessor** ppIWriteAccessor)
 {
     if (ppIWriteAccessor == nullptr)
         return E_POINTER;
@@ -89,11 +97,7 @@ HRESULT CTavlo::GetWriteAccess(IWriteAccessor** ppIWriteAccessor)
     // Checked against attached writers only: of two requests at once both may succeed.
     if (access_ == Tavlo_SingleWriter && writers_ >= 1)
         return E_ACCESSDENIED;
-    return Guarded([&] {
-        const auto accessor = Make<CWriteAccessor>();
-        accessor->Attach(this, mapName_, view_.get());
-        return accessor.CopyTo(ppIWriteAccessor);
-    });
+    return Guarded([&] { return NewAccessor<CWriteAccessor>(counting, mapName_, view_.get(), ppIWriteAccessor); });
 }
 
 HRESULT CTavlo::Clone(::TavloAccess access, ITavlo** ppITavlo)
@@ -215,6 +219,67 @@ HRESULT CTavlo::GetPropertyNames(SAFEARRAY** names)
         return E_POINTER;
     *names = nullptr;
     return Guarded([&] { *names = properties_.Names(); });
+}
+
+HRESULT CTavlo::GetUnmarshalClass(REFIID iid, void* object, DWORD context, void* contextData, DWORD flags,
+                                  CLSID* pClass)
+{
+    if (pClass == nullptr)
+        return E_POINTER;
+    if (context == MSHCTX_DIFFERENTMACHINE) {
+        *pClass = CLSID_TavloProxy;
+        return S_OK;
+    }
+    return Guarded([&] {
+        return StandardMarshal(iid, Outer(), context, contextData, flags)
+            ->GetUnmarshalClass(iid, object, context, contextData, flags, pClass);
+    });
+}
+
+HRESULT CTavlo::GetMarshalSizeMax(REFIID iid, void* object, DWORD context, void* contextData, DWORD flags,
+                                  DWORD* pSize)
+{
+    if (pSize == nullptr)
+        return E_POINTER;
+    return Guarded([&] {
+        const HRESULT hr = StandardMarshal(iid, Outer(), context, contextData, flags)
+                               ->GetMarshalSizeMax(iid, object, context, contextData, flags, pSize);
+        // Room for the reference to the stub that takes the image's place.
+        if (SUCCEEDED(hr) && context == MSHCTX_DIFFERENTMACHINE)
+            *pSize *= 2;
+        return hr;
+    });
+}
+
+HRESULT CTavlo::MarshalInterface(IStream* stream, REFIID iid, void* object, DWORD context, void* contextData,
+                                 DWORD flags)
+{
+    if (stream == nullptr)
+        return E_POINTER;
+    return Guarded([&] {
+        if (context != MSHCTX_DIFFERENTMACHINE) {
+            return StandardMarshal(iid, Outer(), context, contextData, flags)
+                ->MarshalInterface(stream, iid, object, context, contextData, flags);
+        }
+        const ComPtr<CTavloStub> stub = Make<CTavloStub>(this, layout_);
+        return CoMarshalInterface(stream, IID_ITavloStub, static_cast<ITavloStub*>(stub.Get()), context, contextData,
+                                  flags);
+    });
+}
+
+HRESULT CTavlo::UnmarshalInterface(IStream* stream, REFIID iid, void** result)
+{
+    return Guarded([&] { return StandardUnmarshal()->UnmarshalInterface(stream, iid, result); });
+}
+
+HRESULT CTavlo::ReleaseMarshalData(IStream* stream)
+{
+    return Guarded([&] { return StandardUnmarshal()->ReleaseMarshalData(stream); });
+}
+
+HRESULT CTavlo::DisconnectObject(DWORD reserved)
+{
+    return Guarded([&] { return StandardUnmarshal()->DisconnectObject(reserved); });
 }
 
 ComPtr<CTavlo> CreateImage(const ImageLayout& layout, ::TavloAccess access)

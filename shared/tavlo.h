@@ -22,7 +22,7 @@ namespace Mardu::Sentel::Tavlo {
 /// accessors, which keep it alive, and counts them.
 class CTavlo final : private NonCopyable,
                      private LifeTimeLog<CTavlo>,
-                     public ComObject<ITavlo, Dispatch<ITavlo2>, ObjectSafety, ITavloInternal>
+                     public ComObject<ITavlo, Dispatch<ITavlo2>, ObjectSafety, ITavloInternal, IMarshal>
 {
 public:
     /// Not bound to a section: accessors are refused with E_PENDING.
@@ -57,6 +57,22 @@ public:
     STDMETHODIMP GetProperty(BSTR name, VARIANT* value) override;
     STDMETHODIMP SetDisposalHook(ULONG_PTR hook) override;
     STDMETHODIMP GetPropertyNames(SAFEARRAY** names) override;
+
+    // Within one machine an image travels by standard marshaling; to another machine goes
+    // a stub, which becomes a proxy there.
+    STDMETHODIMP GetUnmarshalClass(REFIID iid, void* object, DWORD context, void* contextData, DWORD flags,
+                                   CLSID* pClass) override;
+    STDMETHODIMP GetMarshalSizeMax(REFIID iid, void* object, DWORD context, void* contextData, DWORD flags,
+                                   DWORD* pSize) override;
+    STDMETHODIMP MarshalInterface(IStream* stream, REFIID iid, void* object, DWORD context, void* contextData,
+                                  DWORD flags) override;
+    STDMETHODIMP UnmarshalInterface(IStream* stream, REFIID iid, void** result) override;
+    STDMETHODIMP ReleaseMarshalData(IStream* stream) override;
+    STDMETHODIMP DisconnectObject(DWORD reserved) override;
+
+    /// Accessors that count on another image than this one, which a proxy needs.
+    HRESULT GetReadAccessFor(ITavloInternal* counting, IReadAccessor** ppIReadAccessor);
+    HRESULT GetWriteAccessFor(ITavloInternal* counting, IWriteAccessor** ppIWriteAccessor);
 
 private:
     ComPtr<CTavlo> NewClone(::TavloAccess access);

@@ -92,6 +92,6 @@ TEST(DiagnosticStream, IsOneStreamOfTheModule)
 TEST(DiagnosticStream, NeverFails)
 {
     for (int i = 0; i < 1000; ++i)
-        DiagnosticStream() << L"line " << i << L' ' << 0.5 << L" \x00E4\xFF80\x4E00" << std::endl;
+        DiagnosticStream() << L"line " << i << L' ' << 0.5 << L" \x00E4\xFF80\x4E00\xFFFF" << std::endl;
     EXPECT_TRUE(DiagnosticStream().good());
 }

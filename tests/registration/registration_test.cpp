@@ -26,6 +26,8 @@ struct PublishedClass
 };
 
 const PublishedClass publishedClasses[] = {
+    {CLSID_TavloStub, L"Tavlo.TavloStub.1", L"Tavlo.TavloStub", L"TavloStub Class", L"TavloStub Class",
+     L"Tavlo.TavloStub"},
     {CLSID_ReadAccessor, L"Tavlo.ReadAccessor.1", L"Tavlo.ReadAccessor", L"ReadAccessor Class",
      L"ReadAccessor Class", L"Tavlo.ReadAccessor"},
     {CLSID_WriteAccessor, L"Tavlo.WriteAccessor.1", L"Tavlo.WriteAccessor", L"WriteAccessor Class",
@@ -35,6 +37,8 @@ const PublishedClass publishedClasses[] = {
     {CLSID_TavloDescriptor2, L"Tavlo.TavloDescriptor.2", L"Tavlo.TavloDescriptor", L"TavloDescriptor2 Class",
      L"TavloDescriptor Class", L"Tavlo.TavloDescriptor"},
     {CLSID_Tavlo, L"Tavlo.Tavlo.1", L"Tavlo.Tavlo", L"Tavlo Class", L"Tavlo Class", L"Tavlo.Tavlo"},
+    {CLSID_TavloProxy, L"Tavlo.TavloProxy.1", L"Tavlo.TavloProxy", L"TavloProxy Class", L"TavloProxy Class",
+     L"Tavlo.TavloProxy"},
     {CLSID_TavloAddressor, L"Tavlo.Addressor.1", L"Tavlo.Addressor", L"TavloAddressor Class",
      L"TavloAddressor Class", L"Tavlo.Addressor"},
     {CLSID_CoRecoder, L"Tavlo.CoRecoder.1", L"Tavlo.CoRecoder", L"CoRecoder Class", L"CoRecoder Class",
