@@ -1,29 +1,12 @@
 #pragma once
 
+#include "image/color_pixel.h"
 #include "recode/numeric.h"
 
 #include <cstdint>
 #include <vector>
 
 namespace Mardu::Sentel::Tavlo {
-
-// Colour pixels, their channels in memory order.
-struct rgb_type
-{
-    std::uint8_t r, g, b;
-};
-struct bgr_type
-{
-    std::uint8_t b, g, r;
-};
-struct rgba_type
-{
-    std::uint8_t r, g, b, a;
-};
-struct bgra_type
-{
-    std::uint8_t b, g, r, a;
-};
 
 /// A 256-entry table shared by the families with colour sources.
 template <class D>
@@ -70,17 +53,17 @@ private:
 };
 
 template <class E, class D>
-class recoder_rgb2g final : public recoder_color2g<rgb_type, D>
+class recoder_rgb2g final : public recoder_color2g<rgb_type<std::uint8_t>, D>
 {
 public:
-    using recoder_color2g<rgb_type, D>::recoder_color2g;
+    using recoder_color2g<rgb_type<std::uint8_t>, D>::recoder_color2g;
 };
 
 template <class E, class D>
-class recoder_bgr2g final : public recoder_color2g<bgr_type, D>
+class recoder_bgr2g final : public recoder_color2g<bgr_type<std::uint8_t>, D>
 {
 public:
-    using recoder_color2g<bgr_type, D>::recoder_color2g;
+    using recoder_color2g<bgr_type<std::uint8_t>, D>::recoder_color2g;
 };
 
 /// True for targets with a fourth byte by their encoding.
@@ -140,28 +123,28 @@ private:
 };
 
 template <class S, class D>
-class recoder_rgb final : public recoder_channels<rgb_type, rgb_type, rgba_type>
+class recoder_rgb final : public recoder_channels<rgb_type<std::uint8_t>, rgb_type<std::uint8_t>, rgba_type<std::uint8_t>>
 {
 public:
     using recoder_channels::recoder_channels;
 };
 
 template <class S, class D>
-class recoder_rgb_swap final : public recoder_channels<rgb_type, bgr_type, bgra_type>
+class recoder_rgb_swap final : public recoder_channels<rgb_type<std::uint8_t>, bgr_type<std::uint8_t>, bgra_type<std::uint8_t>>
 {
 public:
     using recoder_channels::recoder_channels;
 };
 
 template <class S, class D>
-class recoder_rgba final : public recoder_channels<rgba_type, rgb_type, rgba_type>
+class recoder_rgba final : public recoder_channels<rgba_type<std::uint8_t>, rgb_type<std::uint8_t>, rgba_type<std::uint8_t>>
 {
 public:
     using recoder_channels::recoder_channels;
 };
 
 template <class S, class D>
-class recoder_rgba_swap final : public recoder_channels<rgba_type, bgr_type, bgra_type>
+class recoder_rgba_swap final : public recoder_channels<rgba_type<std::uint8_t>, bgr_type<std::uint8_t>, bgra_type<std::uint8_t>>
 {
 public:
     using recoder_channels::recoder_channels;

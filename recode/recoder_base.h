@@ -1,7 +1,7 @@
 #pragma once
 
 #include "image/layout.h"
-#include "recode/noncopyable.h"
+#include "module/noncopyable.h"
 #include "recode/result.h"
 #include "recode/strided.h"
 #include "recode/tone_curve.h"
