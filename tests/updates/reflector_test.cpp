@@ -1,0 +1,524 @@
+#include "tests/updates/reflector_test.h"
+
+#include <olectl.h>
+
+namespace {
+
+RECT EdgesOf(const Client::Call& call)
+{
+    RECT edges = {};
+    call.rectangle->get_Left(&edges.left);
+    call.rectangle->get_Top(&edges.top);
+    call.rectangle->get_Right(&edges.right);
+    call.rectangle->get_Bottom(&edges.bottom);
+    return edges;
+}
+
+/// An object that a reflector is a part of.
+class Outer final : public ClientObject<IUnknown>
+{
+public:
+    STDMETHODIMP QueryInterface(REFIID iid, void** result) override
+    {
+        ++queries;
+        const bool isMine = inner == nullptr || IsEqualIID(iid, IID_IUnknown);
+        return isMine ? ClientObject::QueryInterface(iid, result) : inner->QueryInterface(iid, result);
+    }
+
+    ComPtr<IUnknown> inner;
+    int queries = 0;
+};
+
+} // namespace
+
+TEST(Reflector, RaisesTheUpdatesOfItsImage)
+{
+    const auto image = SharedImage(640, 480);
+    const auto reflector = NewReflector();
+    const auto client = New<Client>();
+    DWORD cookie = 0;
+    ASSERT_HR(S_OK, EventsOf(reflector.Get())->Advise(client.Get(), &cookie));
+    ASSERT_HR(S_OK, reflector->Connect(image.Get()));
+    EXPECT_HR(S_OK, Invalidate(image, {1, 2, 3, 4}));
+    ASSERT_TRUE(client->Receives(1));
+    EXPECT_HR(S_OK, Invalidate(image.Get(), nullptr));
+    ASSERT_TRUE(client->Receives(2));
+    EXPECT_EQ(EdgesOf(client->Calls()[0]), (RECT{1, 2, 3, 4}));
+    EXPECT_EQ(EdgesOf(client->Calls()[1]), (RECT{0, 0, 640, 480}));
+    EXPECT_NE(client->Calls()[0].thread, GetCurrentThreadId());
+    EXPECT_HR(S_OK, reflector->Disconnect());
+    const auto last = New<Handler>();
+    EXPECT_HR(S_OK, image->Subscribe(last.Get(), Tavlo_Asynchronous));
+    EXPECT_HR(S_OK, Invalidate(image.Get(), nullptr));
+    ASSERT_TRUE(last->Receives(1));
+    EXPECT_EQ(client->Calls().size(), 2u);
+}
+
+TEST(Reflector, InvokesItsClientsWithOneRectangle)
+{
+    const ReflectedImage reflected;
+    const auto client = New<Client>();
+    reflected.Advise(client);
+    EXPECT_HR(S_OK, reflected.Raise({1, 2, 3, 4}));
+    ASSERT_EQ(client->Calls().size(), 1u);
+    const auto call = client->Calls()[0];
+    EXPECT_EQ(call.member, 1);
+    EXPECT_TRUE(IsEqualIID(call.reserved, IID_NULL));
+    EXPECT_EQ(call.locale, 0x400u);
+    EXPECT_EQ(call.flags, DISPATCH_METHOD);
+    EXPECT_EQ(call.arguments, 1u);
+    EXPECT_EQ(call.named, 0u);
+    EXPECT_FALSE(call.hasNames);
+    EXPECT_EQ(call.type, VT_DISPATCH);
+    EXPECT_TRUE(call.hasResult);
+    EXPECT_EQ(call.resultType, VT_EMPTY);
+    EXPECT_FALSE(call.hasException);
+    EXPECT_EQ(EdgesOf(call), (RECT{1, 2, 3, 4}));
+}
+
+TEST(Reflector, ClearsWhatItsClientsReturn)
+{
+    const ReflectedImage reflected;
+    const auto answer = New<Handler>();
+    const auto client = New<Client>();
+    client->answer = answer;
+    reflected.Advise(client);
+    EXPECT_HR(S_OK, reflected.Raise({1, 2, 3, 4}));
+    EXPECT_EQ(answer->References(), 2u) << "the test's and the client's";
+}
+
+TEST(Reflector, GivesEveryUpdateARectangleThatClientsMayKeep)
+{
+    ComPtr<IRectangle> kept;
+    {
+        const ReflectedImage reflected;
+        const auto a = New<Client>();
+        const auto b = New<Client>();
+        reflected.Advise(a);
+        reflected.Advise(b);
+        EXPECT_HR(S_OK, reflected.Raise({1, 2, 3, 4}));
+        EXPECT_HR(S_OK, reflected.Raise({5, 6, 7, 8}));
+        kept = a->Calls()[0].rectangle;
+        EXPECT_EQ(b->Calls()[0].rectangle.Get(), kept.Get());
+        EXPECT_NE(a->Calls()[1].rectangle.Get(), kept.Get());
+    }
+    long bottom = 0;
+    EXPECT_HR(S_OK, kept->get_Bottom(&bottom));
+    EXPECT_EQ(bottom, 4);
+}
+
+TEST(Reflector, GoesOnAfterAClientThatFails)
+{
+    const ReflectedImage reflected;
+    const auto first = New<Client>();
+    const auto second = New<Client>([] { return DISP_E_EXCEPTION; });
+    const auto third = New<Client>();
+    for (const auto& client : {first, second, third})
+        reflected.Advise(client);
+    EXPECT_HR(S_OK, reflected.Raise({1, 2, 3, 4}));
+    EXPECT_HR(S_OK, reflected.Raise({1, 2, 3, 4}));
+    for (const auto& client : {first, second, third})
+        EXPECT_EQ(client->Calls().size(), 2u);
+}
+
+TEST(Reflector, WithoutClientsSucceeds)
+{
+    const ReflectedImage reflected;
+    EXPECT_HR(S_OK, reflected.Raise({1, 2, 3, 4}));
+}
+
+TEST(Reflector, DoesNotReachAClientThatAnEarlierOneUnadvised)
+{
+    const ReflectedImage reflected;
+    const auto first = New<Client>([&] {
+        EXPECT_HR(S_OK, reflected.events->Unadvise(1));
+        EXPECT_HR(S_OK, reflected.events->Unadvise(3));
+        return S_OK;
+    });
+    const auto second = New<Client>();
+    const auto third = New<Client>();
+    for (const auto& client : {first, second, third})
+        reflected.Advise(client);
+    EXPECT_HR(S_OK, reflected.Raise({1, 2, 3, 4}));
+    EXPECT_HR(S_OK, reflected.Raise({5, 6, 7, 8}));
+    EXPECT_EQ(first->Calls().size(), 1u);
+    EXPECT_EQ(second->Calls().size(), 2u);
+    EXPECT_EQ(third->Calls().size(), 0u);
+    EXPECT_EQ(first->References(), 1u);
+    EXPECT_EQ(third->References(), 1u);
+}
+
+TEST(Reflector, TakesTheNumberOfSlotsOnce)
+{
+    const ReflectedImage reflected;
+    const auto inNewSlot = New<Client>();
+    const auto inFreedSlot = New<Client>();
+    bool isFirstTime = true;
+    const auto first = New<Client>([&] {
+        if (std::exchange(isFirstTime, false)) {
+            EXPECT_EQ(reflected.Advise(inNewSlot), 3u);
+            EXPECT_HR(S_OK, reflected.events->Unadvise(2));
+            EXPECT_EQ(reflected.Advise(inFreedSlot), 2u);
+        }
+        return S_OK;
+    });
+    const auto second = New<Client>();
+    reflected.Advise(first);
+    reflected.Advise(second);
+    EXPECT_HR(S_OK, reflected.Raise({1, 2, 3, 4}));
+    EXPECT_EQ(second->Calls().size(), 0u);
+    EXPECT_EQ(inFreedSlot->Calls().size(), 1u);
+    EXPECT_EQ(inNewSlot->Calls().size(), 0u);
+    EXPECT_HR(S_OK, reflected.Raise({5, 6, 7, 8}));
+    EXPECT_EQ(inNewSlot->Calls().size(), 1u);
+}
+
+TEST(Reflector, LocksNothingWhileAClientRuns)
+{
+    const ReflectedImage reflected;
+    const auto client = New<Client>([&] {
+        InApartment(COINIT_MULTITHREADED, [&] {
+            const auto other = New<Client>();
+            EXPECT_HR(S_OK, reflected.events->Unadvise(reflected.Advise(other)));
+        }).join();
+        return S_OK;
+    });
+    reflected.Advise(client);
+    EXPECT_HR(S_OK, reflected.Raise({1, 2, 3, 4}));
+    EXPECT_EQ(client->Calls().size(), 1u);
+}
+
+TEST(Reflector, MeansTheWholeImageWithoutARectangle)
+{
+    for (const bool namesImage : {false, true}) {
+        const ReflectedImage reflected;
+        const auto client = New<Client>();
+        reflected.Advise(client);
+        EXPECT_HR(S_OK, reflected.image->handler->OnImageUpdate(namesImage ? reflected.image.Get() : nullptr, nullptr));
+        ASSERT_EQ(client->Calls().size(), 1u);
+        EXPECT_EQ(EdgesOf(client->Calls()[0]), (RECT{0, 0, 640, 480}));
+        EXPECT_EQ(reflected.image->descriptorsRead, 1);
+    }
+}
+
+TEST(Reflector, RaisesNothingWhenTheImageCannotBeMeasured)
+{
+    const ReflectedImage reflected;
+    const auto client = New<Client>();
+    reflected.Advise(client);
+    for (const HRESULT failure : {E_PENDING, E_UNEXPECTED, static_cast<HRESULT>(0x80041234)}) {
+        reflected.image->descriptorResult = failure;
+        EXPECT_HR(failure, reflected.image->handler->OnImageUpdate(reflected.image.Get(), nullptr));
+        EXPECT_HR(failure, reflected.image->handler->OnImageUpdate(nullptr, nullptr));
+    }
+    EXPECT_EQ(client->Calls().size(), 0u);
+    EXPECT_HR(S_OK, reflected.Raise({1, 2, 3, 4})) << "a rectangle needs no measuring";
+    EXPECT_EQ(client->Calls().size(), 1u);
+}
+
+TEST(Reflector, SubscribesAsynchronously)
+{
+    const ReflectedImage reflected;
+    EXPECT_EQ(reflected.image->subscribedMode, Tavlo_Asynchronous);
+}
+
+TEST(Reflector, RefusesNull)
+{
+    std::string journal;
+    const auto image = New<ForeignImage>("image", &journal);
+    const auto reflector = NewReflector();
+    EXPECT_HR(E_INVALIDARG, reflector->Connect(nullptr));
+    EXPECT_HR(S_OK, reflector->Connect(image.Get()));
+    EXPECT_HR(E_INVALIDARG, reflector->Connect(nullptr));
+    EXPECT_EQ(journal, "image subscribe; ") << "it stays connected";
+}
+
+TEST(Reflector, DisconnectsWithoutAnImage)
+{
+    const auto reflector = NewReflector();
+    EXPECT_HR(S_OK, reflector->Disconnect());
+    EXPECT_HR(S_OK, reflector->Disconnect());
+}
+
+TEST(Reflector, LeavesTheFirstImageBeforeItGoesToTheSecond)
+{
+    std::string journal;
+    const auto first = New<ForeignImage>("first", &journal);
+    const auto second = New<ForeignImage>("second", &journal);
+    const auto reflector = NewReflector();
+    EXPECT_HR(S_OK, reflector->Connect(first.Get()));
+    EXPECT_HR(S_OK, reflector->Connect(second.Get()));
+    EXPECT_EQ(journal, "first subscribe; first unsubscribe; second subscribe; ");
+    EXPECT_EQ(first->References(), 1u);
+    EXPECT_EQ(second->References(), 2u);
+    EXPECT_HR(S_OK, reflector->Disconnect());
+    EXPECT_HR(S_OK, reflector->Disconnect());
+    EXPECT_EQ(journal, "first subscribe; first unsubscribe; second subscribe; second unsubscribe; ");
+    EXPECT_EQ(second->References(), 1u);
+}
+
+TEST(Reflector, ConnectsAgainToTheSameImage)
+{
+    std::string journal;
+    const auto image = New<ForeignImage>("image", &journal);
+    const auto reflector = NewReflector();
+    EXPECT_HR(S_OK, reflector->Connect(image.Get()));
+    EXPECT_HR(S_OK, reflector->Connect(image.Get()));
+    EXPECT_EQ(journal, "image subscribe; image unsubscribe; image subscribe; ");
+    EXPECT_EQ(image->References(), 2u);
+}
+
+TEST(Reflector, StaysDisconnectedWhenTheImageRefuses)
+{
+    std::string journal;
+    const auto refusing = New<ForeignImage>("refusing", &journal);
+    refusing->subscribeResult = E_ACCESSDENIED;
+    const auto reflector = NewReflector();
+    EXPECT_HR(E_ACCESSDENIED, reflector->Connect(refusing.Get()));
+    EXPECT_EQ(refusing->References(), 1u);
+    EXPECT_HR(S_OK, reflector->Disconnect());
+    EXPECT_EQ(journal, "refusing subscribe; ") << "there is nothing to leave";
+    const auto first = New<ForeignImage>("first");
+    EXPECT_HR(S_OK, reflector->Connect(first.Get()));
+    EXPECT_HR(E_ACCESSDENIED, reflector->Connect(refusing.Get()));
+    EXPECT_EQ(first->References(), 1u) << "the first image has been left all the same";
+}
+
+TEST(Reflector, StaysConnectedWhenTheImageDoesNotLetGo)
+{
+    std::string journal;
+    const auto holding = New<ForeignImage>("holding", &journal);
+    const auto second = New<ForeignImage>("second", &journal);
+    holding->unsubscribeResult = E_ABORT;
+    const auto reflector = NewReflector();
+    EXPECT_HR(S_OK, reflector->Connect(holding.Get()));
+    EXPECT_HR(E_ABORT, reflector->Disconnect());
+    EXPECT_HR(E_ABORT, reflector->Connect(second.Get()));
+    EXPECT_EQ(journal, "holding subscribe; holding unsubscribe; holding unsubscribe; ");
+    EXPECT_EQ(holding->References(), 2u);
+    holding->unsubscribeResult = S_FALSE;
+    EXPECT_HR(S_FALSE, reflector->Disconnect()) << "the image's result";
+    EXPECT_EQ(holding->References(), 1u);
+}
+
+TEST(Reflector, ThatIsReleasedLeavesASinkWithoutEffect)
+{
+    const Module module;
+    const auto foreign = New<ForeignImage>();
+    const auto client = New<Client>();
+    {
+        const auto reflector = NewReflector();
+        DWORD cookie = 0;
+        EXPECT_HR(S_OK, EventsOf(reflector.Get())->Advise(client.Get(), &cookie));
+        EXPECT_HR(S_OK, reflector->Connect(foreign.Get()));
+    }
+    EXPECT_EQ(client->References(), 1u);
+    EXPECT_EQ(foreign->References(), 1u) << "the image is released without being left";
+    RECT dirty = {1, 2, 3, 4};
+    EXPECT_HR(S_OK, foreign->handler->OnImageUpdate(nullptr, &dirty));
+    EXPECT_HR(S_OK, foreign->handler->OnImageUpdate(nullptr, nullptr));
+    EXPECT_EQ(client->Calls().size(), 0u);
+    EXPECT_HR(S_FALSE, module.CanUnload());
+    foreign->handler.Reset();
+    EXPECT_TRUE(module.BecomesUnused());
+}
+
+TEST(Reflector, ThatIsReleasedRaisesNothingForARealImage)
+{
+    const auto image = SharedImage();
+    const auto client = New<Client>();
+    {
+        const auto reflector = NewReflector();
+        DWORD cookie = 0;
+        EXPECT_HR(S_OK, EventsOf(reflector.Get())->Advise(client.Get(), &cookie));
+        EXPECT_HR(S_OK, reflector->Connect(image.Get()));
+    }
+    const auto last = New<Handler>();
+    ASSERT_HR(S_OK, image->Subscribe(last.Get(), Tavlo_Asynchronous));
+    for (size_t i = 1; i <= 3; ++i) {
+        EXPECT_HR(S_OK, Invalidate(image.Get(), nullptr));
+        ASSERT_TRUE(last->Receives(i));
+    }
+    EXPECT_EQ(client->Calls().size(), 0u);
+}
+
+TEST(Reflector, MayBeReleasedByItsClient)
+{
+    const Module module;
+    ComPtr<ITavloEventsReflector> reflector = NewReflector();
+    const auto image = New<ForeignImage>();
+    const auto client = New<Client>([&] {
+        reflector.Reset();
+        return S_OK;
+    });
+    const auto after = New<Client>();
+    DWORD cookie = 0;
+    ASSERT_HR(S_OK, EventsOf(reflector.Get())->Advise(client.Get(), &cookie));
+    ASSERT_HR(S_OK, EventsOf(reflector.Get())->Advise(after.Get(), &cookie));
+    ASSERT_HR(S_OK, reflector->Connect(image.Get()));
+    RECT dirty = {1, 2, 3, 4};
+    EXPECT_HR(S_OK, image->handler->OnImageUpdate(nullptr, &dirty));
+    EXPECT_EQ(after->Calls().size(), 1u) << "the event in progress is finished";
+    EXPECT_EQ(client->References(), 1u);
+    EXPECT_EQ(image->References(), 1u);
+}
+
+TEST(Reflector, MayConnectElsewhereInAnEvent)
+{
+    const auto second = New<ForeignImage>("second");
+    const ReflectedImage reflected;
+    const auto client = New<Client>([&] { return reflected.reflector->Connect(second.Get()); });
+    reflected.Advise(client);
+    const ComPtr<ITavloEvents> sink = reflected.image->handler;
+    RECT dirty = {1, 2, 3, 4};
+    EXPECT_HR(S_OK, sink->OnImageUpdate(nullptr, &dirty));
+    EXPECT_EQ(second->handler.Get(), sink.Get());
+    EXPECT_EQ(reflected.image->handler.Get(), nullptr);
+}
+
+TEST(Reflector, OfASingleThreadedApartmentCallsItsClientsThere)
+{
+    InApartment(COINIT_APARTMENTTHREADED, [] {
+        const auto image = SharedImage(640, 480);
+        const auto reflector = NewReflector();
+        Signal called;
+        const auto client = New<Client>([&] {
+            called.Set();
+            return S_OK;
+        });
+        DWORD cookie = 0;
+        ASSERT_HR(S_OK, EventsOf(reflector.Get())->Advise(client.Get(), &cookie));
+        ASSERT_HR(S_OK, reflector->Connect(image.Get()));
+        EXPECT_HR(S_OK, Invalidate(image.Get(), nullptr));
+        EXPECT_FALSE(called.IsSet());
+        ASSERT_TRUE(called.Pump());
+        EXPECT_EQ(client->Calls()[0].thread, GetCurrentThreadId());
+        EXPECT_EQ(EdgesOf(client->Calls()[0]), (RECT{0, 0, 640, 480}));
+        EXPECT_HR(S_OK, reflector->Disconnect());
+    }).join();
+}
+
+TEST(Reflector, OfASingleThreadedApartmentReflectsAnImageOfAnother)
+{
+    const auto image = SharedImage(640, 480);
+    ComPtr<IStream> stream;
+    ASSERT_HR(S_OK, CoMarshalInterThreadInterfaceInStream(IID_ITavlo2, image.Get(), &stream));
+    Signal connected;
+    auto apartment = InApartment(COINIT_APARTMENTTHREADED, [&] {
+        ComPtr<ITavlo2> there;
+        ASSERT_HR(S_OK, CoGetInterfaceAndReleaseStream(stream.Detach(), IID_PPV_ARGS(&there)));
+        const auto reflector = NewReflector();
+        Signal called;
+        const auto client = New<Client>([&] {
+            called.Set();
+            return S_OK;
+        });
+        DWORD cookie = 0;
+        ASSERT_HR(S_OK, EventsOf(reflector.Get())->Advise(client.Get(), &cookie));
+        EXPECT_HR(S_OK, reflector->Connect(there.Get()));
+        connected.Set();
+        ASSERT_TRUE(called.Pump());
+        EXPECT_EQ(client->Calls()[0].thread, GetCurrentThreadId());
+        EXPECT_EQ(EdgesOf(client->Calls()[0]), (RECT{1, 2, 3, 4}));
+        EXPECT_HR(S_OK, reflector->Disconnect());
+    });
+    ASSERT_TRUE(connected.Wait());
+    EXPECT_HR(S_OK, Invalidate(image, {1, 2, 3, 4}));
+    apartment.join();
+}
+
+TEST(Reflector, WorksAsAPartOfAnotherObject)
+{
+    const Module module;
+    {
+        const auto outer = New<Outer>();
+        void* refused = outer.Get();
+        EXPECT_HR(CLASS_E_NOAGGREGATION, CoCreateInstance(CLSID_TavloEventsReflector, outer.Get(), CLSCTX_INPROC_SERVER,
+                                                          IID_ITavloEventsReflector, &refused));
+        ASSERT_HR(S_OK, CoCreateInstance(CLSID_TavloEventsReflector, outer.Get(), CLSCTX_INPROC_SERVER, IID_IUnknown,
+                                         reinterpret_cast<void**>(outer->inner.GetAddressOf())));
+        ComPtr<ITavloEventsReflector> reflector;
+        ASSERT_HR(S_OK, outer->QueryInterface(IID_PPV_ARGS(&reflector)));
+        ComPtr<IUnknown> identity;
+        ASSERT_HR(S_OK, reflector.As(&identity));
+        EXPECT_EQ(identity.Get(), static_cast<IUnknown*>(outer.Get()));
+        const auto point = EventsOf(reflector.Get());
+        ComPtr<IConnectionPointContainer> container;
+        ASSERT_HR(S_OK, point->GetConnectionPointContainer(&container));
+        ASSERT_HR(S_OK, container.As(&identity));
+        EXPECT_EQ(identity.Get(), static_cast<IUnknown*>(outer.Get()));
+
+        const auto image = New<ForeignImage>();
+        const auto client = New<Client>();
+        DWORD cookie = 0;
+        EXPECT_HR(S_OK, point->Advise(client.Get(), &cookie));
+        EXPECT_HR(S_OK, reflector->Connect(image.Get()));
+        RECT dirty = {1, 2, 3, 4};
+        EXPECT_HR(S_OK, image->handler->OnImageUpdate(nullptr, &dirty));
+        EXPECT_EQ(client->Calls().size(), 1u);
+        EXPECT_HR(S_OK, reflector->Disconnect());
+    }
+    EXPECT_TRUE(module.BecomesUnused());
+}
+
+TEST(Reflector, IsSafeForScripts)
+{
+    ComPtr<IObjectSafety> safety;
+    ASSERT_HR(S_OK, NewReflector().As(&safety));
+    DWORD supported = 0;
+    DWORD enabled = 0;
+    EXPECT_HR(S_OK, safety->GetInterfaceSafetyOptions(IID_ITavloEventsReflector, &supported, &enabled));
+    EXPECT_EQ(supported, 3u);
+    EXPECT_HR(S_OK, safety->SetInterfaceSafetyOptions(IID_IDispatch, 3, 3));
+}
+
+TEST(Reflector, IsCalledByName)
+{
+    const auto reflector = NewReflector();
+    const auto image = New<ForeignImage>();
+    std::wstring name = L"Connect";
+    LPOLESTR names = name.data();
+    DISPID id = 0;
+    ASSERT_HR(S_OK, reflector->GetIDsOfNames(IID_NULL, &names, 1, LOCALE_USER_DEFAULT, &id));
+    EXPECT_EQ(id, 0x60020000);
+    VARIANTARG argument;
+    VariantInit(&argument);
+    argument.vt = VT_DISPATCH;
+    argument.pdispVal = image.Get();
+    DISPPARAMS parameters = {&argument, nullptr, 1, 0};
+    EXPECT_HR(S_OK, reflector->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &parameters, nullptr, nullptr,
+                                      nullptr));
+    EXPECT_NE(image->handler.Get(), nullptr);
+    DISPPARAMS none = {};
+    EXPECT_HR(S_OK, reflector->Invoke(0x60020001, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &none, nullptr,
+                                      nullptr, nullptr));
+    EXPECT_EQ(image->handler.Get(), nullptr);
+}
+
+TEST(Reflector, LivesAndDiesWithItsImageUpdating)
+{
+    const Module module;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 3; ++t) {
+        threads.push_back(InApartment(COINIT_MULTITHREADED, [] {
+            for (int i = 0; i < 100; ++i) {
+                const auto image = SharedImage();
+                const auto client = New<Client>();
+                {
+                    const auto reflector = NewReflector();
+                    DWORD cookie = 0;
+                    EXPECT_HR(S_OK, EventsOf(reflector.Get())->Advise(client.Get(), &cookie));
+                    EXPECT_HR(S_OK, reflector->Connect(image.Get()));
+                    EXPECT_HR(S_OK, Invalidate(image.Get(), nullptr));
+                    EXPECT_TRUE(client->Receives(1));
+                    EXPECT_HR(S_OK, reflector->Disconnect());
+                    EXPECT_TRUE(WorkerCatchesUp(image));
+                }
+                EXPECT_EQ(client->References(), 1u);
+            }
+        }));
+    }
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_TRUE(module.BecomesUnused());
+}
