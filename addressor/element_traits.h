@@ -6,6 +6,7 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <limits>
 #include <ostream>
 #include <stdexcept>
 #include <type_traits>
@@ -26,24 +27,44 @@ inline VARIANT NewVariant(VARTYPE type) noexcept
     return variant;
 }
 
-/// Integers: text is the decimal number.
-template <class T>
-struct IntegerText
+/// Numbers: read from and written to members of a variant, which may differ.
+template <class T, VARTYPE getType, auto getMember, VARTYPE putType, auto putMember>
+struct NumberTraits
 {
+    static constexpr VARTYPE setType = putType;
+
+    static VARIANT Get(T v) noexcept
+    {
+        VARIANT variant = NewVariant(getType);
+        variant.*getMember = v;
+        return variant;
+    }
+
+    static T From(const VARIANT& variant) noexcept { return static_cast<T>(variant.*putMember); }
+    static double Value(T v) noexcept { return v; }
+};
+
+/// Integers: scaled by their type's range; text is the decimal number.
+template <class T, VARTYPE getType, auto getMember, VARTYPE putType = getType, auto putMember = getMember>
+struct IntegerTraits : NumberTraits<T, getType, getMember, putType, putMember>
+{
+    static constexpr double minimum = std::numeric_limits<T>::min();
+    static constexpr double maximum = std::numeric_limits<T>::max();
+
+    static double Normalized(T v) noexcept { return v / maximum; }
+    static double Intensity(T v) noexcept { return (v - minimum) / (maximum - minimum); }
+
     static void Write(std::wostream& out, T v)
     {
-        if constexpr (std::is_signed_v<T>)
-            out << static_cast<long long>(v);
-        else
-            out << static_cast<unsigned long long>(v);
+        // Never as a character.
+        out << static_cast<std::conditional_t<std::is_signed_v<T>, long long, unsigned long long>>(v);
     }
 };
 
-/// Floating point: one scale for everything, text with three digits.
-template <class T>
-struct FloatScale
+/// Floating point: unscaled; text with three digits.
+template <class T, VARTYPE type, auto member>
+struct FloatTraits : NumberTraits<T, type, member, type, member>
 {
-    static double Value(T v) noexcept { return v; }
     static double Normalized(T v) noexcept { return v; }
     static double Intensity(T v) noexcept { return v; }
 
@@ -101,94 +122,31 @@ struct ColorTraits
 
 /// Read as VT_I4 and written through VT_I1.
 template <>
-struct ElementTraits<signed char> : Detail::IntegerText<signed char>
+struct ElementTraits<signed char>
+    : Detail::IntegerTraits<signed char, VT_I4, &VARIANT::lVal, VT_I1, &VARIANT::cVal>
 {
-    static constexpr VARTYPE setType = VT_I1;
-
-    static VARIANT Get(signed char v) noexcept
-    {
-        VARIANT variant = Detail::NewVariant(VT_I4);
-        variant.lVal = v;
-        return variant;
-    }
-
-    static signed char From(const VARIANT& variant) noexcept { return static_cast<signed char>(variant.cVal); }
-    static double Value(signed char v) noexcept { return v; }
-    static double Normalized(signed char v) noexcept { return v / 127.0; }
-    static double Intensity(signed char v) noexcept { return (v + 128) / 255.0; }
 };
 
 template <>
-struct ElementTraits<unsigned char> : Detail::IntegerText<unsigned char>
+struct ElementTraits<unsigned char> : Detail::IntegerTraits<unsigned char, VT_UI1, &VARIANT::bVal>
 {
-    static constexpr VARTYPE setType = VT_UI1;
-
-    static VARIANT Get(unsigned char v) noexcept
-    {
-        VARIANT variant = Detail::NewVariant(VT_UI1);
-        variant.bVal = v;
-        return variant;
-    }
-
-    static unsigned char From(const VARIANT& variant) noexcept { return variant.bVal; }
-    static double Value(unsigned char v) noexcept { return v; }
-    static double Normalized(unsigned char v) noexcept { return v / 255.0; }
-    static double Intensity(unsigned char v) noexcept { return v / 255.0; }
 };
 
 template <>
-struct ElementTraits<short> : Detail::IntegerText<short>
+struct ElementTraits<short> : Detail::IntegerTraits<short, VT_I2, &VARIANT::iVal>
 {
-    static constexpr VARTYPE setType = VT_I2;
-
-    static VARIANT Get(short v) noexcept
-    {
-        VARIANT variant = Detail::NewVariant(VT_I2);
-        variant.iVal = v;
-        return variant;
-    }
-
-    static short From(const VARIANT& variant) noexcept { return variant.iVal; }
-    static double Value(short v) noexcept { return v; }
-    static double Normalized(short v) noexcept { return v / 32767.0; }
-    static double Intensity(short v) noexcept { return (v + 32768) / 65535.0; }
 };
 
 template <>
-struct ElementTraits<unsigned short> : Detail::IntegerText<unsigned short>
+struct ElementTraits<unsigned short> : Detail::IntegerTraits<unsigned short, VT_UI2, &VARIANT::uiVal>
 {
-    static constexpr VARTYPE setType = VT_UI2;
-
-    static VARIANT Get(unsigned short v) noexcept
-    {
-        VARIANT variant = Detail::NewVariant(VT_UI2);
-        variant.uiVal = v;
-        return variant;
-    }
-
-    static unsigned short From(const VARIANT& variant) noexcept { return variant.uiVal; }
-    static double Value(unsigned short v) noexcept { return v; }
-    static double Normalized(unsigned short v) noexcept { return v / 65535.0; }
-    static double Intensity(unsigned short v) noexcept { return v / 65535.0; }
 };
 
 template <>
-struct ElementTraits<int> : Detail::IntegerText<int>
+struct ElementTraits<int> : Detail::IntegerTraits<int, VT_I4, &VARIANT::lVal>
 {
-    static constexpr VARTYPE setType = VT_I4;
-
-    static VARIANT Get(int v) noexcept
-    {
-        VARIANT variant = Detail::NewVariant(VT_I4);
-        variant.lVal = v;
-        return variant;
-    }
-
-    static int From(const VARIANT& variant) noexcept { return variant.lVal; }
-    static double Value(int v) noexcept { return v; }
-    static double Normalized(int v) noexcept { return v / 2147483647.0; }
-
-    /// The offset value is taken as a signed number again, unlike the other signed types.
+    /// The value on the unsigned scale is taken as a signed number again, unlike that of
+    /// the other signed types.
     static double Intensity(int v) noexcept
     {
         return static_cast<std::int32_t>(static_cast<std::uint32_t>(v) + 0x80000000u) / 4294967295.0;
@@ -196,51 +154,18 @@ struct ElementTraits<int> : Detail::IntegerText<int>
 };
 
 template <>
-struct ElementTraits<unsigned int> : Detail::IntegerText<unsigned int>
+struct ElementTraits<unsigned int> : Detail::IntegerTraits<unsigned int, VT_UI4, &VARIANT::ulVal>
 {
-    static constexpr VARTYPE setType = VT_UI4;
-
-    static VARIANT Get(unsigned int v) noexcept
-    {
-        VARIANT variant = Detail::NewVariant(VT_UI4);
-        variant.ulVal = v;
-        return variant;
-    }
-
-    static unsigned int From(const VARIANT& variant) noexcept { return variant.ulVal; }
-    static double Value(unsigned int v) noexcept { return v; }
-    static double Normalized(unsigned int v) noexcept { return v / 4294967295.0; }
-    static double Intensity(unsigned int v) noexcept { return v / 4294967295.0; }
 };
 
 template <>
-struct ElementTraits<float> : Detail::FloatScale<float>
+struct ElementTraits<float> : Detail::FloatTraits<float, VT_R4, &VARIANT::fltVal>
 {
-    static constexpr VARTYPE setType = VT_R4;
-
-    static VARIANT Get(float v) noexcept
-    {
-        VARIANT variant = Detail::NewVariant(VT_R4);
-        variant.fltVal = v;
-        return variant;
-    }
-
-    static float From(const VARIANT& variant) noexcept { return variant.fltVal; }
 };
 
 template <>
-struct ElementTraits<double> : Detail::FloatScale<double>
+struct ElementTraits<double> : Detail::FloatTraits<double, VT_R8, &VARIANT::dblVal>
 {
-    static constexpr VARTYPE setType = VT_R8;
-
-    static VARIANT Get(double v) noexcept
-    {
-        VARIANT variant = Detail::NewVariant(VT_R8);
-        variant.dblVal = v;
-        return variant;
-    }
-
-    static double From(const VARIANT& variant) noexcept { return variant.dblVal; }
 };
 
 template <>
