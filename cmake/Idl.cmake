@@ -8,6 +8,7 @@ find_path(TAVLO_WIDL_INCLUDE oaidl.idl
 find_path(TAVLO_STDOLE stdole2.tlb
   PATHS /usr/lib/x86_64-linux-gnu/wine/x86_64-windows $ENV{SystemRoot}/System32
   NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
 set(TAVLO_WIDL_FLAGS -m64 --win64 -Oicf)
 
 # Runs widl on idl/NAME.idl; MODES name what comes out: h (header), i (GUIDs),
@@ -23,12 +24,18 @@ function(tavlo_widl name directory)
   set(output_tlb ${name}.tlb)
   set(output_p ${name}_p.c)
   foreach(mode IN LISTS arg_MODES)
+    set(finish "")
+    if(mode STREQUAL tlb)
+      set(finish COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/cmake/double_default.py
+        ${directory}/${output_tlb})
+    endif()
     add_custom_command(
       OUTPUT ${directory}/${output_${mode}}
       COMMAND ${TAVLO_WIDL} ${TAVLO_WIDL_FLAGS} -I ${TAVLO_WIDL_INCLUDE} -I ${PROJECT_SOURCE_DIR}/idl
         -L ${TAVLO_STDOLE} -L ${directory} ${option_${mode}} -o ${directory}/${output_${mode}} ${name}.idl
+      ${finish}
       WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}/idl
-      DEPENDS ${PROJECT_SOURCE_DIR}/idl/${name}.idl ${arg_DEPENDS}
+      DEPENDS ${PROJECT_SOURCE_DIR}/idl/${name}.idl ${PROJECT_SOURCE_DIR}/cmake/double_default.py ${arg_DEPENDS}
       COMMENT "widl ${output_${mode}}"
       VERBATIM)
   endforeach()
