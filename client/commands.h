@@ -15,6 +15,7 @@ namespace Mardu::Sentel::Tavlo::Client {
 Action SetUpPublish(CLI::App& options);
 Action SetUpExport(CLI::App& options);
 Action SetUpInfo(CLI::App& options);
+Action SetUpRecode(CLI::App& options);
 Action SetUpRegisterCommon(CLI::App& options);
 
 /// All commands, in the order of the help.
@@ -22,6 +23,7 @@ inline constexpr Command commands[] = {
     {"publish", "Share a picture as an image until Enter or the end of input", SetUpPublish},
     {"export", "Write a shared image as a PNG picture", SetUpExport},
     {"info", "Print a shared image's geometry, size and value range", SetUpInfo},
+    {"recode", "Convert a picture's pixels to another type, range or colours", SetUpRecode},
     {"register-common", "Register the common type library, which events need", SetUpRegisterCommon},
 };
 
@@ -37,5 +39,8 @@ struct ImageOptions
 
 /// Adds --section and --descriptor, both required, which fill target.
 void AddImageOptions(CLI::App& options, const std::shared_ptr<ImageOptions>& target);
+
+/// Adds the required argument OUT, a PNG file to write, which fills target.
+void AddPngOption(CLI::App& options, std::string& target);
 
 } // namespace Mardu::Sentel::Tavlo::Client

@@ -1,11 +1,12 @@
 #include "client/descriptor.h"
 
+#include "client/fields.h"
+
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstdlib>
 #include <iterator>
-#include <optional>
+#include <limits>
 #include <stdexcept>
 #include <vector>
 
@@ -47,44 +48,13 @@ bool EqualInAnyCase(std::string_view a, std::string_view b) noexcept
     return std::ranges::equal(a, b, {}, LowerCase, LowerCase);
 }
 
-std::string Quoted(std::string_view text)
-{
-    return "'" + std::string(text) + "'";
-}
-
-std::optional<std::int32_t> NumberIn(std::string_view text) noexcept
-{
-    std::int32_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size())
-        return std::nullopt;
-    return number;
-}
-
-std::int32_t ParseNumber(std::string_view name, std::string_view text)
-{
-    const std::optional<std::int32_t> number = NumberIn(text);
-    if (!number)
-        throw std::invalid_argument(std::string(name) + " must be a whole number of 32 bits, not " +
-                                    Quoted(text));
-    return *number;
-}
-
-std::int32_t ParseCount(std::string_view name, std::string_view text)
-{
-    const std::int32_t number = ParseNumber(name, text);
-    if (number < 1)
-        throw std::invalid_argument(std::string(name) + " must be at least 1, not " + Quoted(text));
-    return number;
-}
-
 Encoding ParseEncoding(std::string_view text)
 {
     for (const NamedEncoding& known : encodings) {
         if (EqualInAnyCase(known.name, text))
             return known.encoding;
     }
-    const std::optional<std::int32_t> number = NumberIn(text);
+    const std::optional<std::int32_t> number = WholeNumber(text);
     if (!number || *number < 0 || *number > greatestEncoding) {
         std::string names;
         for (const NamedEncoding& known : encodings)
@@ -96,18 +66,6 @@ Encoding ParseEncoding(std::string_view text)
     return static_cast<Encoding>(*number);
 }
 
-std::vector<std::string_view> Fields(std::string_view text)
-{
-    std::vector<std::string_view> fields;
-    for (;;) {
-        const std::size_t comma = text.find(',');
-        fields.push_back(text.substr(0, comma));
-        if (comma == std::string_view::npos)
-            return fields;
-        text.remove_prefix(comma + 1);
-    }
-}
-
 } // namespace
 
 std::string EncodingText(Encoding encoding)
@@ -115,6 +73,19 @@ std::string EncodingText(Encoding encoding)
     const auto known = std::ranges::find(encodings, encoding, &NamedEncoding::encoding);
     return known != std::end(encodings) ? std::string(known->name)
                                         : std::to_string(static_cast<std::int32_t>(encoding));
+}
+
+PixelType ParsePixelType(std::string_view text)
+{
+    const std::vector<std::string_view> fields = Fields(text);
+    if (fields.size() != 2)
+        throw std::invalid_argument("a pixel type is the two values ENCODING,BITS, not " + Quoted(text));
+    return {ParseEncoding(fields[0]), ParseNumberFrom(1, "BITS", fields[1])};
+}
+
+std::string PixelTypeText(const PixelType& type)
+{
+    return EncodingText(type.encoding) + '(' + std::to_string(type.bits) + ')';
 }
 
 Descriptor ParseDescriptor(std::string_view text)
@@ -125,9 +96,9 @@ Descriptor ParseDescriptor(std::string_view text)
                                     Quoted(text));
     }
     Descriptor descriptor;
-    descriptor.width = ParseCount("W", fields[0]);
-    descriptor.height = ParseCount("H", fields[1]);
-    descriptor.bits = ParseCount("BITS", fields[2]);
+    descriptor.width = ParseNumberFrom(1, "W", fields[0]);
+    descriptor.height = ParseNumberFrom(1, "H", fields[1]);
+    descriptor.bits = ParseNumberFrom(1, "BITS", fields[2]);
     descriptor.encoding = ParseEncoding(fields[3]);
     descriptor.offset = ParseNumber("OFFSET", fields[4]);
     descriptor.strideX = ParseNumber("SX", fields[5]);
@@ -143,6 +114,26 @@ std::string DescriptorText(const Descriptor& descriptor)
                                      descriptor.strideX, descriptor.strideY})
         text += (text.empty() ? "" : ",") + std::to_string(value);
     return text;
+}
+
+std::optional<Descriptor> PackedGeometry(std::int32_t width, std::int32_t height,
+                                         const PixelType& type) noexcept
+{
+    const std::int64_t pixel = (std::int64_t{type.bits} + 7) / 8;
+    // One pixel more where a row would be as long as a pixel: the factory's size rule
+    // tells rows from columns by the longer stride.
+    const std::int64_t row = std::max(width, 2) * pixel;
+    constexpr std::int64_t most = std::numeric_limits<std::int32_t>::max();
+    // Divided, so that no product can be too large.
+    if (pixel > most || row > most / height)
+        return std::nullopt;
+    return Descriptor{width,
+                      height,
+                      type.bits,
+                      type.encoding,
+                      0,
+                      static_cast<std::int32_t>(pixel),
+                      static_cast<std::int32_t>(row)};
 }
 
 ByteRange BytesTouched(const Descriptor& descriptor, std::int64_t sampleSize) noexcept

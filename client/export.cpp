@@ -15,21 +15,12 @@ struct ExportOptions : ImageOptions
     std::string picture;
 };
 
-std::string ReasonOfRefusal(const Descriptor& descriptor)
-{
-    std::string reason = EncodingText(descriptor.encoding) + " of " + std::to_string(descriptor.bits) +
-                         " bits cannot be kept in PNG";
-    if (descriptor.encoding == Encoding::Float)
-        reason += ", which has no floating-point numbers";
-    return reason + "; what can be exported is " + std::string(pngEncodings);
-}
-
 void Export(const ExportOptions& options)
 {
-    const std::optional<PngFormat> format = PngFormatOf(options.descriptor);
+    const std::optional<PngFormat> format = PngFormatOf(options.descriptor.Type());
     if (!format)
         throw Failure(HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED), "export the image",
-                      ReasonOfRefusal(options.descriptor));
+                      WhyNotPng(options.descriptor.Type()));
 
     const ComPtr<ITavloFactory2> factory = CreateFactory();
     const ComPtr<ITavlo2> image =
@@ -47,17 +38,7 @@ Action SetUpExport(CLI::App& options)
 {
     const auto target = std::make_shared<ExportOptions>();
     AddImageOptions(options, target);
-    options
-        .add_option("OUT", target->picture,
-                    "The PNG file to write; one that exists is replaced when all is well")
-        ->required()
-        ->type_name("")
-        ->check(CLI::Validator(
-            [](const std::string& name) {
-                return CLI::detail::to_lower(name).ends_with(".png") ? std::string()
-                                                                     : "must end in .png, not '" + name + "'";
-            },
-            ""));
+    AddPngOption(options, target->picture);
     return [target] { Export(*target); };
 }
 

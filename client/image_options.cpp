@@ -34,4 +34,16 @@ void AddImageOptions(CLI::App& options, const std::shared_ptr<ImageOptions>& tar
         ->type_name("W,H,BITS,ENCODING,OFFSET,SX,SY");
 }
 
+void AddPngOption(CLI::App& options, std::string& target)
+{
+    const auto check = [](const std::string& name) {
+        return CLI::detail::to_lower(name).ends_with(".png") ? std::string()
+                                                             : "must end in .png, not '" + name + "'";
+    };
+    options.add_option("OUT", target, "The PNG file to write; one that exists is replaced when all is well")
+        ->required()
+        ->type_name("")
+        ->check(CLI::Validator(check, ""));
+}
+
 } // namespace Mardu::Sentel::Tavlo::Client

@@ -147,16 +147,11 @@ void PictureFile::ChooseEncodingOfPalette(UINT indexBits)
 
 void PictureFile::Describe(Encoding encoding, std::int32_t bits)
 {
-    const std::int64_t sample = bits / 8;
-    // One pixel more where a row would be as long as a pixel: the factory's size rule
-    // tells rows from columns by the longer stride.
-    const std::int64_t row = std::max(descriptor_.width, 2) * sample;
-    if (row * descriptor_.height > std::numeric_limits<std::int32_t>::max())
-        throw Failure(WINCODEC_ERR_IMAGESIZEOUTOFRANGE, purpose_, "an image has at most 2147483647 bytes");
-    descriptor_.encoding = encoding;
-    descriptor_.bits = bits;
-    descriptor_.strideX = static_cast<std::int32_t>(sample);
-    descriptor_.strideY = static_cast<std::int32_t>(row);
+    const std::optional<Descriptor> geometry =
+        PackedGeometry(descriptor_.width, descriptor_.height, {encoding, bits});
+    if (!geometry)
+        throw Failure(WINCODEC_ERR_IMAGESIZEOUTOFRANGE, purpose_, std::string(imageSizeLimit));
+    descriptor_ = *geometry;
 }
 
 void PictureFile::CopyTo(std::span<std::uint8_t> memory) const

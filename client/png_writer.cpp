@@ -70,10 +70,10 @@ std::size_t PngFormat::Sample() const noexcept
     return static_cast<std::size_t>(depth / 8 * channels);
 }
 
-std::optional<PngFormat> PngFormatOf(const Descriptor& descriptor) noexcept
+std::optional<PngFormat> PngFormatOf(const PixelType& type) noexcept
 {
-    const std::int32_t bits = descriptor.bits;
-    switch (descriptor.encoding) {
+    const std::int32_t bits = type.bits;
+    switch (type.encoding) {
     case Encoding::Unsigned:
         if (bits >= 1 && bits <= 16)
             return PngFormat{bits <= 8 ? 8 : 16, 1, false};
@@ -82,20 +82,29 @@ std::optional<PngFormat> PngFormatOf(const Descriptor& descriptor) noexcept
     case Encoding::BGR:
         // With 32 bits a fourth byte that means nothing lies beside the colours.
         if (bits == 24 || bits == 32)
-            return PngFormat{8, 3, descriptor.encoding == Encoding::BGR};
+            return PngFormat{8, 3, type.encoding == Encoding::BGR};
         return std::nullopt;
     case Encoding::RGBA:
     case Encoding::BGRA:
         if (bits == 32)
-            return PngFormat{8, 4, descriptor.encoding == Encoding::BGRA};
+            return PngFormat{8, 4, type.encoding == Encoding::BGRA};
         return std::nullopt;
     default:
         return std::nullopt;
     }
 }
 
+std::string WhyNotPng(const PixelType& type)
+{
+    std::string reason =
+        EncodingText(type.encoding) + " of " + std::to_string(type.bits) + " bits cannot be kept in PNG";
+    if (type.encoding == Encoding::Float)
+        reason += ", which has no floating-point numbers";
+    return reason + "; PNG keeps Unsigned of 1 to 16 bits, RGB, BGR, RGBA and BGRA";
+}
+
 void WritePng(const Descriptor& descriptor, const PngFormat& format, const std::uint8_t* base,
-              const Sink& sink)
+              const Sink& sink, const std::function<void(std::int32_t)>& rowsDone)
 {
     const Writer writer(sink);
     constexpr auto unlimited = static_cast<png_uint_32>(std::numeric_limits<std::int32_t>::max());
@@ -113,6 +122,8 @@ void WritePng(const Descriptor& descriptor, const PngFormat& format, const std::
     for (std::int32_t y = 0; y < descriptor.height; ++y) {
         CopyRow(descriptor, base, y, row);
         png_write_row(writer.Png(), row.data());
+        if (rowsDone)
+            rowsDone(y + 1);
     }
     png_write_end(writer.Png(), nullptr);
 }

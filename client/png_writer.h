@@ -6,7 +6,7 @@
 #include <functional>
 #include <optional>
 #include <span>
-#include <string_view>
+#include <string>
 
 namespace Mardu::Sentel::Tavlo::Client {
 
@@ -19,14 +19,16 @@ struct PngFormat
     std::size_t Sample() const noexcept; ///< bytes per pixel
 };
 
-/// What users may be told when PngFormatOf gives nothing.
-inline constexpr std::string_view pngEncodings = "Unsigned of 1 to 16 bits, RGB, BGR, RGBA and BGRA";
+std::optional<PngFormat> PngFormatOf(const PixelType& type) noexcept;
 
-std::optional<PngFormat> PngFormatOf(const Descriptor& descriptor) noexcept;
+/// What users are told when PngFormatOf gives nothing.
+std::string WhyNotPng(const PixelType& type);
 
-/// Writes the image whose memory starts at base, piece by piece, to sink. Whatever
-/// sink throws comes out unchanged; std::runtime_error for failures of the format.
+/// Writes the image whose memory starts at base, piece by piece, to sink, and tells
+/// rowsDone how many rows that were. Whatever sink and rowsDone throw comes out
+/// unchanged; std::runtime_error for failures of the format.
 void WritePng(const Descriptor& descriptor, const PngFormat& format, const std::uint8_t* base,
-              const std::function<void(std::span<const std::uint8_t>)>& sink);
+              const std::function<void(std::span<const std::uint8_t>)>& sink,
+              const std::function<void(std::int32_t)>& rowsDone = {});
 
 } // namespace Mardu::Sentel::Tavlo::Client

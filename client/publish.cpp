@@ -20,15 +20,6 @@ struct PublishOptions
     TavloAccess access = Tavlo_SingleWriter;
 };
 
-std::int32_t SizeFor(ITavloFactory2& factory, const Descriptor& descriptor)
-{
-    LONG size = 0;
-    Check(factory.GetSizeFor(descriptor.width, descriptor.height, descriptor.strideX, descriptor.strideY,
-                             &size),
-          "compute the image's size");
-    return size;
-}
-
 /// A new section. One that exists already belongs to somebody else and is left alone.
 Handle CreateSection(const std::wstring& name, std::int32_t size)
 {
@@ -43,16 +34,8 @@ Handle CreateSection(const std::wstring& name, std::int32_t size)
     return section;
 }
 
-void Fill(ITavlo2& image, const PictureFile& picture, std::int32_t size)
-{
-    ComPtr<IWriteAccessor> access;
-    Check(image.GetWriteAccess(&access), "write the image");
-    picture.CopyTo({static_cast<std::uint8_t*>(access->Ptr(0)), static_cast<std::size_t>(size)});
-    Check(access->Invalidate(nullptr), "report the image's change");
-}
-
 /// The name as one argument of a command line.
-std::string Quoted(const std::string& name)
+std::string Argument(const std::string& name)
 {
     return name.find_first_of(" \t") == std::string::npos ? name : '"' + name + '"';
 }
@@ -84,7 +67,7 @@ void Publish(const PublishOptions& options)
     if (options.access != filling)
         image = Adopt(*factory.Get(), name, geometry, options.access);
 
-    Print("--section " + Quoted(options.section) + " --descriptor " + DescriptorText(geometry) + "\n");
+    Print("--section " + Argument(options.section) + " --descriptor " + DescriptorText(geometry) + "\n");
     WaitForEnterOrEndOfInput();
 }
 

@@ -1,6 +1,7 @@
 #include "client/shared_image.h"
 
 #include "client/failure.h"
+#include "client/picture_file.h"
 #include "client/text.h"
 
 #include <oleauto.h>
@@ -70,17 +71,6 @@ std::int64_t ReadableBytes(const void* base)
 
 } // namespace
 
-ComPtr<ITavloFactory2> CreateFactory()
-{
-    ComPtr<ITavloFactory2> factory;
-    const HRESULT result =
-        CoCreateInstance(CLSID_TavloFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&factory));
-    if (result == REGDB_E_CLASSNOTREG)
-        throw Failure(result, "create the image factory", "Tavlo.dll is not registered");
-    Check(result, "create the image factory");
-    return factory;
-}
-
 ComPtr<ITavlo2> Adopt(ITavloFactory2& factory, std::wstring_view section, const Descriptor& descriptor,
                       TavloAccess access)
 {
@@ -89,6 +79,31 @@ ComPtr<ITavlo2> Adopt(ITavloFactory2& factory, std::wstring_view section, const 
     ComPtr<ITavlo2> image;
     Check(factory.Adopt(name.get(), geometry.Get(), access, &image), "open section '" + Utf8(section) + "'");
     return image;
+}
+
+ComPtr<ITavlo2> Create(ITavloFactory2& factory, const Descriptor& descriptor)
+{
+    const ComPtr<ITavloDescriptor2> geometry = MakeDescriptor(descriptor);
+    ComPtr<ITavlo2> image;
+    Check(factory.Create(geometry.Get(), Tavlo_SingleWriter, &image), "create an image");
+    return image;
+}
+
+std::int32_t SizeFor(ITavloFactory2& factory, const Descriptor& descriptor)
+{
+    LONG size = 0;
+    Check(factory.GetSizeFor(descriptor.width, descriptor.height, descriptor.strideX, descriptor.strideY,
+                             &size),
+          "compute the image's size");
+    return size;
+}
+
+void Fill(ITavlo2& image, const PictureFile& picture, std::int32_t size)
+{
+    ComPtr<IWriteAccessor> access;
+    Check(image.GetWriteAccess(&access), "write the image");
+    picture.CopyTo({static_cast<std::uint8_t*>(access->Ptr(0)), static_cast<std::size_t>(size)});
+    Check(access->Invalidate(nullptr), "report the image's change");
 }
 
 Reader::Reader(ITavlo2& image, const Descriptor& descriptor, std::int64_t sampleSize)

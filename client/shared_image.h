@@ -1,11 +1,7 @@
 #pragma once
 
+#include "client/component.h"
 #include "client/descriptor.h"
-
-#include <windows.h>
-
-#include <TavloLib.h>
-#include <wrl/client.h>
 
 #include <cstdint>
 #include <string>
@@ -13,13 +9,20 @@
 
 namespace Mardu::Sentel::Tavlo::Client {
 
-using Microsoft::WRL::ComPtr;
-
-ComPtr<ITavloFactory2> CreateFactory();
+class PictureFile;
 
 /// An image over the section of this name, which stays as it is when this fails.
 ComPtr<ITavlo2> Adopt(ITavloFactory2& factory, std::wstring_view section, const Descriptor& descriptor,
                       TavloAccess access);
+
+/// A new image in memory of its own, for one writer at a time.
+ComPtr<ITavlo2> Create(ITavloFactory2& factory, const Descriptor& descriptor);
+
+/// The bytes of an image whose first byte is the first of its memory.
+std::int32_t SizeFor(ITavloFactory2& factory, const Descriptor& descriptor);
+
+/// Decodes a picture into an image of the picture's geometry, which has size bytes.
+void Fill(ITavlo2& image, const PictureFile& picture, std::int32_t size);
 
 /// Read access to an image of which every sample is known to lie in its section.
 class Reader

@@ -68,6 +68,45 @@ INSTANTIATE_TEST_SUITE_P(
                     WrongDescriptor{"1,2,8,0,0,1,1 ", "SY must be a whole number"},
                     WrongDescriptor{"1,2,8,0,0,1,2147483648", "SY must be a whole number"}));
 
+TEST(ParsePixelTypeTest, ReadsANameInAnyCaseOrANumberAndTheBits)
+{
+    EXPECT_EQ(ParsePixelType("Unsigned,8"), (PixelType{Encoding::Unsigned, 8}));
+    EXPECT_EQ(ParsePixelType("bgr,24"), (PixelType{Encoding::BGR, 24}));
+    EXPECT_EQ(ParsePixelType("4,32"), (PixelType{Encoding::RGBA, 32}));
+}
+
+TEST(ParsePixelTypeTest, RefusesAnythingElse)
+{
+    for (const char* text : {"", "RGB", "RGB,24,1", "RGB,", ",24", "grey,8", "18,8", "RGB,0", "RGB,x", "RGB, 24"})
+        EXPECT_THROW(ParsePixelType(text), std::invalid_argument) << text;
+}
+
+TEST(PixelTypeTextTest, HasTheBitsInParentheses)
+{
+    EXPECT_EQ(PixelTypeText({Encoding::RGBA, 32}), "RGBA(32)");
+}
+
+TEST(PackedGeometryTest, LeavesNoBytesBetweenPixelsAndRows)
+{
+    EXPECT_EQ(PackedGeometry(5, 3, {Encoding::RGB, 24}), (Descriptor{5, 3, 24, Encoding::RGB, 0, 3, 15}));
+    EXPECT_EQ(PackedGeometry(5, 3, {Encoding::Unsigned, 12}),
+              (Descriptor{5, 3, 12, Encoding::Unsigned, 0, 2, 10}));
+}
+
+TEST(PackedGeometryTest, KeepsRowsOfOnePixelApart)
+{
+    EXPECT_EQ(PackedGeometry(1, 3, {Encoding::RGBA, 32}), (Descriptor{1, 3, 32, Encoding::RGBA, 0, 4, 8}));
+}
+
+TEST(PackedGeometryTest, IsNothingForMoreBytesThanAnImageCanHave)
+{
+    EXPECT_TRUE(PackedGeometry(2147483647, 1, {Encoding::Unsigned, 8}));
+    EXPECT_FALSE(PackedGeometry(2147483647, 1, {Encoding::Unsigned, 9}));
+    EXPECT_TRUE(PackedGeometry(32768, 65535, {Encoding::Unsigned, 8}));
+    EXPECT_FALSE(PackedGeometry(32768, 65536, {Encoding::Unsigned, 8}));
+    EXPECT_FALSE(PackedGeometry(2147483647, 2147483647, {Encoding::FloatVector4D, 2147483647}));
+}
+
 TEST(EncodingTextTest, FallsBackToTheNumber)
 {
     EXPECT_EQ(EncodingText(Encoding::ComplexFloatHalfOdd), "Complex_Float_Half_Odd");
