@@ -88,7 +88,8 @@ public:
             [&] { *pSize = AccessorMarshalSizeMax(target_, iid, object, context, contextData, flags); });
     }
 
-    STDMETHODIMP MarshalInterface(IStream* stream, REFIID, void*, DWORD context, void* contextData, DWORD) override
+    STDMETHODIMP MarshalInterface(IStream* stream, REFIID, void*, DWORD context, void* contextData,
+                                  DWORD) override
     {
         if (stream == nullptr)
             return E_POINTER;
@@ -128,8 +129,9 @@ private:
     AccessorTarget target_;
 };
 
-class CReadAccessor final : public CAccessorImpl<CReadAccessor, AccessorTraits<IReadAccessor>, CLSID_ReadAccessor>,
-                            private LifeTimeLog<CReadAccessor>
+class CReadAccessor final
+    : public CAccessorImpl<CReadAccessor, AccessorTraits<IReadAccessor>, CLSID_ReadAccessor>,
+      private LifeTimeLog<CReadAccessor>
 {
 };
 

@@ -20,7 +20,10 @@ class StreamSource final : public ByteSource
 public:
     explicit StreamSource(IStream* stream) noexcept : stream_(stream) {}
 
-    void Read(void* data, std::size_t bytes) override { ReadExactly(stream_, data, static_cast<ULONG>(bytes)); }
+    void Read(void* data, std::size_t bytes) override
+    {
+        ReadExactly(stream_, data, static_cast<ULONG>(bytes));
+    }
 
 private:
     IStream* stream_;
@@ -34,7 +37,8 @@ AccessorPacket PacketOf(const AccessorTarget& target)
 ComPtr<ITavloInternal> UnmarshalImage(IStream* stream)
 {
     ComPtr<ITavloInternal> image;
-    CheckHResult(CoUnmarshalInterface(stream, IID_ITavloInternal, reinterpret_cast<void**>(image.GetAddressOf())));
+    CheckHResult(
+        CoUnmarshalInterface(stream, IID_ITavloInternal, reinterpret_cast<void**>(image.GetAddressOf())));
     return image;
 }
 
@@ -42,8 +46,8 @@ void Diagnose(const wchar_t* function, const std::wstring& name, DWORD error)
 {
     static std::mutex oneAtATime;
     const std::lock_guard lock(oneAtATime);
-    DiagnosticStream() << L"CAccessorImpl::UnmarshalInterface " << function << L"(\"" << name << L"\"): " << error
-                       << L'\n';
+    DiagnosticStream() << L"CAccessorImpl::UnmarshalInterface " << function << L"(\"" << name << L"\"): "
+                       << error << L'\n';
 }
 
 UniqueHandle TryOpen(const std::wstring& name) noexcept
@@ -93,7 +97,8 @@ void MarshalAccessor(IStream* stream, const AccessorTarget& target, DWORD contex
     // The reference to the image is always a normal one, whatever the caller asked for.
     CheckHResult(CoMarshalInterface(stream, IID_ITavloInternal, target.image.Get(), context, contextData,
                                     MSHLFLAGS_NORMAL));
-    const auto packet = context == MSHCTX_INPROC ? InProcessPacket(PacketOf(target)) : LocalPacket(PacketOf(target));
+    const auto packet =
+        context == MSHCTX_INPROC ? InProcessPacket(PacketOf(target)) : LocalPacket(PacketOf(target));
     WriteExactly(stream, packet.data(), static_cast<ULONG>(packet.size()));
 }
 

@@ -72,7 +72,8 @@ HRESULT RemoteImage::Refresh(ITavloStub* stub)
                 scratch_.resize(static_cast<size_t>(size));
             CheckHResult(stub->GetData(&rect, size, scratch_.data()));
             const PixelPoint corner = {rect.left, rect.top};
-            CheckHResult(ToHResult(Rewrite(block, scratch_.data(), descriptorData_, pixels_, nullptr, &corner)));
+            CheckHResult(
+                ToHResult(Rewrite(block, scratch_.data(), descriptorData_, pixels_, nullptr, &corner)));
         }
         return writer_->Invalidate(&rect);
     });

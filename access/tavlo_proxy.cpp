@@ -150,8 +150,8 @@ HRESULT CTavloProxy::OnImageUpdate(ITavlo*, RECT* pDirty)
 // A proxy is passed on by standard marshaling. Only its own class arrives here as a
 // packet of a stub.
 
-HRESULT CTavloProxy::GetUnmarshalClass(REFIID iid, void* object, DWORD context, void* contextData, DWORD flags,
-                                       CLSID* pClass)
+HRESULT CTavloProxy::GetUnmarshalClass(REFIID iid, void* object, DWORD context, void* contextData,
+                                       DWORD flags, CLSID* pClass)
 {
     return Guarded([&] {
         return StandardMarshal(iid, this->Outer(), context, contextData, flags)
@@ -159,8 +159,8 @@ HRESULT CTavloProxy::GetUnmarshalClass(REFIID iid, void* object, DWORD context, 
     });
 }
 
-HRESULT CTavloProxy::GetMarshalSizeMax(REFIID iid, void* object, DWORD context, void* contextData, DWORD flags,
-                                       DWORD* pSize)
+HRESULT CTavloProxy::GetMarshalSizeMax(REFIID iid, void* object, DWORD context, void* contextData,
+                                       DWORD flags, DWORD* pSize)
 {
     return Guarded([&] {
         return StandardMarshal(iid, this->Outer(), context, contextData, flags)
@@ -168,8 +168,8 @@ HRESULT CTavloProxy::GetMarshalSizeMax(REFIID iid, void* object, DWORD context, 
     });
 }
 
-HRESULT CTavloProxy::MarshalInterface(IStream* stream, REFIID iid, void* object, DWORD context, void* contextData,
-                                      DWORD flags)
+HRESULT CTavloProxy::MarshalInterface(IStream* stream, REFIID iid, void* object, DWORD context,
+                                      void* contextData, DWORD flags)
 {
     return Guarded([&] {
         return StandardMarshal(iid, this->Outer(), context, contextData, flags)
@@ -205,7 +205,8 @@ HRESULT CTavloProxy::DisconnectObject(DWORD)
 
 void CTavloProxy::Bind(IStream* stream)
 {
-    CheckHResult(CoUnmarshalInterface(stream, IID_ITavloStub, reinterpret_cast<void**>(stub_.ReleaseAndGetAddressOf())));
+    CheckHResult(CoUnmarshalInterface(stream, IID_ITavloStub,
+                                      reinterpret_cast<void**>(stub_.ReleaseAndGetAddressOf())));
     remote_ = std::make_shared<RemoteImage>(stub_.Get());
     CheckHResult(CoMarshalInterThreadInterfaceInStream(IID_ITavloStub, stub_.Get(),
                                                        stubStream_.ReleaseAndGetAddressOf()));
@@ -218,7 +219,8 @@ void CTavloProxy::StartRefreshThread()
         return;
     thread_ = StartModuleThread([remote = remote_, stream = stubStream_] {
         ComPtr<ITavloStub> stub;
-        CheckHResult(CoUnmarshalInterface(stream.Get(), IID_ITavloStub, reinterpret_cast<void**>(stub.GetAddressOf())));
+        CheckHResult(CoUnmarshalInterface(stream.Get(), IID_ITavloStub,
+                                          reinterpret_cast<void**>(stub.GetAddressOf())));
         remote->RefreshUntilStopped(stub.Get());
     });
     stubStream_.Reset();

@@ -37,8 +37,7 @@ public:
 /// The far end of an image that came from another machine. Clients see an ordinary image
 /// whose accessors point into a local copy; the copy is refreshed before it is read and,
 /// while somebody is subscribed, at every update. What is written to it stays local.
-class CTavloProxy final
-    : public ComObject<ITavlo, ProxyImageSide, ProxyInternalSide, ITavloEvents, IMarshal>
+class CTavloProxy final : public ComObject<ITavlo, ProxyImageSide, ProxyInternalSide, ITavloEvents, IMarshal>
 {
 public:
     /// Bound to nothing until it is unmarshaled: calls give E_UNEXPECTED.

@@ -40,7 +40,10 @@ struct ElementGrid
     }
 
 private:
-    std::uint8_t* At(std::int32_t x, std::int32_t y) const noexcept { return origin + x * strideX + y * strideY; }
+    std::uint8_t* At(std::int32_t x, std::int32_t y) const noexcept
+    {
+        return origin + x * strideX + y * strideY;
+    }
 };
 
 /// Reads single pixels of an image whose element type is known to the derived class.
@@ -87,9 +90,15 @@ public:
     explicit ConstAddressor(const ElementGrid& grid) noexcept : grid_(grid) {}
 
     double Value(std::int32_t x, std::int32_t y) const override { return Traits::Value(grid_.Read<T>(x, y)); }
-    double Normalized(std::int32_t x, std::int32_t y) const override { return Traits::Normalized(grid_.Read<T>(x, y)); }
+    double Normalized(std::int32_t x, std::int32_t y) const override
+    {
+        return Traits::Normalized(grid_.Read<T>(x, y));
+    }
     VARIANT Get(std::int32_t x, std::int32_t y) const override { return Traits::Get(grid_.Read<T>(x, y)); }
-    double Intensity(std::int32_t x, std::int32_t y) const override { return Traits::Intensity(grid_.Read<T>(x, y)); }
+    double Intensity(std::int32_t x, std::int32_t y) const override
+    {
+        return Traits::Intensity(grid_.Read<T>(x, y));
+    }
 
     std::wstring Text(std::int32_t x, std::int32_t y) const override
     {
@@ -126,7 +135,10 @@ public:
     explicit Addressor(const ElementGrid& grid) noexcept : grid_(grid) {}
 
     double Value(std::int32_t x, std::int32_t y) const override { return Traits::Value(grid_.Read<T>(x, y)); }
-    double Normalized(std::int32_t x, std::int32_t y) const override { return Traits::Normalized(grid_.Read<T>(x, y)); }
+    double Normalized(std::int32_t x, std::int32_t y) const override
+    {
+        return Traits::Normalized(grid_.Read<T>(x, y));
+    }
     VARIANT Get(std::int32_t x, std::int32_t y) const override { return Traits::Get(grid_.Read<T>(x, y)); }
 
     void Set(std::int32_t x, std::int32_t y, const VARIANT& value) override

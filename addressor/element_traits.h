@@ -86,7 +86,8 @@ struct ColorTraits
     static VARIANT Get(Pixel p) noexcept
     {
         VARIANT variant = NewVariant(VT_UI4);
-        variant.ulVal = static_cast<ULONG>(p.r) | static_cast<ULONG>(p.g) << 8 | static_cast<ULONG>(p.b) << 16;
+        variant.ulVal =
+            static_cast<ULONG>(p.r) | static_cast<ULONG>(p.g) << 8 | static_cast<ULONG>(p.b) << 16;
         if constexpr (hasAlpha)
             variant.ulVal |= static_cast<ULONG>(p.a) << 24;
         return variant;

@@ -84,7 +84,7 @@ PictureFile::PictureFile(const std::wstring& path) : purpose_("read picture '" +
           "create the imaging component");
     ComPtr<IWICBitmapDecoder> decoder;
     const HRESULT opened = imaging_->CreateDecoderFromFilename(path.c_str(), nullptr, GENERIC_READ,
-                                                                WICDecodeMetadataCacheOnDemand, &decoder);
+                                                               WICDecodeMetadataCacheOnDemand, &decoder);
     if (opened == WINCODEC_ERR_COMPONENTNOTFOUND || opened == WINCODEC_ERR_UNKNOWNIMAGEFORMAT)
         throw Failure(opened, purpose_, "it is no picture of a known format");
     Check(opened, purpose_);
@@ -174,8 +174,8 @@ void PictureFile::CopyTo(std::span<std::uint8_t> memory) const
 
 void PictureFile::CopyAsTheyAre(IWICBitmapSource& source, std::span<std::uint8_t> memory) const
 {
-    Check(source.CopyPixels(nullptr, static_cast<UINT>(descriptor_.strideY),
-                            static_cast<UINT>(memory.size()), memory.data()),
+    Check(source.CopyPixels(nullptr, static_cast<UINT>(descriptor_.strideY), static_cast<UINT>(memory.size()),
+                            memory.data()),
           purpose_);
 }
 
@@ -205,8 +205,7 @@ void PictureFile::CopyNarrowed(std::span<std::uint8_t> memory) const
     const auto wideBytes = static_cast<UINT>(wide.size() * sizeof wide[0]);
     for (std::int32_t y = 0; y < descriptor_.height; ++y) {
         const WICRect row{0, y, descriptor_.width, 1};
-        Check(frame_->CopyPixels(&row, wideBytes, wideBytes, reinterpret_cast<BYTE*>(wide.data())),
-              purpose_);
+        Check(frame_->CopyPixels(&row, wideBytes, wideBytes, reinterpret_cast<BYTE*>(wide.data())), purpose_);
         NarrowChannels(wide, RowOf(memory, y));
     }
 }

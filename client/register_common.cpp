@@ -72,7 +72,8 @@ void RegisterCommon(const RegistrationOptions& options)
 Action SetUpRegisterCommon(CLI::App& options)
 {
     const auto target = std::make_shared<RegistrationOptions>();
-    options.add_option("FILE", target->file, "The library; SentelCommon.tlb beside this program when left out");
+    options.add_option("FILE", target->file,
+                       "The library; SentelCommon.tlb beside this program when left out");
     options.add_flag("--user", target->isForUser, "For this user only, which needs no administrator rights");
     options.add_flag("--unregister", target->isRemoval, "Remove the registration");
     return [target] { RegisterCommon(*target); };

@@ -68,7 +68,8 @@ private:
             if (ppContainer == nullptr)
                 return E_POINTER;
             *ppContainer = nullptr;
-            return Container().QueryInterface(IID_IConnectionPointContainer, reinterpret_cast<void**>(ppContainer));
+            return Container().QueryInterface(IID_IConnectionPointContainer,
+                                              reinterpret_cast<void**>(ppContainer));
         }
 
         STDMETHODIMP Advise(IUnknown* pUnkSink, DWORD* pCookie) override
@@ -100,7 +101,8 @@ private:
                 return E_POINTER;
             *ppEnumerator = nullptr;
             return Guarded([&] {
-                auto snapshot = std::make_shared<const std::vector<Connection>>(owner_.connections_.Snapshot());
+                auto snapshot =
+                    std::make_shared<const std::vector<Connection>>(owner_.connections_.Snapshot());
                 return Make<ConnectionEnumerator>(std::move(snapshot)).CopyTo(ppEnumerator);
             });
         }

@@ -22,7 +22,10 @@ public:
     };
 
     /// Null stands for the null observer.
-    void SetObserver(Observer* observer) noexcept { observer_ = observer != nullptr ? observer : &nullObserver_; }
+    void SetObserver(Observer* observer) noexcept
+    {
+        observer_ = observer != nullptr ? observer : &nullObserver_;
+    }
 
     STDMETHODIMP OnImageUpdate(ITavlo* pITavlo, RECT* pDirty) override
     {

@@ -49,8 +49,8 @@ std::int32_t EndOf(const ChannelLayout& channel, std::int32_t width, std::int32_
     const std::int32_t dx = WrappingMultiply(WrappingSubtract(width, 1), channel.Stride_x);
     const std::int32_t dy = WrappingMultiply(WrappingSubtract(height, 1), channel.Stride_y);
     const std::int32_t first = WrappingAdd(channel.Offset, element);
-    return std::max({first, WrappingAdd(first, dx), WrappingAdd(first, dy),
-                     WrappingAdd(WrappingAdd(first, dx), dy)});
+    return std::max(
+        {first, WrappingAdd(first, dx), WrappingAdd(first, dy), WrappingAdd(WrappingAdd(first, dx), dy)});
 }
 
 } // namespace

@@ -15,7 +15,10 @@ namespace {
 
 struct LessGuid
 {
-    bool operator()(const GUID& a, const GUID& b) const noexcept { return std::memcmp(&a, &b, sizeof(GUID)) < 0; }
+    bool operator()(const GUID& a, const GUID& b) const noexcept
+    {
+        return std::memcmp(&a, &b, sizeof(GUID)) < 0;
+    }
 };
 
 std::mutex cacheMutex;
@@ -82,13 +85,15 @@ HRESULT DispatchIdsOfNames(TypeLibrary library, REFIID iid, REFIID reserved, LPO
     return Guarded([&] { return TypeInfoOf(library, iid)->GetIDsOfNames(names, count, ids); });
 }
 
-HRESULT DispatchInvoke(TypeLibrary library, REFIID iid, void* object, DISPID member, REFIID reserved, WORD flags,
-                       DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception, UINT* badArgument) noexcept
+HRESULT DispatchInvoke(TypeLibrary library, REFIID iid, void* object, DISPID member, REFIID reserved,
+                       WORD flags, DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
+                       UINT* badArgument) noexcept
 {
     if (!IsEqualIID(reserved, IID_NULL))
         return DISP_E_UNKNOWNINTERFACE;
     return Guarded([&] {
-        return TypeInfoOf(library, iid)->Invoke(object, member, flags, parameters, result, exception, badArgument);
+        return TypeInfoOf(library, iid)
+            ->Invoke(object, member, flags, parameters, result, exception, badArgument);
     });
 }
 

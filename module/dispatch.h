@@ -28,8 +28,9 @@ void AbandonTypeInfos() noexcept;
 HRESULT DispatchTypeInfo(TypeLibrary library, REFIID iid, UINT index, ITypeInfo** ppTypeInfo) noexcept;
 HRESULT DispatchIdsOfNames(TypeLibrary library, REFIID iid, REFIID reserved, LPOLESTR* names, UINT count,
                            DISPID* ids) noexcept;
-HRESULT DispatchInvoke(TypeLibrary library, REFIID iid, void* object, DISPID member, REFIID reserved, WORD flags,
-                       DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception, UINT* badArgument) noexcept;
+HRESULT DispatchInvoke(TypeLibrary library, REFIID iid, void* object, DISPID member, REFIID reserved,
+                       WORD flags, DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
+                       UINT* badArgument) noexcept;
 
 /// A dual interface as a base of ComObject: IDispatch comes from its type description.
 template <class Interface, TypeLibrary library = TypeLibrary::Tavlo>
@@ -60,11 +61,11 @@ public:
         return DispatchIdsOfNames(library, __uuidof(Interface), reserved, names, count, ids);
     }
 
-    STDMETHODIMP Invoke(DISPID member, REFIID reserved, LCID, WORD flags, DISPPARAMS* parameters, VARIANT* result,
-                        EXCEPINFO* exception, UINT* badArgument) override
+    STDMETHODIMP Invoke(DISPID member, REFIID reserved, LCID, WORD flags, DISPPARAMS* parameters,
+                        VARIANT* result, EXCEPINFO* exception, UINT* badArgument) override
     {
-        return DispatchInvoke(library, __uuidof(Interface), static_cast<Interface*>(this), member, reserved, flags,
-                              parameters, result, exception, badArgument);
+        return DispatchInvoke(library, __uuidof(Interface), static_cast<Interface*>(this), member, reserved,
+                              flags, parameters, result, exception, badArgument);
     }
 };
 

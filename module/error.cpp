@@ -161,8 +161,7 @@ private:
     template <class E, class F>
     void Append(F function)
     {
-        std::unique_ptr<ExceptionTranslatorBase> item =
-            std::make_unique<ExceptionTranslator<E, F>>(function);
+        std::unique_ptr<ExceptionTranslatorBase> item = std::make_unique<ExceptionTranslator<E, F>>(function);
         if (last_ != nullptr) {
             last_ = last_->InsertAfter(item);
             return;
@@ -226,7 +225,8 @@ const char* win32_error::what() const noexcept
 {
     const char* message = std::runtime_error::what();
     try {
-        whatText_ = std::string(*message != '\0' ? message : "Unknown exception") + ": " + FormatSystemMessage(code_);
+        whatText_ =
+            std::string(*message != '\0' ? message : "Unknown exception") + ": " + FormatSystemMessage(code_);
         return whatText_.c_str();
     } catch (...) {
         return message;
@@ -242,10 +242,9 @@ void ThrowLastError(const char* message)
 std::string FormatSystemMessage(DWORD code)
 {
     char* buffer = nullptr;
-    const DWORD length =
-        FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_FROM_SYSTEM,
-                       nullptr, code, MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT),
-                       reinterpret_cast<char*>(&buffer), 0, nullptr);
+    const DWORD length = FormatMessageA(
+        FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_FROM_SYSTEM, nullptr,
+        code, MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT), reinterpret_cast<char*>(&buffer), 0, nullptr);
     const std::unique_ptr<char, decltype(&LocalFree)> owner(buffer, &LocalFree);
     DWORD end = length;
     while (end > 0 && std::isspace(static_cast<unsigned char>(buffer[end - 1])) != 0)

@@ -78,7 +78,10 @@ class ExceptionTranslatorTail : public ExceptionTranslatorBase
 public:
     ExceptionTranslatorBase* SetNext(std::unique_ptr<ExceptionTranslatorBase>&) override { return nullptr; }
 
-    ExceptionTranslatorBase* InsertAfter(std::unique_ptr<ExceptionTranslatorBase>&) override { return nullptr; }
+    ExceptionTranslatorBase* InsertAfter(std::unique_ptr<ExceptionTranslatorBase>&) override
+    {
+        return nullptr;
+    }
 
     void Translate(HResultException&) override { throw; }
 };

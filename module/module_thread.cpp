@@ -42,8 +42,8 @@ class ModuleReference
 public:
     ModuleReference()
     {
-        if (GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(&Enter), &module_) ==
-            FALSE)
+        if (GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(&Enter),
+                               &module_) == FALSE)
             ThrowLastError("GetModuleHandleEx failed");
         LockModule();
     }
@@ -71,7 +71,8 @@ UniqueHandle StartModuleThread(std::function<void()> work)
 {
     auto argument = std::make_unique<Work>(std::move(work));
     ModuleReference reference;
-    UniqueHandle thread(reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, Enter, argument.get(), 0, nullptr)));
+    UniqueHandle thread(
+        reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, Enter, argument.get(), 0, nullptr)));
     if (thread == nullptr)
         ThrowLastError("Starting a thread failed");
     static_cast<void>(argument.release());

@@ -94,7 +94,10 @@ template <class... Interfaces>
 class ComObject : public ObjectRoot, public Interfaces...
 {
 public:
-    STDMETHODIMP QueryInterface(REFIID iid, void** result) final { return Outer()->QueryInterface(iid, result); }
+    STDMETHODIMP QueryInterface(REFIID iid, void** result) final
+    {
+        return Outer()->QueryInterface(iid, result);
+    }
     STDMETHODIMP_(ULONG) AddRef() final { return Outer()->AddRef(); }
     STDMETHODIMP_(ULONG) Release() final { return Outer()->Release(); }
 
@@ -103,7 +106,8 @@ protected:
     {
         IUnknown* found = nullptr;
         static_cast<void>(
-            ((found = MatchInterface<Interfaces>(static_cast<Interfaces*>(this), iid), found != nullptr) || ...));
+            ((found = MatchInterface<Interfaces>(static_cast<Interfaces*>(this), iid), found != nullptr) ||
+             ...));
         return found;
     }
 };

@@ -9,8 +9,9 @@ HRESULT CreateRectangle(long left, long top, long right, long bottom, REFIID iid
     if (result == nullptr)
         return E_POINTER;
     *result = nullptr;
-    return Guarded(
-        [&] { return Make<CRectangleIntImpl<IRectangle>>(left, top, right, bottom)->QueryInterface(iid, result); });
+    return Guarded([&] {
+        return Make<CRectangleIntImpl<IRectangle>>(left, top, right, bottom)->QueryInterface(iid, result);
+    });
 }
 
 } // namespace Mardu::Sentel::Common

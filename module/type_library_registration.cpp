@@ -52,7 +52,8 @@ std::wstring ClassesRootName()
         std::array<wchar_t, 1024> name;
     } information = {};
     ULONG length = 0;
-    if (queryKey == nullptr || queryKey(key.get(), keyNameInformation, &information, sizeof(information), &length) < 0)
+    if (queryKey == nullptr ||
+        queryKey(key.get(), keyNameInformation, &information, sizeof(information), &length) < 0)
         return {};
     return {information.name.data(), information.bytes / sizeof(wchar_t)};
 }
@@ -66,7 +67,10 @@ ComPtr<ITypeLib> Load(const std::wstring& module)
 
 struct LibraryAttributes
 {
-    explicit LibraryAttributes(ITypeLib* typeLib) : library(typeLib) { CheckHResult(library->GetLibAttr(&attributes)); }
+    explicit LibraryAttributes(ITypeLib* typeLib) : library(typeLib)
+    {
+        CheckHResult(library->GetLibAttr(&attributes));
+    }
     ~LibraryAttributes() { library->ReleaseTLibAttr(attributes); }
     LibraryAttributes(const LibraryAttributes&) = delete;
     LibraryAttributes& operator=(const LibraryAttributes&) = delete;

@@ -20,7 +20,8 @@ HRESULT CCoLUTRecoder::Recode(const unsigned char* src, unsigned char* dst, cons
                               const POINT* pDstPoint)
 {
     return Guarded([&] {
-        return ToHResult(recoder_.Recode(src, dst, OptionalRect(pSrcRect).get(), OptionalPoint(pDstPoint).get()));
+        return ToHResult(
+            recoder_.Recode(src, dst, OptionalRect(pSrcRect).get(), OptionalPoint(pDstPoint).get()));
     });
 }
 
@@ -90,7 +91,8 @@ HRESULT CCoLUTRecoder::Cast(const unsigned char* src, unsigned char* dst, const 
                             const POINT* pDstPoint)
 {
     return Guarded([&] {
-        return ToHResult(recoder_.Cast(src, dst, OptionalRect(pSrcRect).get(), OptionalPoint(pDstPoint).get()));
+        return ToHResult(
+            recoder_.Cast(src, dst, OptionalRect(pSrcRect).get(), OptionalPoint(pDstPoint).get()));
     });
 }
 

@@ -12,7 +12,10 @@ class CCoLUTRecoder final : public ComObject<ILUTRecode>
 {
 public:
     /// Throws for a pair without a recoder.
-    CCoLUTRecoder(const TavloDescriptorData& source, const TavloDescriptorData& target) : recoder_(source, target) {}
+    CCoLUTRecoder(const TavloDescriptorData& source, const TavloDescriptorData& target)
+        : recoder_(source, target)
+    {
+    }
 
     STDMETHODIMP Recode(const unsigned char* src, unsigned char* dst, const RECT* pSrcRect,
                         const POINT* pDstPoint) override;

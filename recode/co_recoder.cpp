@@ -13,13 +13,14 @@ using Service = RecodeResult (*)(const TavloDescriptorData&, const std::uint8_t*
                                  std::uint8_t*, const PixelRect*, const PixelPoint*);
 
 HRESULT Run(Service service, const ::TavloDescriptorData* source, const unsigned char* src,
-            const ::TavloDescriptorData* target, unsigned char* dst, const RECT* rect, const POINT* point) noexcept
+            const ::TavloDescriptorData* target, unsigned char* dst, const RECT* rect,
+            const POINT* point) noexcept
 {
     if (source == nullptr || target == nullptr)
         return E_POINTER;
     return Guarded([&] {
-        return ToHResult(service(FromInterface(*source), src, FromInterface(*target), dst, OptionalRect(rect).get(),
-                                 OptionalPoint(point).get()));
+        return ToHResult(service(FromInterface(*source), src, FromInterface(*target), dst,
+                                 OptionalRect(rect).get(), OptionalPoint(point).get()));
     });
 }
 
@@ -39,8 +40,8 @@ HRESULT CCoRecoder::Rewrite(const ::TavloDescriptorData* pSrcDescr, const unsign
     return Run(Tavlo::Rewrite, pSrcDescr, src, pDstDescr, dst, pSrcRect, pDstPoint);
 }
 
-HRESULT CCoRecoder::CreateLUTRecoder(const ::TavloDescriptorData* pSrcDescr, const ::TavloDescriptorData* pDstDescr,
-                                     ILUTRecode** ppIRecoder)
+HRESULT CCoRecoder::CreateLUTRecoder(const ::TavloDescriptorData* pSrcDescr,
+                                     const ::TavloDescriptorData* pDstDescr, ILUTRecode** ppIRecoder)
 {
     if (ppIRecoder == nullptr)
         return E_POINTER;

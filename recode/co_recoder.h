@@ -16,8 +16,8 @@ public:
     STDMETHODIMP Rewrite(const ::TavloDescriptorData* pSrcDescr, const unsigned char* src,
                          const ::TavloDescriptorData* pDstDescr, unsigned char* dst, const RECT* pSrcRect,
                          const POINT* pDstPoint) override;
-    STDMETHODIMP CreateLUTRecoder(const ::TavloDescriptorData* pSrcDescr, const ::TavloDescriptorData* pDstDescr,
-                                  ILUTRecode** ppIRecoder) override;
+    STDMETHODIMP CreateLUTRecoder(const ::TavloDescriptorData* pSrcDescr,
+                                  const ::TavloDescriptorData* pDstDescr, ILUTRecode** ppIRecoder) override;
     STDMETHODIMP TavloDataSize(ITavloDescriptor* pIDescriptor, unsigned long* pSize) override;
     STDMETHODIMP Cast(const ::TavloDescriptorData* pSrcDescr, const unsigned char* src,
                       const ::TavloDescriptorData* pDstDescr, unsigned char* dst, const RECT* pSrcRect,

@@ -123,28 +123,32 @@ private:
 };
 
 template <class S, class D>
-class recoder_rgb final : public recoder_channels<rgb_type<std::uint8_t>, rgb_type<std::uint8_t>, rgba_type<std::uint8_t>>
+class recoder_rgb final
+    : public recoder_channels<rgb_type<std::uint8_t>, rgb_type<std::uint8_t>, rgba_type<std::uint8_t>>
 {
 public:
     using recoder_channels::recoder_channels;
 };
 
 template <class S, class D>
-class recoder_rgb_swap final : public recoder_channels<rgb_type<std::uint8_t>, bgr_type<std::uint8_t>, bgra_type<std::uint8_t>>
+class recoder_rgb_swap final
+    : public recoder_channels<rgb_type<std::uint8_t>, bgr_type<std::uint8_t>, bgra_type<std::uint8_t>>
 {
 public:
     using recoder_channels::recoder_channels;
 };
 
 template <class S, class D>
-class recoder_rgba final : public recoder_channels<rgba_type<std::uint8_t>, rgb_type<std::uint8_t>, rgba_type<std::uint8_t>>
+class recoder_rgba final
+    : public recoder_channels<rgba_type<std::uint8_t>, rgb_type<std::uint8_t>, rgba_type<std::uint8_t>>
 {
 public:
     using recoder_channels::recoder_channels;
 };
 
 template <class S, class D>
-class recoder_rgba_swap final : public recoder_channels<rgba_type<std::uint8_t>, bgr_type<std::uint8_t>, bgra_type<std::uint8_t>>
+class recoder_rgba_swap final
+    : public recoder_channels<rgba_type<std::uint8_t>, bgr_type<std::uint8_t>, bgra_type<std::uint8_t>>
 {
 public:
     using recoder_channels::recoder_channels;

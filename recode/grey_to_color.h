@@ -111,11 +111,11 @@ private:
         const std::uint64_t wide = dstStride == 3 ? width - 1 : 0;
         const auto done = static_cast<std::ptrdiff_t>(wide);
         ConvertRow<S, PackedColor>(s, srcStride, d, dstStride, wide, toColor);
-        ConvertRow<S, rgb_type<std::uint8_t>>(s + done * srcStride, srcStride, d + done * dstStride, dstStride,
-                                width - wide, [&toColor](S v) {
-                                    const auto p = std::bit_cast<rgba_type<std::uint8_t>>(toColor(v));
-                                    return rgb_type<std::uint8_t>{p.r, p.g, p.b};
-                                });
+        ConvertRow<S, rgb_type<std::uint8_t>>(
+            s + done * srcStride, srcStride, d + done * dstStride, dstStride, width - wide, [&toColor](S v) {
+                const auto p = std::bit_cast<rgba_type<std::uint8_t>>(toColor(v));
+                return rgb_type<std::uint8_t>{p.r, p.g, p.b};
+            });
     }
 
     bool swapRB;

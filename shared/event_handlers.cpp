@@ -7,7 +7,8 @@ namespace {
 
 auto Find(const EventHandlers& handlers, const ITavloEvents* handler) noexcept
 {
-    return std::find_if(handlers.begin(), handlers.end(), [&](const auto& entry) { return entry.Get() == handler; });
+    return std::find_if(handlers.begin(), handlers.end(),
+                        [&](const auto& entry) { return entry.Get() == handler; });
 }
 
 /// True when the handler took the update. The image is never passed; the rectangle is a

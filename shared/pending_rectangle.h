@@ -18,8 +18,8 @@ constexpr RECT Merge(const RECT& pending, const RECT& due) noexcept
 {
     if (IsEmpty(pending))
         return due;
-    return {std::min(pending.left, due.left), std::min(pending.top, due.top), std::max(pending.right, due.right),
-            std::max(pending.bottom, due.bottom)};
+    return {std::min(pending.left, due.left), std::min(pending.top, due.top),
+            std::max(pending.right, due.right), std::max(pending.bottom, due.bottom)};
 }
 
 } // namespace Mardu::Sentel::Tavlo

@@ -56,8 +56,9 @@ public:
                 ++owned_;
                 return true;
             case WAIT_TIMEOUT:
-                throw std::runtime_error("CreateOrOpenPrivateNamespace failed : Could not take the ownership of the "
-                                         "Mutex before timeout.");
+                throw std::runtime_error(
+                    "CreateOrOpenPrivateNamespace failed : Could not take the ownership of the "
+                    "Mutex before timeout.");
             case WAIT_FAILED:
                 ThrowLastError("CreateOrOpenPrivateNamespace failed");
             case WAIT_ABANDONED:
@@ -92,20 +93,23 @@ const PrivateNamespace& ProcessNamespace(const PrivateNamespaceApi& api)
 
 std::optional<PrivateNamespaceApi> PrivateNamespaceApi::FromKernel32()
 {
-    const std::unique_ptr<std::remove_pointer_t<HMODULE>, LibraryCloser> library(LoadLibraryW(L"Kernel32.dll"));
+    const std::unique_ptr<std::remove_pointer_t<HMODULE>, LibraryCloser> library(
+        LoadLibraryW(L"Kernel32.dll"));
     if (library == nullptr)
         ThrowLastError("LoadLibrary failed");
     PrivateNamespaceApi api = {};
-    const bool complete = LookUp(library.get(), "CreateBoundaryDescriptorW", api.createBoundaryDescriptor) &&
-                          LookUp(library.get(), "DeleteBoundaryDescriptor", api.deleteBoundaryDescriptor) &&
-                          LookUp(library.get(), "AddSIDToBoundaryDescriptor", api.addSidToBoundaryDescriptor) &&
-                          LookUp(library.get(), "CreatePrivateNamespaceW", api.createPrivateNamespace) &&
-                          LookUp(library.get(), "OpenPrivateNamespaceW", api.openPrivateNamespace) &&
-                          LookUp(library.get(), "ClosePrivateNamespace", api.closePrivateNamespace);
+    const bool complete =
+        LookUp(library.get(), "CreateBoundaryDescriptorW", api.createBoundaryDescriptor) &&
+        LookUp(library.get(), "DeleteBoundaryDescriptor", api.deleteBoundaryDescriptor) &&
+        LookUp(library.get(), "AddSIDToBoundaryDescriptor", api.addSidToBoundaryDescriptor) &&
+        LookUp(library.get(), "CreatePrivateNamespaceW", api.createPrivateNamespace) &&
+        LookUp(library.get(), "OpenPrivateNamespaceW", api.openPrivateNamespace) &&
+        LookUp(library.get(), "ClosePrivateNamespace", api.closePrivateNamespace);
     return complete ? std::optional(api) : std::nullopt;
 }
 
-PrivateNamespace::PrivateNamespace(const PrivateNamespaceApi& api, const PrivateNamespaceParameters& parameters)
+PrivateNamespace::PrivateNamespace(const PrivateNamespaceApi& api,
+                                   const PrivateNamespaceParameters& parameters)
     : api_(api),
       boundary_(nullptr, BoundaryDeleter{api.deleteBoundaryDescriptor}),
       handle_(nullptr, NamespaceCloser{api.closePrivateNamespace})

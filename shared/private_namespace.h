@@ -46,7 +46,8 @@ struct PrivateNamespaceParameters
 class PrivateNamespace
 {
 public:
-    explicit PrivateNamespace(const PrivateNamespaceApi& api, const PrivateNamespaceParameters& parameters = {});
+    explicit PrivateNamespace(const PrivateNamespaceApi& api,
+                              const PrivateNamespaceParameters& parameters = {});
 
     const std::wstring& Name() const noexcept { return name_; }
 

@@ -72,7 +72,8 @@ HRESULT CTavlo::GetReadAccessFor(ITavloInternal* counting, IReadAccessor** ppIRe
     *ppIReadAccessor = nullptr;
     if (mapping_ == nullptr)
         return E_PENDING;
-    return Guarded([&] { return NewAccessor<CReadAccessor>(counting, mapName_, view_.get(), ppIReadAccessor); });
+    return Guarded(
+        [&] { return NewAccessor<CReadAccessor>(counting, mapName_, view_.get(), ppIReadAccessor); });
 }
 
 HRESULT CTavlo::GetReadAccess(RECT*, double, IReadAccessor** ppIReadAccessor)
@@ -97,7 +98,8 @@ HRESULT CTavlo::GetWriteAccessFor(ITavloInternal* counting, IWriteAccessor** ppI
     // Checked against attached writers only: of two requests at once both may succeed.
     if (access_ == Tavlo_SingleWriter && writers_ >= 1)
         return E_ACCESSDENIED;
-    return Guarded([&] { return NewAccessor<CWriteAccessor>(counting, mapName_, view_.get(), ppIWriteAccessor); });
+    return Guarded(
+        [&] { return NewAccessor<CWriteAccessor>(counting, mapName_, view_.get(), ppIWriteAccessor); });
 }
 
 HRESULT CTavlo::Clone(::TavloAccess access, ITavlo** ppITavlo)
@@ -262,8 +264,8 @@ HRESULT CTavlo::MarshalInterface(IStream* stream, REFIID iid, void* object, DWOR
                 ->MarshalInterface(stream, iid, object, context, contextData, flags);
         }
         const ComPtr<CTavloStub> stub = Make<CTavloStub>(this, layout_);
-        return CoMarshalInterface(stream, IID_ITavloStub, static_cast<ITavloStub*>(stub.Get()), context, contextData,
-                                  flags);
+        return CoMarshalInterface(stream, IID_ITavloStub, static_cast<ITavloStub*>(stub.Get()), context,
+                                  contextData, flags);
     });
 }
 

@@ -58,7 +58,8 @@ HRESULT CTavloFactory::Adopt(BSTR mapname, ITavloDescriptor2* pIDescriptor, ::Ta
     return AdoptAs(mapname, pIDescriptor, access, ppITavlo);
 }
 
-HRESULT CTavloFactory::Adopt(BSTR mapname, ITavloDescriptor* pIDescriptor, ::TavloAccess access, ITavlo** ppITavlo)
+HRESULT CTavloFactory::Adopt(BSTR mapname, ITavloDescriptor* pIDescriptor, ::TavloAccess access,
+                             ITavlo** ppITavlo)
 {
     return AdoptAs(mapname, pIDescriptor, access, ppITavlo);
 }

@@ -26,7 +26,8 @@ TEST(Accessor, TakesAnyOffset)
     ASSERT_HR(S_OK, image->GetWriteAccess(&writer));
     const auto base = reinterpret_cast<std::uintptr_t>(reader->Ptr(0));
     for (const long offset : {-16L, 1000000L, LONG_MIN, LONG_MAX}) {
-        const std::uintptr_t expected = base + static_cast<std::uintptr_t>(static_cast<std::intptr_t>(offset));
+        const std::uintptr_t expected =
+            base + static_cast<std::uintptr_t>(static_cast<std::intptr_t>(offset));
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(reader->Ptr(offset)), expected);
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(writer->Ptr(offset)), expected);
     }

@@ -133,7 +133,8 @@ TEST_P(AddressedElement, IsWrittenAndReadBack)
 
     const size_t size = element.bytes.size();
     std::vector<std::uint8_t> expected(6 * size);
-    std::copy(element.bytes.begin(), element.bytes.end(), expected.begin() + static_cast<std::ptrdiff_t>(4 * size));
+    std::copy(element.bytes.begin(), element.bytes.end(),
+              expected.begin() + static_cast<std::ptrdiff_t>(4 * size));
     EXPECT_EQ(BytesOf(image.Get(), 6 * size), expected);
 }
 
@@ -222,7 +223,8 @@ TEST(Addressor, HoldsTheOnlyWriterUntilItLetsGo)
         EXPECT_HR(S_OK, image->GetWriteAccess(&writer));
         writer.Reset();
         EXPECT_HR(S_OK, addressor->Attach(image.Get()));
-        EXPECT_HR(S_OK, addressor->Attach(image.Get())) << "the first access is released before the second is taken";
+        EXPECT_HR(S_OK, addressor->Attach(image.Get()))
+            << "the first access is released before the second is taken";
         EXPECT_HR(S_OK, addressor->put_Pixel(0, 0, Number(1)));
         EXPECT_HR(E_ACCESSDENIED, image->GetWriteAccess(&writer));
     }
@@ -305,14 +307,14 @@ TEST(Addressor, IsReadAndAssignedThroughItsDefaultMember)
     VARIANTARG put[] = {Number(1234), Number(2), Number(3)};
     DISPID named = DISPID_PROPERTYPUT;
     DISPPARAMS assignment = {put, &named, 3, 1};
-    EXPECT_HR(S_OK, dispatch->Invoke(DISPID_VALUE, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYPUT, &assignment,
-                                     nullptr, nullptr, nullptr));
+    EXPECT_HR(S_OK, dispatch->Invoke(DISPID_VALUE, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYPUT,
+                                     &assignment, nullptr, nullptr, nullptr));
     VARIANTARG get[] = {Number(2), Number(3)};
     DISPPARAMS position = {get, nullptr, 2, 0};
     VARIANT result;
     VariantInit(&result);
-    EXPECT_HR(S_OK, dispatch->Invoke(DISPID_VALUE, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET, &position,
-                                     &result, nullptr, nullptr));
+    EXPECT_HR(S_OK, dispatch->Invoke(DISPID_VALUE, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET,
+                                     &position, &result, nullptr, nullptr));
     EXPECT_EQ(Shown(result), "UI2 1234");
     EXPECT_EQ(BytesOf(image.Get(), 32)[2 * (2 * 4 + 3)], 1234 & 255);
 }

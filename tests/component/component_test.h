@@ -49,7 +49,10 @@ ComPtr<Interface> Create(REFCLSID clsid)
 class Text
 {
 public:
-    explicit Text(const std::wstring& text) : bstr_(SysAllocStringLen(text.data(), static_cast<UINT>(text.size()))) {}
+    explicit Text(const std::wstring& text)
+        : bstr_(SysAllocStringLen(text.data(), static_cast<UINT>(text.size())))
+    {
+    }
     ~Text() { SysFreeString(bstr_); }
     Text(const Text&) = delete;
     Text& operator=(const Text&) = delete;

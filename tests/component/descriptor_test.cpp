@@ -15,8 +15,8 @@ struct Values
     friend bool operator==(const Values&, const Values&) = default;
     friend std::ostream& operator<<(std::ostream& out, const Values& v)
     {
-        return out << v.width << ',' << v.height << ',' << v.bits << ',' << v.encoding << ',' << v.offset << ','
-                   << v.strideX << ',' << v.strideY;
+        return out << v.width << ',' << v.height << ',' << v.bits << ',' << v.encoding << ',' << v.offset
+                   << ',' << v.strideX << ',' << v.strideY;
     }
 };
 
@@ -79,11 +79,13 @@ std::vector<std::int32_t> Packet(IUnknown* object, REFIID iid)
     ComPtr<IMarshal> marshal;
     EXPECT_HR(S_OK, object->QueryInterface(IID_PPV_ARGS(&marshal)));
     const auto stream = NewStream();
-    EXPECT_HR(S_OK, marshal->MarshalInterface(stream.Get(), iid, object, MSHCTX_LOCAL, nullptr, MSHLFLAGS_NORMAL));
+    EXPECT_HR(S_OK,
+              marshal->MarshalInterface(stream.Get(), iid, object, MSHCTX_LOCAL, nullptr, MSHLFLAGS_NORMAL));
     std::vector<std::int32_t> packet(Position(stream.Get()) / sizeof(std::int32_t));
     Rewind(stream.Get());
     ULONG read = 0;
-    EXPECT_HR(S_OK, stream->Read(packet.data(), static_cast<ULONG>(packet.size() * sizeof(std::int32_t)), &read));
+    EXPECT_HR(S_OK,
+              stream->Read(packet.data(), static_cast<ULONG>(packet.size() * sizeof(std::int32_t)), &read));
     return packet;
 }
 
@@ -100,10 +102,12 @@ template <class Interface>
 ComPtr<Interface> ThroughMarshaling(Interface* object, DWORD context)
 {
     const auto stream = NewStream();
-    EXPECT_HR(S_OK, CoMarshalInterface(stream.Get(), __uuidof(Interface), object, context, nullptr, MSHLFLAGS_NORMAL));
+    EXPECT_HR(S_OK, CoMarshalInterface(stream.Get(), __uuidof(Interface), object, context, nullptr,
+                                       MSHLFLAGS_NORMAL));
     Rewind(stream.Get());
     ComPtr<Interface> copy;
-    EXPECT_HR(S_OK, CoUnmarshalInterface(stream.Get(), __uuidof(Interface), reinterpret_cast<void**>(copy.GetAddressOf())));
+    EXPECT_HR(S_OK, CoUnmarshalInterface(stream.Get(), __uuidof(Interface),
+                                         reinterpret_cast<void**>(copy.GetAddressOf())));
     return copy;
 }
 
@@ -171,14 +175,17 @@ TEST(Descriptor2, MarshalsItsSevenFieldsInOrder)
 {
     const auto descriptor = GreyDescriptor(4, 3);
     descriptor->put_Stride_y(-4);
-    EXPECT_EQ(Packet(descriptor.Get(), IID_ITavloDescriptor2), (std::vector<std::int32_t>{4, 3, 8, 0, 8, 1, -4}));
+    EXPECT_EQ(Packet(descriptor.Get(), IID_ITavloDescriptor2),
+              (std::vector<std::int32_t>{4, 3, 8, 0, 8, 1, -4}));
     ComPtr<IMarshal> marshal;
     ASSERT_HR(S_OK, descriptor.As(&marshal));
     DWORD size = 0;
-    EXPECT_HR(S_OK, marshal->GetMarshalSizeMax(IID_ITavloDescriptor2, nullptr, MSHCTX_LOCAL, nullptr, 0, &size));
+    EXPECT_HR(S_OK,
+              marshal->GetMarshalSizeMax(IID_ITavloDescriptor2, nullptr, MSHCTX_LOCAL, nullptr, 0, &size));
     EXPECT_EQ(size, 28u);
     CLSID clsid = {};
-    EXPECT_HR(S_OK, marshal->GetUnmarshalClass(IID_ITavloDescriptor2, nullptr, MSHCTX_LOCAL, nullptr, 0, &clsid));
+    EXPECT_HR(S_OK,
+              marshal->GetUnmarshalClass(IID_ITavloDescriptor2, nullptr, MSHCTX_LOCAL, nullptr, 0, &clsid));
     EXPECT_TRUE(IsEqualCLSID(clsid, CLSID_TavloDescriptor2));
 }
 
@@ -289,7 +296,8 @@ TEST(Descriptor, MarshalsItsChannelsInOrder)
     ComPtr<IMarshal> marshal;
     ASSERT_HR(S_OK, descriptor.As(&marshal));
     DWORD size = 0;
-    EXPECT_HR(S_OK, marshal->GetMarshalSizeMax(IID_ITavloDescriptor, nullptr, MSHCTX_LOCAL, nullptr, 0, &size));
+    EXPECT_HR(S_OK,
+              marshal->GetMarshalSizeMax(IID_ITavloDescriptor, nullptr, MSHCTX_LOCAL, nullptr, 0, &size));
     EXPECT_EQ(size, 52u);
 }
 
@@ -354,9 +362,12 @@ TEST(Descriptors, RefuseNullPointersWhileMarshaling)
     for (const CLSID& clsid : {CLSID_TavloDescriptor, CLSID_TavloDescriptor2}) {
         const auto marshal = Create<IMarshal>(clsid);
         void* object = nullptr;
-        EXPECT_HR(E_POINTER, marshal->GetUnmarshalClass(IID_IUnknown, nullptr, MSHCTX_LOCAL, nullptr, 0, nullptr));
-        EXPECT_HR(E_POINTER, marshal->GetMarshalSizeMax(IID_IUnknown, nullptr, MSHCTX_LOCAL, nullptr, 0, nullptr));
-        EXPECT_HR(E_POINTER, marshal->MarshalInterface(nullptr, IID_IUnknown, nullptr, MSHCTX_LOCAL, nullptr, 0));
+        EXPECT_HR(E_POINTER,
+                  marshal->GetUnmarshalClass(IID_IUnknown, nullptr, MSHCTX_LOCAL, nullptr, 0, nullptr));
+        EXPECT_HR(E_POINTER,
+                  marshal->GetMarshalSizeMax(IID_IUnknown, nullptr, MSHCTX_LOCAL, nullptr, 0, nullptr));
+        EXPECT_HR(E_POINTER,
+                  marshal->MarshalInterface(nullptr, IID_IUnknown, nullptr, MSHCTX_LOCAL, nullptr, 0));
         EXPECT_HR(E_POINTER, marshal->UnmarshalInterface(nullptr, IID_IUnknown, &object));
         EXPECT_HR(E_POINTER, marshal->UnmarshalInterface(NewStream().Get(), IID_IUnknown, nullptr));
         EXPECT_HR(E_POINTER, marshal->ReleaseMarshalData(nullptr));
@@ -431,8 +442,9 @@ TEST(Descriptors, AreOnlyAggregatedThroughIUnknown)
 {
     Outer outer(CLSID_TavloDescriptor);
     ITavloDescriptor* descriptor = reinterpret_cast<ITavloDescriptor*>(1);
-    EXPECT_HR(CLASS_E_NOAGGREGATION, CoCreateInstance(CLSID_TavloDescriptor, &outer, CLSCTX_INPROC_SERVER,
-                                                      IID_ITavloDescriptor, reinterpret_cast<void**>(&descriptor)));
+    EXPECT_HR(CLASS_E_NOAGGREGATION,
+              CoCreateInstance(CLSID_TavloDescriptor, &outer, CLSCTX_INPROC_SERVER, IID_ITavloDescriptor,
+                               reinterpret_cast<void**>(&descriptor)));
     EXPECT_EQ(descriptor, nullptr);
 }
 
@@ -472,13 +484,13 @@ TEST(Descriptors, AreReachedByNameAsWell)
     value.lVal = 9;
     DISPID put = DISPID_PROPERTYPUT;
     DISPPARAMS parameters = {&value, &put, 1, 1};
-    EXPECT_HR(S_OK, dispatch->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYPUT, &parameters, nullptr,
-                                     nullptr, nullptr));
+    EXPECT_HR(S_OK, dispatch->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYPUT, &parameters,
+                                     nullptr, nullptr, nullptr));
     DISPPARAMS none = {};
     VARIANT result;
     VariantInit(&result);
-    EXPECT_HR(S_OK, dispatch->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET, &none, &result, nullptr,
-                                     nullptr));
+    EXPECT_HR(S_OK, dispatch->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET, &none, &result,
+                                     nullptr, nullptr));
     EXPECT_EQ(result.vt, VT_I4);
     EXPECT_EQ(result.lVal, 9);
     UINT count = 0;

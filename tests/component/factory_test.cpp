@@ -84,7 +84,7 @@ TEST(Factory, SizesOnePlane)
     {
         long width, height, strideX, strideY, size;
     } cases[] = {
-        {640, 480, 1, 640, 307200},   {640, 480, 480, 1, 307200}, {10, 10, 4, 4, 40},
+        {640, 480, 1, 640, 307200},   {640, 480, 480, 1, 307200},  {10, 10, 4, 4, 40},
         {640, 480, -1, -640, 307200}, {640, 480, 1, -640, 307200}, {0, 0, 0, 0, 0},
     };
     for (const auto& c : cases) {
@@ -123,7 +123,9 @@ TEST(Factory, CreatesAnImageOfSeveralChannels)
         descriptor->put_Stride_y(channel, 2);
     }
     ComPtr<ITavlo> image;
-    ASSERT_HR(S_OK, Create<ITavloFactory>(CLSID_TavloFactory)->Create(descriptor.Get(), Tavlo_SingleWriter, &image));
+    ASSERT_HR(
+        S_OK,
+        Create<ITavloFactory>(CLSID_TavloFactory)->Create(descriptor.Get(), Tavlo_SingleWriter, &image));
     ComPtr<ITavloDescriptor> copy;
     ASSERT_HR(S_OK, image->get_Descriptor(&copy));
     long channels = 0;
@@ -203,7 +205,8 @@ TEST(Factory, ReturnsTheFailureOfAForeignDescriptor)
     for (descriptor.failing = 0; descriptor.failing < 7; ++descriptor.failing) {
         ComPtr<ITavlo2> image;
         EXPECT_HR(FailingDescriptor::failure, factory->Create(&descriptor, Tavlo_ReadOnly, &image));
-        EXPECT_HR(FailingDescriptor::failure, factory->Adopt(Text(L"x").get(), &descriptor, Tavlo_ReadOnly, &image));
+        EXPECT_HR(FailingDescriptor::failure,
+                  factory->Adopt(Text(L"x").get(), &descriptor, Tavlo_ReadOnly, &image));
         EXPECT_EQ(image, nullptr);
     }
     ComPtr<ITavlo2> image;
@@ -259,12 +262,12 @@ TEST(Factory, RefusesNamesThatNoSectionHas)
     const auto factory = Create<ITavloFactory2>(CLSID_TavloFactory);
     const auto descriptor = GreyDescriptor(4, 3);
     ITavlo2* image = reinterpret_cast<ITavlo2*>(1);
-    EXPECT_HR(Win32(ERROR_FILE_NOT_FOUND),
-              factory->Adopt(Text(L"Tavlo test: nobody made this").get(), descriptor.Get(), Tavlo_ReadOnly, &image));
+    EXPECT_HR(Win32(ERROR_FILE_NOT_FOUND), factory->Adopt(Text(L"Tavlo test: nobody made this").get(),
+                                                          descriptor.Get(), Tavlo_ReadOnly, &image));
     EXPECT_EQ(image, nullptr);
     EXPECT_EQ(TakeErrorDescription().rfind(L"Opening the section failed: ", 0), 0u);
-    EXPECT_HR(Win32(ERROR_FILENAME_EXCED_RANGE),
-              factory->Adopt(Text(std::wstring(40000, L'n')).get(), descriptor.Get(), Tavlo_ReadOnly, &image));
+    EXPECT_HR(Win32(ERROR_FILENAME_EXCED_RANGE), factory->Adopt(Text(std::wstring(40000, L'n')).get(),
+                                                                descriptor.Get(), Tavlo_ReadOnly, &image));
     EXPECT_TRUE(FAILED(factory->Adopt(nullptr, descriptor.Get(), Tavlo_ReadOnly, &image)));
     EXPECT_TRUE(FAILED(factory->Adopt(Text(L"").get(), descriptor.Get(), Tavlo_ReadOnly, &image)));
     EXPECT_HR(S_OK, factory->Create(descriptor.Get(), Tavlo_ReadOnly, &image)) << "the process goes on";

@@ -239,7 +239,8 @@ TEST(Image, DisposeCallsTheHookAndReturnsItsResult)
     const auto image = GreyImage(5, 4, Tavlo_SingleWriter);
     const auto internal = Internal(image.Get());
     CountingHook hook;
-    EXPECT_HR(S_OK, internal->SetDisposalHook(reinterpret_cast<ULONG_PTR>(static_cast<ITavloDisposalHook*>(&hook))));
+    EXPECT_HR(S_OK, internal->SetDisposalHook(
+                        reinterpret_cast<ULONG_PTR>(static_cast<ITavloDisposalHook*>(&hook))));
     EXPECT_HR(S_FALSE, image->Dispose());
     EXPECT_HR(S_FALSE, internal->Dispose());
     EXPECT_EQ(hook.calls, 2);
@@ -288,10 +289,11 @@ TEST(Image, CopiesNamedValues)
 TEST(Image, OrdersNamesByCodeUnit)
 {
     const auto internal = Internal(GreyImage(5, 4, Tavlo_SingleWriter).Get());
-    for (const wchar_t* name : {L"b", L"\uffff", L"", L"B", L"\u00e4", L"ab", L"\xd800\xdc00", L"\xffee", L"a"})
+    for (const wchar_t* name :
+         {L"b", L"\uffff", L"", L"B", L"\u00e4", L"ab", L"\xd800\xdc00", L"\xffee", L"a"})
         EXPECT_HR(S_OK, internal->SetProperty(Text(name).get(), Number(1)));
-    const std::vector<std::wstring> expected = {L"",       L"B",           L"a",      L"ab",    L"b",
-                                                L"\u00e4", L"\xd800\xdc00", L"\xffee", L"\uffff"};
+    const std::vector<std::wstring> expected = {
+        L"", L"B", L"a", L"ab", L"b", L"\u00e4", L"\xd800\xdc00", L"\xffee", L"\uffff"};
     EXPECT_EQ(PropertyNames(internal.Get()), expected);
 }
 

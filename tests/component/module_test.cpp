@@ -47,7 +47,8 @@ std::vector<std::string> ImportedLibraries()
     for (auto* import = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(image + entry.VirtualAddress);
          import->Name != 0; ++import) {
         std::string name = reinterpret_cast<const char*>(image + import->Name);
-        std::transform(name.begin(), name.end(), name.begin(), [](char c) { return static_cast<char>(tolower(c)); });
+        std::transform(name.begin(), name.end(), name.begin(),
+                       [](char c) { return static_cast<char>(tolower(c)); });
         libraries.push_back(name);
     }
     std::sort(libraries.begin(), libraries.end());
@@ -58,9 +59,9 @@ std::vector<std::string> ImportedLibraries()
 
 TEST(Module, ExportsSevenEntryPoints)
 {
-    const std::vector<std::string> expected = {"ClosePerfMon",      "CollectPerfMon",    "DllCanUnloadNow",
-                                               "DllGetClassObject", "DllRegisterServer", "DllUnregisterServer",
-                                               "OpenPerfMon"};
+    const std::vector<std::string> expected = {
+        "ClosePerfMon",      "CollectPerfMon",      "DllCanUnloadNow", "DllGetClassObject",
+        "DllRegisterServer", "DllUnregisterServer", "OpenPerfMon"};
     EXPECT_EQ(ExportedNames(), expected);
 }
 

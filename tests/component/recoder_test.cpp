@@ -46,16 +46,16 @@ TEST(Recoder, CopiesEqualTypes)
 TEST(Recoder, ScalesToTheTargetsRange)
 {
     std::array<std::uint16_t, 4> target = {};
-    EXPECT_HR(S_OK, Service()->Recode(&grey8, ramp.data(), &grey16, reinterpret_cast<std::uint8_t*>(target.data()),
-                                      nullptr, nullptr));
+    EXPECT_HR(S_OK, Service()->Recode(&grey8, ramp.data(), &grey16,
+                                      reinterpret_cast<std::uint8_t*>(target.data()), nullptr, nullptr));
     EXPECT_EQ(target, (std::array<std::uint16_t, 4>{0, 257, 32896, 65535}));
 }
 
 TEST(Recoder, CastsPlainValues)
 {
     std::array<std::uint16_t, 4> target = {};
-    EXPECT_HR(S_OK, Service()->Cast(&grey8, ramp.data(), &grey16, reinterpret_cast<std::uint8_t*>(target.data()),
-                                    nullptr, nullptr));
+    EXPECT_HR(S_OK, Service()->Cast(&grey8, ramp.data(), &grey16,
+                                    reinterpret_cast<std::uint8_t*>(target.data()), nullptr, nullptr));
     EXPECT_EQ(target, (std::array<std::uint16_t, 4>{0, 1, 128, 255}));
 }
 
@@ -119,10 +119,14 @@ TEST(Recoder, RefusesNullPointers)
     std::array<std::uint8_t, 16> target = {};
     using Method = decltype(&IRecode::Recode);
     for (const Method method : {&IRecode::Recode, &IRecode::Rewrite, &IRecode::Cast}) {
-        EXPECT_HR(E_POINTER, (service.Get()->*method)(&grey8, nullptr, &grey16, target.data(), nullptr, nullptr));
-        EXPECT_HR(E_POINTER, (service.Get()->*method)(&grey8, ramp.data(), &grey16, nullptr, nullptr, nullptr));
-        EXPECT_HR(E_POINTER, (service.Get()->*method)(nullptr, ramp.data(), &grey16, target.data(), nullptr, nullptr));
-        EXPECT_HR(E_POINTER, (service.Get()->*method)(&grey8, ramp.data(), nullptr, target.data(), nullptr, nullptr));
+        EXPECT_HR(E_POINTER,
+                  (service.Get()->*method)(&grey8, nullptr, &grey16, target.data(), nullptr, nullptr));
+        EXPECT_HR(E_POINTER,
+                  (service.Get()->*method)(&grey8, ramp.data(), &grey16, nullptr, nullptr, nullptr));
+        EXPECT_HR(E_POINTER,
+                  (service.Get()->*method)(nullptr, ramp.data(), &grey16, target.data(), nullptr, nullptr));
+        EXPECT_HR(E_POINTER,
+                  (service.Get()->*method)(&grey8, ramp.data(), nullptr, target.data(), nullptr, nullptr));
     }
     ComPtr<ILUTRecode> recoder;
     EXPECT_HR(E_POINTER, service->CreateLUTRecoder(nullptr, &grey8, &recoder));
@@ -130,7 +134,8 @@ TEST(Recoder, RefusesNullPointers)
     EXPECT_HR(E_POINTER, service->CreateLUTRecoder(&grey8, &grey8, nullptr));
     unsigned long size = 0;
     EXPECT_HR(E_POINTER, service->TavloDataSize(nullptr, &size));
-    EXPECT_HR(E_POINTER, service->TavloDataSize(Create<ITavloDescriptor>(CLSID_TavloDescriptor).Get(), nullptr));
+    EXPECT_HR(E_POINTER,
+              service->TavloDataSize(Create<ITavloDescriptor>(CLSID_TavloDescriptor).Get(), nullptr));
 }
 
 TEST(Recoder, SizesWhatADescriptorDescribes)

@@ -18,7 +18,8 @@ Usage CurrentUsage()
     Usage usage;
     GetProcessHandleCount(GetCurrentProcess(), &usage.handles);
     PROCESS_MEMORY_COUNTERS_EX counters = {};
-    GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters), sizeof(counters));
+    GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters),
+                         sizeof(counters));
     usage.privateBytes = counters.PrivateUsage;
     return usage;
 }

@@ -15,8 +15,8 @@ UniqueHandle Start(const std::wstring& arguments)
     STARTUPINFOW startup = {};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION process = {};
-    EXPECT_TRUE(CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                               &process))
+    EXPECT_TRUE(CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                               &startup, &process))
         << GetLastError();
     const UniqueHandle thread(process.hThread);
     return UniqueHandle(process.hProcess);
@@ -52,8 +52,9 @@ TEST_P(AdoptedSection, ShowsEachProcessTheOthersBytes)
                                                   name.c_str()));
     ASSERT_NE(section, nullptr);
     ComPtr<ITavlo2> image;
-    ASSERT_HR(S_OK, Create<ITavloFactory2>(CLSID_TavloFactory)
-                        ->Adopt(Text(name).get(), GreyDescriptor(width, height).Get(), Tavlo_SingleWriter, &image));
+    ASSERT_HR(S_OK,
+              Create<ITavloFactory2>(CLSID_TavloFactory)
+                  ->Adopt(Text(name).get(), GreyDescriptor(width, height).Get(), Tavlo_SingleWriter, &image));
     ComPtr<IWriteAccessor> writer;
     ASSERT_HR(S_OK, image->GetWriteAccess(&writer));
     auto* first = static_cast<std::uint8_t*>(writer->Ptr(0));
@@ -70,9 +71,11 @@ TEST_P(AdoptedSection, ShowsEachProcessTheOthersBytes)
     EXPECT_EQ(*first, 101) << "what was written between the two is seen by the second";
 }
 
-INSTANTIATE_TEST_SUITE_P(Sizes, AdoptedSection, testing::Values(Size{1, 1}, Size{640, 480}, Size{32768, 49152}),
+INSTANTIATE_TEST_SUITE_P(Sizes, AdoptedSection,
+                         testing::Values(Size{1, 1}, Size{640, 480}, Size{32768, 49152}),
                          [](const auto& size) {
-                             return std::to_string(size.param.width) + "x" + std::to_string(size.param.height);
+                             return std::to_string(size.param.width) + "x" +
+                                    std::to_string(size.param.height);
                          });
 
 TEST(AdoptedSections, OutliveTheProcessThatMadeThem)
@@ -80,7 +83,8 @@ TEST(AdoptedSections, OutliveTheProcessThatMadeThem)
     const std::wstring name = L"Tavlo-test-outliving-" + std::to_wstring(GetCurrentProcessId());
     ComPtr<ITavlo2> image;
     {
-        const UniqueHandle section(CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4, name.c_str()));
+        const UniqueHandle section(
+            CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4, name.c_str()));
         ASSERT_HR(S_OK, Create<ITavloFactory2>(CLSID_TavloFactory)
                             ->Adopt(Text(name).get(), GreyDescriptor(2, 2).Get(), Tavlo_ReadOnly, &image));
     }

@@ -19,7 +19,8 @@ int Run(char** arguments)
     const auto add = static_cast<std::uint8_t>(std::atoi(arguments[4]));
 
     ComPtr<ITavloDescriptor2> descriptor;
-    if (FAILED(CoCreateInstance(CLSID_TavloDescriptor2, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&descriptor))))
+    if (FAILED(CoCreateInstance(CLSID_TavloDescriptor2, nullptr, CLSCTX_INPROC_SERVER,
+                                IID_PPV_ARGS(&descriptor))))
         return 1;
     descriptor->put_Encoding(Tavlo_Unsigned);
     descriptor->put_Width(width);

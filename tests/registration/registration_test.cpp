@@ -58,7 +58,8 @@ std::wstring TextOf(const GUID& guid)
 
 std::wstring LowerCase(std::wstring text)
 {
-    std::transform(text.begin(), text.end(), text.begin(), [](wchar_t c) { return static_cast<wchar_t>(towlower(c)); });
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](wchar_t c) { return static_cast<wchar_t>(towlower(c)); });
     return text;
 }
 
@@ -73,7 +74,10 @@ std::wstring DllPath()
 RegistrySnapshot ExpectedClassKeys(const std::wstring& appId)
 {
     RegistrySnapshot expected;
-    const auto key = [&](const std::wstring& path) -> auto& { return expected[LowerCase(path)]; };
+    const auto key = [&](const std::wstring& path) -> auto&
+    {
+        return expected[LowerCase(path)];
+    };
     key(L"AppID\\" + appId)[L""] = L"Tavlo";
     key(L"AppID\\Tavlo.DLL")[L"AppID"] = appId;
     for (const PublishedClass& c : publishedClasses) {
@@ -146,14 +150,15 @@ std::string Describe(const RegistrySnapshot& keys)
     for (const auto& [path, values] : keys) {
         text += std::string(path.begin(), path.end()) + "\n";
         for (const auto& [name, value] : values)
-            text += "    " + std::string(name.begin(), name.end()) + " = " + std::string(value.begin(), value.end()) + "\n";
+            text += "    " + std::string(name.begin(), name.end()) + " = " +
+                    std::string(value.begin(), value.end()) + "\n";
     }
     return text;
 }
 
-#define EXPECT_SAME_KEYS(expected, actual) \
-    EXPECT_TRUE((expected) == (actual)) << "missing:\n" \
-                                        << Describe(Added(actual, expected)) << "unexpected:\n" \
+#define EXPECT_SAME_KEYS(expected, actual)                                                                   \
+    EXPECT_TRUE((expected) == (actual)) << "missing:\n"                                                      \
+                                        << Describe(Added(actual, expected)) << "unexpected:\n"              \
                                         << Describe(Added(expected, actual))
 
 /// The DLL in this process, with its two registration entry points.
@@ -249,14 +254,15 @@ TEST(Registration, GoesToTheUserWhereTheProcessRedirectsClassesThere)
     const RegistrySnapshot machineBefore = TakeSnapshot(HKEY_LOCAL_MACHINE, classesPath);
     const RegistrySnapshot userBefore = TakeSnapshot(HKEY_CURRENT_USER, classesPath);
     HKEY userClasses = nullptr;
-    ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, classesPath, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &userClasses,
-                              nullptr),
+    ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, classesPath, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                              &userClasses, nullptr),
               ERROR_SUCCESS);
     CoInitializeEx(nullptr, COINIT_MULTITHREADED);
     // The registrar itself is looked up before classes are redirected.
     const CLSID registrar = {0x44EC053A, 0x400F, 0x11D0, {0x9D, 0xCD, 0x00, 0xA0, 0xC9, 0x03, 0x91, 0xD3}};
     IUnknown* loaded = nullptr;
-    ASSERT_EQ(CoCreateInstance(registrar, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, reinterpret_cast<void**>(&loaded)),
+    ASSERT_EQ(CoCreateInstance(registrar, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown,
+                               reinterpret_cast<void**>(&loaded)),
               S_OK);
     const LoadedDll dll;
     ASSERT_EQ(RegOverridePredefKey(HKEY_CLASSES_ROOT, userClasses), ERROR_SUCCESS);

@@ -18,7 +18,8 @@ using UniqueKey = std::unique_ptr<std::remove_pointer_t<HKEY>, KeyCloser>;
 
 std::wstring LowerCase(std::wstring text)
 {
-    std::transform(text.begin(), text.end(), text.begin(), [](wchar_t c) { return static_cast<wchar_t>(towlower(c)); });
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](wchar_t c) { return static_cast<wchar_t>(towlower(c)); });
     return text;
 }
 
@@ -42,12 +43,14 @@ void Collect(HKEY parent, const std::wstring& name, const std::wstring& path, Re
             break;
         const bool isText = type == REG_SZ || type == REG_EXPAND_SZ;
         data[dataLength] = data[dataLength + 1] = 0;
-        values[{text.data(), textLength}] =
-            isText ? std::wstring(reinterpret_cast<const wchar_t*>(data.data())) : std::to_wstring(dataLength);
+        values[{text.data(), textLength}] = isText
+                                                ? std::wstring(reinterpret_cast<const wchar_t*>(data.data()))
+                                                : std::to_wstring(dataLength);
     }
     for (DWORD i = 0;; ++i) {
         DWORD length = static_cast<DWORD>(text.size());
-        if (RegEnumKeyExW(key.get(), i, text.data(), &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
+        if (RegEnumKeyExW(key.get(), i, text.data(), &length, nullptr, nullptr, nullptr, nullptr) !=
+            ERROR_SUCCESS)
             break;
         const std::wstring child(text.data(), length);
         Collect(key.get(), child, LowerCase(path.empty() ? child : path + L'\\' + child), snapshot);

@@ -40,7 +40,8 @@ std::int64_t SlowSize(const ImageLayout& layout)
         const std::int32_t e = std::max(Low32(std::int64_t{c.Bits} + 7) / 8, ax < ay ? ax : ay);
         const std::int32_t dx = Low32(Low32(std::int64_t{layout.Width} - 1) * std::int64_t{c.Stride_x});
         const std::int32_t dy = Low32(Low32(std::int64_t{layout.Height} - 1) * std::int64_t{c.Stride_y});
-        for (std::int64_t corner : {std::int64_t{0}, std::int64_t{dx}, std::int64_t{dy}, std::int64_t{dx} + dy})
+        for (std::int64_t corner :
+             {std::int64_t{0}, std::int64_t{dx}, std::int64_t{dy}, std::int64_t{dx} + dy})
             size = std::max(size, Low32(std::int64_t{c.Offset} + e + corner));
     }
     return size;
