@@ -271,7 +271,12 @@ inline bool WorkerCatchesUp(const ComPtr<ITavlo2>& image)
 class Module
 {
 public:
-    Module() : dll_(LoadLibraryW(TAVLO_DLL_PATH)) {}
+    Module()
+    {
+        Create<ITavloFactory2>(CLSID_TavloFactory);
+        GetModuleHandleExW(0, L"Tavlo.dll", &dll_);
+    }
+
     ~Module() { FreeLibrary(dll_); }
     Module(const Module&) = delete;
     Module& operator=(const Module&) = delete;
@@ -288,7 +293,7 @@ public:
     }
 
 private:
-    HMODULE dll_;
+    HMODULE dll_ = nullptr;
 };
 
 /// Runs the body on a thread of its own in an apartment of this kind.
