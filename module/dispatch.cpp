@@ -82,6 +82,9 @@ HRESULT DispatchIdsOfNames(TypeLibrary library, REFIID iid, REFIID reserved, LPO
 {
     if (!IsEqualIID(reserved, IID_NULL))
         return DISP_E_UNKNOWNINTERFACE;
+    // The type description does not look.
+    if (names == nullptr || ids == nullptr)
+        return E_POINTER;
     return Guarded([&] { return TypeInfoOf(library, iid)->GetIDsOfNames(names, count, ids); });
 }
 
