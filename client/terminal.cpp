@@ -2,19 +2,19 @@
 
 #include <windows.h>
 
-#include <cstdio>
-
 namespace Mardu::Sentel::Tavlo::Client {
 
 Progress::Sink TerminalSink()
 {
     // Other devices count as terminals for the C library, NUL too.
+    const HANDLE errors = GetStdHandle(STD_ERROR_HANDLE);
     DWORD mode = 0;
-    if (!GetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), &mode))
+    if (!GetConsoleMode(errors, &mode))
         return {};
-    return [](std::string_view text) {
-        std::fwrite(text.data(), 1, text.size(), stderr);
-        std::fflush(stderr);
+    // At once, where the C library would write each byte for itself.
+    return [errors](std::string_view text) {
+        DWORD written = 0;
+        WriteFile(errors, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
     };
 }
 
