@@ -77,7 +77,8 @@ TEST(ParsePixelTypeTest, ReadsANameInAnyCaseOrANumberAndTheBits)
 
 TEST(ParsePixelTypeTest, RefusesAnythingElse)
 {
-    for (const char* text : {"", "RGB", "RGB,24,1", "RGB,", ",24", "grey,8", "18,8", "RGB,0", "RGB,x", "RGB, 24"})
+    for (const char* text :
+         {"", "RGB", "RGB,24,1", "RGB,", ",24", "grey,8", "18,8", "RGB,0", "RGB,x", "RGB, 24"})
         EXPECT_THROW(ParsePixelType(text), std::invalid_argument) << text;
 }
 

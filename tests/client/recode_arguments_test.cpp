@@ -70,24 +70,24 @@ void RectangleOf(const char* text)
     ParseRectangle(text);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    ControlPoints, WrongArgumentTest,
-    testing::Values(WrongArgument{ControlPointOf, "", "POSITION=RRGGBB"},
-                    WrongArgument{ControlPointOf, "0.5", "POSITION=RRGGBB"},
-                    WrongArgument{ControlPointOf, "0=000000=1", "POSITION=RRGGBB"},
-                    WrongArgument{ControlPointOf, "=000000", "from 0 to 1, not ''"},
-                    WrongArgument{ControlPointOf, "-0.1=000000", "from 0 to 1"},
-                    WrongArgument{ControlPointOf, "1.01=000000", "from 0 to 1"},
-                    WrongArgument{ControlPointOf, "nan=000000", "from 0 to 1"},
-                    WrongArgument{ControlPointOf, "0.5x=000000", "from 0 to 1, not '0.5x'"},
-                    WrongArgument{ControlPointOf, "0,5=000000", "from 0 to 1"},
-                    WrongArgument{ControlPointOf, "0=", "RRGGBB, not ''"},
-                    WrongArgument{ControlPointOf, "0=00000", "RRGGBB"},
-                    WrongArgument{ControlPointOf, "0=0000000", "RRGGBB"},
-                    WrongArgument{ControlPointOf, "0=##00000", "RRGGBB"},
-                    WrongArgument{ControlPointOf, "0=-12345", "RRGGBB"},
-                    WrongArgument{ControlPointOf, "0=0x1234", "RRGGBB"},
-                    WrongArgument{ControlPointOf, "0=00000g", "RRGGBB, not '00000g'"}));
+INSTANTIATE_TEST_SUITE_P(ControlPoints, WrongArgumentTest,
+                         testing::Values(WrongArgument{ControlPointOf, "", "POSITION=RRGGBB"},
+                                         WrongArgument{ControlPointOf, "0.5", "POSITION=RRGGBB"},
+                                         WrongArgument{ControlPointOf, "0=000000=1", "POSITION=RRGGBB"},
+                                         WrongArgument{ControlPointOf, "=000000", "from 0 to 1, not ''"},
+                                         WrongArgument{ControlPointOf, "-0.1=000000", "from 0 to 1"},
+                                         WrongArgument{ControlPointOf, "1.01=000000", "from 0 to 1"},
+                                         WrongArgument{ControlPointOf, "nan=000000", "from 0 to 1"},
+                                         WrongArgument{ControlPointOf, "0.5x=000000",
+                                                       "from 0 to 1, not '0.5x'"},
+                                         WrongArgument{ControlPointOf, "0,5=000000", "from 0 to 1"},
+                                         WrongArgument{ControlPointOf, "0=", "RRGGBB, not ''"},
+                                         WrongArgument{ControlPointOf, "0=00000", "RRGGBB"},
+                                         WrongArgument{ControlPointOf, "0=0000000", "RRGGBB"},
+                                         WrongArgument{ControlPointOf, "0=##00000", "RRGGBB"},
+                                         WrongArgument{ControlPointOf, "0=-12345", "RRGGBB"},
+                                         WrongArgument{ControlPointOf, "0=0x1234", "RRGGBB"},
+                                         WrongArgument{ControlPointOf, "0=00000g", "RRGGBB, not '00000g'"}));
 
 INSTANTIATE_TEST_SUITE_P(Rectangles, WrongArgumentTest,
                          testing::Values(WrongArgument{RectangleOf, "", "four values"},
