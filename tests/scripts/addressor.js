@@ -59,6 +59,7 @@ for (var bits = 9; bits <= 16; ++bits) {
     checkPixel("unsigned of " + bits + " bits", 0, bits, (1 << bits) - 1, (1 << bits) - 1);
     checkPixel("signed of " + bits + " bits", 1, bits, -(1 << (bits - 1)), -(1 << (bits - 1)));
 }
+checkPixel("12 bits take whatever 16 bits hold", 0, 12, 65535, 65535);
 checkPixel("float of 32 bits", 2, 32, -0.5, -0.5);
 checkPixel("float of 64 bits", 2, 64, 0.1, 0.1);
 
