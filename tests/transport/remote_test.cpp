@@ -1,0 +1,553 @@
+// Images on another machine: one process makes the packet, the other, which stands for
+// the other machine, gets a proxy with a copy of its own.
+#include "tests/transport/other_process.h"
+
+namespace {
+
+constexpr long width = 64;
+constexpr long height = 48;
+
+/// An image of this process, and its proxy in another one.
+class RemoteImage : public testing::Test
+{
+protected:
+    RemoteImage()
+    {
+        for (long i = 0; i < width * height; ++i)
+            pixels[i] = Original(i);
+    }
+
+    Bytes Packet() { return Marshaled(image.Get(), MSHCTX_DIFFERENTMACHINE); }
+
+    void Send() { ASSERT_HR(S_OK, other.Do(Command::TakeImage, Packet())); }
+
+    static std::uint8_t Original(long i) { return static_cast<std::uint8_t>(i * 7 + 1); }
+
+    const ComPtr<ITavlo2> image = SharedImage(width, height);
+    const ComPtr<IWriteAccessor> writer = WriterOf(image.Get());
+    std::uint8_t* const pixels = BytesAt(writer->Ptr(0));
+    OtherProcess other;
+};
+
+/// The near end of an image, in this process.
+ComPtr<ITavloStub> StubOf(ITavlo2* image)
+{
+    return Unmarshaled<ITavloStub>([&] {
+        const Bytes packet = Marshaled(image, MSHCTX_DIFFERENTMACHINE);
+        // Behind the header of a packet with a class of its own is the stub's reference alone.
+        return Bytes(packet.begin() + 48, packet.end());
+    }());
+}
+
+/// A near end that the test controls.
+class ControlledStub final : public ClientObject<ITavloStub>
+{
+public:
+    explicit ControlledStub(ITavlo2* image) { EXPECT_HR(S_OK, image->QueryInterface(IID_PPV_ARGS(&image_))); }
+
+    STDMETHODIMP get_Descriptor(ITavloDescriptor** descriptor) override { return image_->get_Descriptor(descriptor); }
+
+    STDMETHODIMP Subscribe(ITavloEvents* handler) override
+    {
+        if (FAILED(subscribing))
+            return subscribing;
+        const std::lock_guard lock(mutex_);
+        handler_ = handler;
+        return S_OK;
+    }
+
+    STDMETHODIMP GetData(RECT* rect, long size, unsigned char* data) override
+    {
+        const int number = ++fetches;
+        {
+            const std::lock_guard lock(mutex_);
+            fetched_.push_back(*rect);
+        }
+        if (number == holding) {
+            entered.Set();
+            leave.Wait();
+        }
+        std::memset(data, number, static_cast<std::size_t>(size));
+        const HRESULT hr = fetching;
+        fetchedOnce.Set();
+        return hr;
+    }
+
+    HRESULT Update(RECT rect)
+    {
+        ComPtr<ITavloEvents> handler;
+        {
+            const std::lock_guard lock(mutex_);
+            handler = handler_;
+        }
+        return handler != nullptr ? handler->OnImageUpdate(nullptr, &rect) : E_PENDING;
+    }
+
+    std::vector<RECT> Fetched() const
+    {
+        const std::lock_guard lock(mutex_);
+        return fetched_;
+    }
+
+    bool IsSubscribed() const
+    {
+        const std::lock_guard lock(mutex_);
+        return handler_ != nullptr;
+    }
+
+    std::atomic<HRESULT> fetching = S_OK;
+    std::atomic<HRESULT> subscribing = S_OK;
+    std::atomic<int> fetches = 0;
+    std::atomic<int> holding = 0; ///< the number of the fetch that waits until it may leave
+    Signal entered;
+    Signal leave;
+    Signal fetchedOnce;
+
+private:
+    ComPtr<ITavlo> image_;
+    mutable std::mutex mutex_;
+    ComPtr<ITavloEvents> handler_;
+    std::vector<RECT> fetched_;
+};
+
+/// A proxy of a controlled stub, both in this process.
+class ControlledProxy : public testing::Test
+{
+protected:
+    ControlledProxy()
+    {
+        EXPECT_HR(S_OK, Create<IMarshal>(CLSID_TavloProxy)
+                            ->UnmarshalInterface(StreamOf(Marshaled<ITavloStub>(stub.Get(), MSHCTX_INPROC)).Get(),
+                                                 IID_ITavlo2, reinterpret_cast<void**>(proxy.GetAddressOf())));
+    }
+
+    const ComPtr<ITavlo2> image = SharedImage(width, height);
+    const ComPtr<ControlledStub> stub = New<ControlledStub>(image.Get());
+    ComPtr<ITavlo2> proxy;
+};
+
+const RECT whole = {0, 0, width, height};
+
+} // namespace
+
+TEST_F(RemoteImage, IsReadAsAWholeAtFirst)
+{
+    Send();
+    ASSERT_HR(S_OK, other.Do(Command::GetReader));
+    for (const long i : {0L, 1L, 1000L, width * height - 1})
+        EXPECT_EQ(other.Value(Command::Peek, i), Original(i)) << i;
+    pixels[0] = 200;
+    EXPECT_EQ(other.Value(Command::Peek, 0), Original(0)) << "the copy is a copy";
+}
+
+TEST_F(RemoteImage, DescribesItselfAndIsCloned)
+{
+    Send();
+    ASSERT_HR(S_OK, other.Do(Command::Describe));
+    EXPECT_EQ(other.x.rect, whole);
+    EXPECT_EQ(other.x.value, Tavlo_Unsigned);
+    EXPECT_EQ(other.Value(Command::Clone, 77), Original(77));
+}
+
+TEST_F(RemoteImage, ShowsAnUpdateWhenItsBytesAreThere)
+{
+    Send();
+    ASSERT_HR(S_OK, other.Do(Command::GetReader));
+    ASSERT_HR(S_OK, other.Do(Command::Subscribe, 0, Tavlo_Synchronous));
+    for (long y = 10; y < 20; ++y)
+        for (long x = 5; x < 9; ++x)
+            pixels[y * width + x] = 123;
+    pixels[0] = 124;
+    RECT dirty = {5, 10, 9, 20};
+    ASSERT_HR(S_OK, writer->Invalidate(&dirty));
+    ASSERT_HR(S_OK, other.Do(Command::AwaitUpdate, 0, 1));
+    EXPECT_EQ(other.x.rect, dirty);
+    EXPECT_EQ(other.Value(Command::Peek, 10 * width + 5), 123);
+    EXPECT_EQ(other.Value(Command::Peek, 19 * width + 8), 123);
+    EXPECT_EQ(other.Value(Command::Peek, 0), Original(0)) << "outside the rectangle nothing was fetched";
+}
+
+TEST_F(RemoteImage, IsNotDisposedOfThroughItsPrivateSide)
+{
+    Send();
+    EXPECT_HR(E_UNEXPECTED, other.Do(Command::DisposeInternal));
+}
+
+TEST_F(RemoteImage, LivesAsLongAsItsProxy)
+{
+    const ULONG before = ReferencesOf(image.Get());
+    Send();
+    EXPECT_GT(ReferencesOf(image.Get()), before);
+    ASSERT_HR(S_OK, other.Do(Command::Subscribe, 0, Tavlo_Asynchronous));
+    ASSERT_HR(S_OK, other.Do(Command::Unsubscribe, 0));
+    ASSERT_HR(S_OK, other.Do(Command::DropImage));
+    EXPECT_TRUE(Becomes([&] { return ReferencesOf(image.Get()) == before; }));
+}
+
+TEST_F(RemoteImage, OfAnOwnerThatDiedKeepsWhatWasFetched)
+{
+    ASSERT_HR(S_OK, other.Do(Command::MakeImage, whole));
+    ASSERT_HR(S_OK, other.Do(Command::GetWriter));
+    ASSERT_HR(S_OK, other.Do(Command::Poke, 9, 99));
+    const auto proxy = Unmarshaled<ITavlo2>(other.Packet(Command::SendRemote));
+    const auto never = Unmarshaled<ITavlo2>(other.Packet(Command::SendRemote));
+    const auto reader = ReaderOf(proxy.Get());
+    const auto handler = New<Handler>();
+    ASSERT_HR(S_OK, proxy->Subscribe(handler.Get(), Tavlo_Asynchronous));
+    other.Kill();
+    EXPECT_EQ(*BytesAt(reader->Ptr(9)), 99);
+    EXPECT_EQ(*BytesAt(ReaderOf(proxy.Get())->Ptr(9)), 99) << "nothing is out of date";
+    ComPtr<IReadAccessor> none;
+    EXPECT_TRUE(FAILED(never->GetReadAccess(nullptr, 1.0, &none)));
+    EXPECT_TRUE(FAILED(proxy->Unsubscribe(handler.Get())));
+}
+
+TEST(RemotePacket, IsAReferenceToAStubAndNothingElse)
+{
+    const auto image = SharedImage();
+    const auto marshal = MarshalOf(image.Get());
+    CLSID clsid = {};
+    EXPECT_HR(S_OK, marshal->GetUnmarshalClass(IID_ITavlo2, image.Get(), MSHCTX_DIFFERENTMACHINE, nullptr,
+                                               MSHLFLAGS_NORMAL, &clsid));
+    EXPECT_TRUE(clsid == CLSID_TavloProxy);
+    const ComPtr<IStream> written = StreamOf({});
+    ASSERT_HR(S_OK, marshal->MarshalInterface(written.Get(), IID_ITavlo2, image.Get(), MSHCTX_DIFFERENTMACHINE, nullptr,
+                                              MSHLFLAGS_NORMAL));
+    const Bytes packet = WrittenTo(written.Get());
+    const ComPtr<IStream> stream = StreamOf(packet);
+    ComPtr<ITavloStub> stub;
+    EXPECT_HR(S_OK, CoUnmarshalInterface(stream.Get(), IID_ITavloStub, reinterpret_cast<void**>(stub.GetAddressOf())));
+    EXPECT_EQ(PositionIn(stream.Get()), packet.size());
+}
+
+TEST(RemotePacket, MayTakeTwiceTheStandardSize)
+{
+    const auto image = SharedImage();
+    ComPtr<IMarshal> standard;
+    ASSERT_HR(S_OK, CoGetStandardMarshal(IID_ITavlo2, image.Get(), MSHCTX_DIFFERENTMACHINE, nullptr, MSHLFLAGS_NORMAL,
+                                         &standard));
+    for (const DWORD context : {MSHCTX_INPROC, MSHCTX_LOCAL, MSHCTX_DIFFERENTMACHINE}) {
+        DWORD reference = 0;
+        DWORD size = 0;
+        ASSERT_HR(S_OK, standard->GetMarshalSizeMax(IID_ITavlo2, image.Get(), context, nullptr, MSHLFLAGS_NORMAL,
+                                                    &reference));
+        EXPECT_HR(S_OK, MarshalOf(image.Get())->GetMarshalSizeMax(IID_ITavlo2, image.Get(), context, nullptr,
+                                                                  MSHLFLAGS_NORMAL, &size));
+        EXPECT_EQ(size, context == MSHCTX_DIFFERENTMACHINE ? 2 * reference : reference);
+    }
+}
+
+TEST(RemotePacket, IsNotMadeWithinOneMachine)
+{
+    const auto image = SharedImage();
+    for (const DWORD context : {MSHCTX_INPROC, MSHCTX_LOCAL, MSHCTX_NOSHAREDMEM}) {
+        CLSID clsid = {};
+        EXPECT_HR(S_OK, MarshalOf(image.Get())->GetUnmarshalClass(IID_ITavlo2, image.Get(), context, nullptr,
+                                                                  MSHLFLAGS_NORMAL, &clsid));
+        EXPECT_FALSE(clsid == CLSID_TavloProxy);
+        const Bytes packet = Marshaled(image.Get(), context);
+        const auto same = Unmarshaled<ITavlo2>(packet);
+        EXPECT_EQ(same.Get(), image.Get()) << "of its own apartment the image comes back itself";
+    }
+}
+
+TEST(RemotePacket, GivesTheImageBackWhenItIsReleased)
+{
+    const auto image = SharedImage();
+    const ULONG before = ReferencesOf(image.Get());
+    const Bytes packet = Marshaled(image.Get(), MSHCTX_DIFFERENTMACHINE);
+    EXPECT_GT(ReferencesOf(image.Get()), before);
+    EXPECT_HR(S_OK, Release(packet));
+    EXPECT_EQ(ReferencesOf(image.Get()), before);
+}
+
+TEST(RemotePacket, CutAnywhereLeavesNothingBehind)
+{
+    const auto image = SharedImage();
+    const std::size_t size = [&] {
+        const Bytes packet = Marshaled(image.Get(), MSHCTX_DIFFERENTMACHINE);
+        Release(packet);
+        return packet.size();
+    }();
+    const ULONG before = ReferencesOf(image.Get());
+    for (std::size_t length = 0; length < size; ++length) {
+        const Bytes packet = Marshaled(image.Get(), MSHCTX_DIFFERENTMACHINE);
+        HRESULT hr = S_OK;
+        // The last bytes of a reference are addresses that the platform may not need.
+        const auto proxy = Unmarshaled<ITavlo2>(std::span(packet).first(length), &hr);
+        EXPECT_EQ(proxy != nullptr, SUCCEEDED(hr)) << length;
+        EXPECT_TRUE(FAILED(hr) || length > 100) << length;
+        const HRESULT released = Release(packet);
+        EXPECT_EQ(SUCCEEDED(released), FAILED(hr)) << length;
+    }
+    EXPECT_EQ(ReferencesOf(image.Get()), before);
+}
+
+TEST(Stub, GivesPackedBlocks)
+{
+    const auto image = SharedImage(8, 4);
+    const auto writer = WriterOf(image.Get());
+    for (int i = 0; i < 32; ++i)
+        BytesAt(writer->Ptr(0))[i] = static_cast<std::uint8_t>(i);
+    const auto stub = StubOf(image.Get());
+    RECT rect = {2, 1, 5, 3};
+    Bytes data(6);
+    EXPECT_HR(S_OK, stub->GetData(&rect, 6, data.data()));
+    EXPECT_EQ(data, (Bytes{10, 11, 12, 18, 19, 20}));
+}
+
+TEST(Stub, GivesNothingWithoutARectangleOrMemory)
+{
+    const auto stub = StubOf(SharedImage(8, 4).Get());
+    RECT rect = {0, 0, 1, 1};
+    std::uint8_t pixel = 7;
+    EXPECT_HR(E_POINTER, stub->GetData(nullptr, 1, &pixel));
+    EXPECT_HR(E_POINTER, stub->GetData(&rect, 1, nullptr));
+    EXPECT_HR(E_POINTER, stub->get_Descriptor(nullptr));
+    EXPECT_EQ(pixel, 7);
+}
+
+TEST(Stub, GivesNothingOutsideTheImage)
+{
+    const auto stub = StubOf(SharedImage(8, 4).Get());
+    for (RECT rect : {RECT{0, 0, 9, 4}, RECT{0, 0, 8, 5}, RECT{-1, 0, 4, 4}, RECT{0, -1, 4, 4}, RECT{8, 0, 9, 1},
+                      RECT{100, 100, 101, 101}, RECT{-100000, 0, -99999, 1}, RECT{LONG_MIN, 0, LONG_MIN + 2, 1}}) {
+        Bytes data(100, 7);
+        EXPECT_TRUE(FAILED(stub->GetData(&rect, 100, data.data()))) << testing::PrintToString(rect);
+        EXPECT_EQ(data, Bytes(100, 7)) << testing::PrintToString(rect);
+    }
+}
+
+TEST(Stub, OfNoImageGivesNothing)
+{
+    const auto stub = Create<ITavloStub>(CLSID_TavloStub);
+    RECT rect = {0, 0, 1, 1};
+    std::uint8_t pixel = 0;
+    ComPtr<ITavloDescriptor> descriptor;
+    EXPECT_HR(E_UNEXPECTED, stub->get_Descriptor(&descriptor));
+    EXPECT_HR(E_UNEXPECTED, stub->GetData(&rect, 1, &pixel));
+    EXPECT_HR(E_UNEXPECTED, stub->Subscribe(nullptr));
+}
+
+TEST(Stub, TellsItsHandlerTheRectangleOnly)
+{
+    const auto image = SharedImage();
+    const auto stub = StubOf(image.Get());
+    const auto first = New<Handler>();
+    const auto second = New<Handler>();
+    ASSERT_HR(S_OK, stub->Subscribe(first.Get()));
+    ASSERT_HR(S_OK, Invalidate(image, {1, 2, 3, 4}));
+    EXPECT_TRUE(first->Receives(1));
+    EXPECT_EQ(first->Received().at(0), (RECT{1, 2, 3, 4}));
+    EXPECT_FALSE(first->SawImage());
+    ASSERT_HR(S_OK, stub->Subscribe(second.Get()));
+    ASSERT_HR(S_OK, Invalidate(image, {5, 6, 7, 8}));
+    EXPECT_TRUE(second->Receives(1));
+    ASSERT_HR(S_OK, stub->Subscribe(nullptr));
+    EXPECT_EQ(first->Received().size(), 1u) << "a handler replaces the one before it";
+}
+
+TEST_F(ControlledProxy, FetchesTheWholeImageOnceBeforeItIsRead)
+{
+    EXPECT_EQ(stub->fetches, 0);
+    const auto reader = ReaderOf(proxy.Get());
+    const auto reader2 = ReaderOf(proxy.Get());
+    EXPECT_EQ(stub->Fetched(), (std::vector<RECT>{whole}));
+    EXPECT_EQ(*BytesAt(reader->Ptr(width * height - 1)), 1);
+    EXPECT_EQ(reader->Ptr(0), reader2->Ptr(0));
+}
+
+TEST_F(ControlledProxy, FetchesNothingToBeWritten)
+{
+    ComPtr<IWriteAccessor> writer;
+    EXPECT_HR(E_ACCESSDENIED, proxy->GetWriteAccess(&writer)) << "the proxy itself is the single writer";
+    EXPECT_EQ(stub->fetches, 0);
+}
+
+TEST_F(ControlledProxy, KeepsWritesLocal)
+{
+    // Room for a second writer, which counts on the proxy.
+    ComPtr<ITavloInternal> internal;
+    ASSERT_HR(S_OK, proxy.As(&internal));
+    ASSERT_HR(S_OK, internal->ReleaseWriter());
+    const auto handler = New<Handler>();
+    const auto remote = New<Handler>();
+    ASSERT_HR(S_OK, proxy->Subscribe(handler.Get(), Tavlo_Synchronous));
+    ASSERT_HR(S_OK, image->Subscribe(remote.Get(), Tavlo_Synchronous));
+    {
+        const auto writer = WriterOf(proxy.Get());
+        EXPECT_HR(E_ACCESSDENIED, TryToWrite(proxy.Get()));
+        *BytesAt(writer->Ptr(0)) = 17;
+        EXPECT_HR(S_OK, writer->Invalidate());
+    }
+    EXPECT_HR(S_OK, TryToWrite(proxy.Get()));
+    EXPECT_EQ(handler->Received(), (std::vector<RECT>{whole}));
+    EXPECT_TRUE(remote->Received().empty());
+    EXPECT_EQ(*BytesAt(ReaderOf(image.Get())->Ptr(0)), 0);
+    EXPECT_EQ(stub->fetches, 0);
+    EXPECT_HR(S_OK, internal->AddWriter());
+    EXPECT_HR(S_OK, proxy->Unsubscribe(handler.Get()));
+    EXPECT_HR(S_OK, image->Unsubscribe(remote.Get()));
+}
+
+TEST_F(ControlledProxy, DoesNotPutBackWhatCouldNotBeFetched)
+{
+    stub->fetching = E_ACCESSDENIED;
+    ComPtr<IReadAccessor> reader;
+    EXPECT_HR(E_ACCESSDENIED, proxy->GetReadAccess(nullptr, 1.0, &reader));
+    EXPECT_EQ(reader.Get(), nullptr);
+    stub->fetching = S_OK;
+    EXPECT_HR(S_OK, proxy->GetReadAccess(nullptr, 1.0, &reader));
+    EXPECT_EQ(stub->fetches, 1);
+}
+
+TEST_F(ControlledProxy, MergesUpdatesThatComeTogether)
+{
+    const auto handler = New<Handler>();
+    ReaderOf(proxy.Get());
+    ASSERT_HR(S_OK, proxy->Subscribe(handler.Get(), Tavlo_Synchronous));
+    stub->holding = 2;
+    ASSERT_HR(S_OK, stub->Update({0, 0, 1, 1}));
+    ASSERT_TRUE(stub->entered.Wait());
+    ASSERT_HR(S_OK, stub->Update({10, 20, 30, 25}));
+    ASSERT_HR(S_OK, stub->Update({5, 22, 12, 40}));
+    EXPECT_TRUE(handler->Received().empty()) << "before the bytes are there nobody is told";
+    stub->leave.Set();
+    ASSERT_TRUE(handler->Receives(2));
+    EXPECT_EQ(stub->Fetched(), (std::vector<RECT>{whole, {0, 0, 1, 1}, {5, 20, 30, 40}}));
+    EXPECT_EQ(handler->Received(), (std::vector<RECT>{{0, 0, 1, 1}, {5, 20, 30, 40}}));
+    EXPECT_HR(S_OK, proxy->Unsubscribe(handler.Get()));
+}
+
+TEST_F(ControlledProxy, FetchesWhatIsInsideOfAnUpdate)
+{
+    const auto handler = New<Handler>();
+    ReaderOf(proxy.Get());
+    ASSERT_HR(S_OK, proxy->Subscribe(handler.Get(), Tavlo_Synchronous));
+    ASSERT_HR(S_OK, stub->Update({-10, -10, 5, 1000}));
+    ASSERT_TRUE(handler->Receives(1));
+    EXPECT_EQ(stub->Fetched().back(), (RECT{0, 0, 5, height}));
+    EXPECT_HR(S_OK, proxy->Unsubscribe(handler.Get()));
+}
+
+TEST_F(ControlledProxy, GoesOnAfterAFailedRefresh)
+{
+    const auto handler = New<Handler>();
+    ReaderOf(proxy.Get());
+    ASSERT_HR(S_OK, proxy->Subscribe(handler.Get(), Tavlo_Synchronous));
+    stub->fetching = E_FAIL;
+    stub->holding = 2;
+    ASSERT_HR(S_OK, stub->Update({0, 0, 1, 1}));
+    ASSERT_TRUE(stub->entered.Wait());
+    stub->leave.Set();
+    ASSERT_TRUE(Becomes([&] { return stub->fetches == 2; }));
+    // The next one, which is fetched after the failed one, is told.
+    stub->holding = 3;
+    ASSERT_HR(S_OK, stub->Update({2, 2, 3, 3}));
+    ASSERT_TRUE(Becomes([&] { return stub->fetches == 3; }));
+    stub->fetching = S_OK;
+    ASSERT_HR(S_OK, stub->Update({4, 4, 5, 5}));
+    ASSERT_TRUE(handler->Receives(1));
+    EXPECT_HR(S_OK, proxy->Unsubscribe(handler.Get()));
+}
+
+TEST_F(ControlledProxy, GetsNoUpdatesFromTheFirstUnsubscribeToTheNextSubscribe)
+{
+    const auto first = New<Handler>();
+    const auto second = New<Handler>();
+    ReaderOf(proxy.Get());
+    ASSERT_HR(S_OK, proxy->Subscribe(first.Get(), Tavlo_Synchronous));
+    ASSERT_HR(S_OK, proxy->Subscribe(second.Get(), Tavlo_Synchronous));
+    EXPECT_TRUE(stub->IsSubscribed());
+    ASSERT_HR(S_OK, proxy->Unsubscribe(first.Get()));
+    EXPECT_FALSE(stub->IsSubscribed()) << "also for the second handler";
+    ASSERT_HR(S_OK, proxy->Subscribe(first.Get(), Tavlo_Synchronous));
+    EXPECT_TRUE(stub->IsSubscribed());
+    ASSERT_HR(S_OK, stub->Update({1, 1, 2, 2}));
+    EXPECT_TRUE(first->Receives(1));
+    EXPECT_TRUE(second->Receives(1));
+    ASSERT_HR(S_OK, proxy->Unsubscribe(first.Get()));
+    ASSERT_HR(S_OK, proxy->Unsubscribe(second.Get()));
+}
+
+TEST_F(ControlledProxy, ReportsThatTheStubRefusesASubscription)
+{
+    const auto handler = New<Handler>();
+    stub->subscribing = E_ACCESSDENIED;
+    EXPECT_HR(E_ACCESSDENIED, proxy->Subscribe(handler.Get(), Tavlo_Synchronous));
+    EXPECT_HR(E_ACCESSDENIED, proxy->Unsubscribe(handler.Get()));
+    EXPECT_EQ(handler->References(), 1u);
+}
+
+TEST_F(ControlledProxy, DiesWhileAnUpdateIsFetched)
+{
+    const auto handler = New<Handler>();
+    ReaderOf(proxy.Get());
+    ASSERT_HR(S_OK, proxy->Subscribe(handler.Get(), Tavlo_Asynchronous));
+    stub->holding = 2;
+    ASSERT_HR(S_OK, stub->Update({0, 0, 1, 1}));
+    ASSERT_TRUE(stub->entered.Wait());
+    ASSERT_HR(S_OK, stub->Subscribe(nullptr));
+    Signal released;
+    std::thread releasing = InApartment(COINIT_MULTITHREADED, [&] {
+        proxy.Reset();
+        released.Set();
+    });
+    stub->leave.Set();
+    EXPECT_TRUE(released.Wait());
+    releasing.join();
+    EXPECT_TRUE(Becomes([&] { return stub->References() == 1; }));
+}
+
+TEST_F(ControlledProxy, MayBeReleasedByItsHandler)
+{
+    Signal released;
+    const auto handler = New<Handler>([&](const RECT&) {
+        proxy.Reset();
+        released.Set();
+        return S_OK;
+    });
+    ReaderOf(proxy.Get());
+    ASSERT_HR(S_OK, proxy->Subscribe(handler.Get(), Tavlo_Synchronous));
+    ASSERT_HR(S_OK, stub->Update({0, 0, 1, 1}));
+    EXPECT_TRUE(released.Wait());
+    stub->Subscribe(nullptr);
+    EXPECT_TRUE(Becomes([&] { return stub->References() == 1; }));
+}
+
+TEST_F(ControlledProxy, IsGoneWithItsLastReference)
+{
+    ReaderOf(proxy.Get());
+    proxy.Reset();
+    EXPECT_EQ(stub->References(), 1u);
+}
+
+TEST_F(ControlledProxy, TravelsOnByReference)
+{
+    const Bytes packet = Marshaled(proxy.Get(), MSHCTX_LOCAL);
+    OtherProcess other;
+    ASSERT_HR(S_OK, other.Do(Command::TakeImage, packet));
+    ASSERT_HR(S_OK, other.Do(Command::GetReader));
+    EXPECT_EQ(other.Value(Command::Peek, 5), 1) << "the copy's section is shared on this machine";
+    EXPECT_EQ(stub->fetches, 1);
+}
+
+TEST(Proxy, ThatIsBoundToNothingIsUnexpected)
+{
+    const auto proxy = Create<ITavlo2>(CLSID_TavloProxy);
+    ComPtr<ITavlo> image;
+    ComPtr<ITavloInternal> internal;
+    ASSERT_HR(S_OK, proxy.As(&image));
+    ASSERT_HR(S_OK, proxy.As(&internal));
+    const auto handler = New<Handler>();
+    ComPtr<IReadAccessor> reader;
+    ComPtr<ITavlo2> clone;
+    EXPECT_HR(E_UNEXPECTED, proxy->GetReadAccess(nullptr, 1.0, &reader));
+    EXPECT_HR(E_UNEXPECTED, image->GetReadAccess(&reader));
+    EXPECT_HR(E_UNEXPECTED, proxy->Clone(Tavlo_SingleWriter, &clone));
+    EXPECT_HR(E_UNEXPECTED, proxy->Subscribe(handler.Get(), Tavlo_Synchronous));
+    EXPECT_HR(E_UNEXPECTED, proxy->Unsubscribe(handler.Get()));
+    EXPECT_HR(E_UNEXPECTED, proxy->Dispose());
+    EXPECT_HR(E_UNEXPECTED, internal->Dispose());
+    EXPECT_HR(E_UNEXPECTED, internal->AddReader());
+}
