@@ -51,20 +51,16 @@ constexpr HRESULT refusal = static_cast<HRESULT>(0x80040123);
 TEST(Apartments, AHandlerOfASingleThreadedOneIsCalledInIt)
 {
     InApartment(COINIT_APARTMENTTHREADED, [] {
-        const auto image = SharedImage(640, 480);
-        Signal second;
-        std::atomic<int> calls = 0;
-        const auto handler = New<Handler>([&](const RECT&) {
-            if (++calls == 2)
-                second.Set();
-            else
-                Invalidate(image, {1, 2, 3, 4});
-            return S_OK;
-        });
+        auto image = SharedImage(640, 480);
+        int calls = 0;
+        const auto handler =
+            New<Handler>([&](const RECT&) { return ++calls == 1 ? Invalidate(image, {1, 2, 3, 4}) : S_OK; });
         ASSERT_HR(S_OK, image->Subscribe(handler.Get(), Tavlo_Asynchronous));
         EXPECT_HR(S_OK, Invalidate(image.Get(), nullptr));
         EXPECT_EQ(calls, 0) << "nobody pumps yet";
-        ASSERT_TRUE(second.Pump());
+        EXPECT_TRUE(BecomesWhilePumping([&] { return calls == 2; }));
+        image.Reset();
+        EXPECT_TRUE(BecomesWhilePumping([&] { return handler->References() == 1; }));
         EXPECT_EQ(handler->Received(), (std::vector<RECT>{{0, 0, 640, 480}, {1, 2, 3, 4}}));
         EXPECT_EQ(handler->Threads(), (std::vector<DWORD>(2, GetCurrentThreadId())));
         EXPECT_FALSE(handler->SawImage());
@@ -74,40 +70,37 @@ TEST(Apartments, AHandlerOfASingleThreadedOneIsCalledInIt)
 TEST(Apartments, AHandlerThatFailsInItsOwnOneIsDropped)
 {
     InApartment(COINIT_APARTMENTTHREADED, [] {
-        const auto image = SharedImage();
+        auto image = SharedImage();
         const auto failing = New<Handler>([](const RECT&) { return E_FAIL; });
+        const auto last = New<Handler>();
         ASSERT_HR(S_OK, image->Subscribe(failing.Get(), Tavlo_Asynchronous));
-        for (int i = 0; i < 2; ++i) {
-            Signal done;
-            const auto last = New<Handler>([&](const RECT&) {
-                done.Set();
-                return S_OK;
-            });
-            ASSERT_HR(S_OK, image->Subscribe(last.Get(), Tavlo_Asynchronous));
+        ASSERT_HR(S_OK, image->Subscribe(last.Get(), Tavlo_Asynchronous));
+        for (size_t i = 1; i <= 3; ++i) {
             EXPECT_HR(S_OK, Invalidate(image.Get(), nullptr));
-            ASSERT_TRUE(done.Pump());
-            EXPECT_HR(S_OK, image->Unsubscribe(last.Get()));
+            EXPECT_TRUE(BecomesWhilePumping([&] { return last->Received().size() == i; }));
         }
+        EXPECT_TRUE(BecomesWhilePumping([&] { return failing->References() == 1; }));
         EXPECT_EQ(failing->Received().size(), 1u);
+        image.Reset();
+        EXPECT_TRUE(BecomesWhilePumping([&] { return last->References() == 1; }));
     }).join();
 }
 
 TEST(Apartments, AHandlerOfASingleThreadedOneIsFoundWhenItUnsubscribes)
 {
     InApartment(COINIT_APARTMENTTHREADED, [] {
-        const auto image = SharedImage();
-        Signal done;
+        auto image = SharedImage();
         const auto leaving = New<Handler>();
-        const auto last = New<Handler>([&](const RECT&) {
-            done.Set();
-            return S_OK;
-        });
+        const auto last = New<Handler>();
         ASSERT_HR(S_OK, image->Subscribe(leaving.Get(), Tavlo_Asynchronous));
         ASSERT_HR(S_OK, image->Subscribe(last.Get(), Tavlo_Asynchronous));
         ASSERT_HR(S_OK, image->Unsubscribe(leaving.Get()));
         EXPECT_HR(S_OK, Invalidate(image.Get(), nullptr));
-        ASSERT_TRUE(done.Pump());
+        EXPECT_TRUE(BecomesWhilePumping([&] { return last->Received().size() == 1; }));
+        EXPECT_TRUE(BecomesWhilePumping([&] { return leaving->References() == 1; }));
         EXPECT_EQ(leaving->Received().size(), 0u);
+        image.Reset();
+        EXPECT_TRUE(BecomesWhilePumping([&] { return last->References() == 1; }));
     }).join();
 }
 
@@ -154,18 +147,26 @@ TEST(Apartments, AHandlerThatTheWorkerCannotUnmarshalIsLeftOut)
     EXPECT_EQ(handler->References(), 1u);
 }
 
-TEST(Apartments, AnApartmentThatIsGoneLosesItsHandlersOnly)
+TEST(Apartments, OneThatIsGoneTakesItsHandlersOnly)
 {
     const auto image = SharedImage();
     const auto other = New<Handler>();
     ComPtr<IStream> stream;
     ASSERT_HR(S_OK, CoMarshalInterThreadInterfaceInStream(IID_ITavlo2, image.Get(), &stream));
-    InApartment(COINIT_APARTMENTTHREADED, [&] {
+    Signal subscribed;
+    Signal known;
+    auto apartment = InApartment(COINIT_APARTMENTTHREADED, [&] {
         ComPtr<ITavlo2> there;
         ASSERT_HR(S_OK, CoGetInterfaceAndReleaseStream(stream.Detach(), IID_PPV_ARGS(&there)));
         const auto handler = New<Handler>();
         EXPECT_HR(S_OK, there->Subscribe(handler.Get(), Tavlo_Asynchronous));
-    }).join();
+        subscribed.Set();
+        EXPECT_TRUE(BecomesWhilePumping([&] { return known.IsSet(); }));
+    });
+    EXPECT_TRUE(subscribed.Wait());
+    EXPECT_TRUE(WorkerCatchesUp(image));
+    known.Set();
+    apartment.join();
     ASSERT_HR(S_OK, image->Subscribe(other.Get(), Tavlo_Asynchronous));
     for (size_t i = 1; i <= 3; ++i) {
         EXPECT_HR(S_OK, Invalidate(image.Get(), nullptr));

@@ -379,22 +379,23 @@ TEST(Reflector, MayConnectElsewhereInAnEvent)
 TEST(Reflector, OfASingleThreadedApartmentCallsItsClientsThere)
 {
     InApartment(COINIT_APARTMENTTHREADED, [] {
-        const auto image = SharedImage(640, 480);
-        const auto reflector = NewReflector();
-        Signal called;
-        const auto client = New<Client>([&] {
-            called.Set();
-            return S_OK;
-        });
+        const Module module;
+        auto image = SharedImage(640, 480);
+        auto reflector = NewReflector();
+        const auto client = New<Client>();
         DWORD cookie = 0;
         ASSERT_HR(S_OK, EventsOf(reflector.Get())->Advise(client.Get(), &cookie));
         ASSERT_HR(S_OK, reflector->Connect(image.Get()));
         EXPECT_HR(S_OK, Invalidate(image.Get(), nullptr));
-        EXPECT_FALSE(called.IsSet());
-        ASSERT_TRUE(called.Pump());
+        EXPECT_EQ(client->Calls().size(), 0u) << "nobody pumps yet";
+        ASSERT_TRUE(BecomesWhilePumping([&] { return client->Calls().size() == 1; }));
         EXPECT_EQ(client->Calls()[0].thread, GetCurrentThreadId());
         EXPECT_EQ(EdgesOf(client->Calls()[0]), (RECT{0, 0, 640, 480}));
         EXPECT_HR(S_OK, reflector->Disconnect());
+        reflector.Reset();
+        image.Reset();
+        client->Forget();
+        EXPECT_TRUE(BecomesWhilePumping([&] { return module.CanUnload() == S_OK; }));
     }).join();
 }
 
@@ -404,26 +405,29 @@ TEST(Reflector, OfASingleThreadedApartmentReflectsAnImageOfAnother)
     ComPtr<IStream> stream;
     ASSERT_HR(S_OK, CoMarshalInterThreadInterfaceInStream(IID_ITavlo2, image.Get(), &stream));
     Signal connected;
+    Signal disconnected;
+    Signal forgotten;
     auto apartment = InApartment(COINIT_APARTMENTTHREADED, [&] {
         ComPtr<ITavlo2> there;
         ASSERT_HR(S_OK, CoGetInterfaceAndReleaseStream(stream.Detach(), IID_PPV_ARGS(&there)));
         const auto reflector = NewReflector();
-        Signal called;
-        const auto client = New<Client>([&] {
-            called.Set();
-            return S_OK;
-        });
+        const auto client = New<Client>();
         DWORD cookie = 0;
         ASSERT_HR(S_OK, EventsOf(reflector.Get())->Advise(client.Get(), &cookie));
         EXPECT_HR(S_OK, reflector->Connect(there.Get()));
         connected.Set();
-        ASSERT_TRUE(called.Pump());
+        ASSERT_TRUE(BecomesWhilePumping([&] { return client->Calls().size() == 1; }));
         EXPECT_EQ(client->Calls()[0].thread, GetCurrentThreadId());
         EXPECT_EQ(EdgesOf(client->Calls()[0]), (RECT{1, 2, 3, 4}));
         EXPECT_HR(S_OK, reflector->Disconnect());
+        disconnected.Set();
+        EXPECT_TRUE(BecomesWhilePumping([&] { return forgotten.IsSet(); }));
     });
-    ASSERT_TRUE(connected.Wait());
+    EXPECT_TRUE(connected.Wait());
     EXPECT_HR(S_OK, Invalidate(image, {1, 2, 3, 4}));
+    EXPECT_TRUE(disconnected.Wait());
+    EXPECT_TRUE(WorkerCatchesUp(image));
+    forgotten.Set();
     apartment.join();
 }
 

@@ -89,6 +89,13 @@ public:
         return calls_;
     }
 
+    /// Lets the rectangles go that came with the calls.
+    void Forget()
+    {
+        const std::lock_guard lock(mutex_);
+        calls_.clear();
+    }
+
     HRESULT acceptance = S_OK; ///< what a query for the event interface gives
     ComPtr<IUnknown> answer;   ///< what the event handler returns; null for nothing
 

@@ -40,20 +40,6 @@ public:
     /// False when the limit has passed.
     bool Wait() const { return WaitForSingleObject(event_, limit) == WAIT_OBJECT_0; }
 
-    /// Waits as a single-threaded apartment does, which takes calls meanwhile.
-    bool Pump() const
-    {
-        const ULONGLONG end = GetTickCount64() + limit;
-        while (MsgWaitForMultipleObjects(1, &event_, FALSE, limit, QS_ALLINPUT) != WAIT_OBJECT_0) {
-            if (GetTickCount64() >= end)
-                return false;
-            MSG message;
-            while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != FALSE)
-                DispatchMessageW(&message);
-        }
-        return true;
-    }
-
 private:
     HANDLE event_;
 };
@@ -70,6 +56,18 @@ bool Becomes(Condition condition)
         Sleep(1);
     }
     return true;
+}
+
+/// The same in a single-threaded apartment, which takes calls meanwhile.
+template <class Condition>
+bool BecomesWhilePumping(Condition condition)
+{
+    return Becomes([&] {
+        MSG message;
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != FALSE)
+            DispatchMessageW(&message);
+        return condition();
+    });
 }
 
 /// Owns the reference that a new object starts with.
@@ -296,7 +294,9 @@ private:
     HMODULE dll_ = nullptr;
 };
 
-/// Runs the body on a thread of its own in an apartment of this kind.
+/// Runs the body on a thread of its own in an apartment of this kind. A single-threaded
+/// one must not end while a worker is about to call into it: see that its objects are
+/// released before.
 template <class Body>
 std::thread InApartment(DWORD kind, Body body)
 {
