@@ -176,6 +176,8 @@ TEST_F(AcrossProcesses, TheDeathOfTheOwnerIsAnErrorToOthers)
     auto remote = Unmarshaled<ITavlo2>(other.Packet(Command::PassOn));
     auto writer = Unmarshaled<IWriteAccessor>(other.Packet(Command::SendWriter));
     const Bytes late = other.Packet(Command::SendWriter);
+    ASSERT_NE(remote.Get(), nullptr);
+    ASSERT_NE(writer.Get(), nullptr);
     ASSERT_HR(S_OK, writer->Invalidate(nullptr));
     other.Kill();
     EXPECT_EQ(*BytesAt(writer->Ptr(6)), 66) << "the section lives as long as anybody has it open";

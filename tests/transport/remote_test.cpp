@@ -191,6 +191,8 @@ TEST_F(RemoteImage, OfAnOwnerThatDiedKeepsWhatWasFetched)
     ASSERT_HR(S_OK, other.Do(Command::Poke, 9, 99));
     const auto proxy = Unmarshaled<ITavlo2>(other.Packet(Command::SendRemote));
     const auto never = Unmarshaled<ITavlo2>(other.Packet(Command::SendRemote));
+    ASSERT_NE(proxy.Get(), nullptr);
+    ASSERT_NE(never.Get(), nullptr);
     const auto reader = ReaderOf(proxy.Get());
     const auto handler = New<Handler>();
     ASSERT_HR(S_OK, proxy->Subscribe(handler.Get(), Tavlo_Asynchronous));
