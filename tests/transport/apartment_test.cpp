@@ -140,7 +140,7 @@ TEST(AccessorBetweenApartments, KeepsTheImageOfASingleThreadedApartmentAlive)
             packet = Marshaled(writer.Get(), MSHCTX_INPROC);
         }
         made.Set();
-        EXPECT_TRUE(done.Pump());
+        EXPECT_TRUE(BecomesWhilePumping([&] { return done.IsSet(); }));
     });
     ASSERT_TRUE(made.Wait());
     auto writer = Unmarshaled<IWriteAccessor>(packet);
