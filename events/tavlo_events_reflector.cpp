@@ -18,7 +18,8 @@ using ConnectionPointEnumerator =
 
 constexpr DISPID onImageUpdateId = 1;
 
-void Invoke(IUnknown* sink, IDispatch* dirty)
+/// What the sink returns or throws is its own business.
+void Invoke(IUnknown* sink, IDispatch* dirty) noexcept
 {
     VARIANTARG argument;
     VariantInit(&argument);
@@ -28,8 +29,12 @@ void Invoke(IUnknown* sink, IDispatch* dirty)
     VARIANT result;
     VariantInit(&result);
     // The sink was stored as what its query for the dispinterface gave.
-    static_cast<IDispatch*>(sink)->Invoke(onImageUpdateId, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD,
-                                          &parameters, &result, nullptr, nullptr);
+    try {
+        static_cast<IDispatch*>(sink)->Invoke(onImageUpdateId, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD,
+                                              &parameters, &result, nullptr, nullptr);
+    } catch (...) {
+        // One client does not cost the others their event.
+    }
     VariantClear(&result);
 }
 

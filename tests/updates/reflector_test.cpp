@@ -121,6 +121,20 @@ TEST(Reflector, GoesOnAfterAClientThatFails)
         EXPECT_EQ(client->Calls().size(), 2u);
 }
 
+TEST(Reflector, GoesOnWhenAClientThrows)
+{
+    const ReflectedImage reflected;
+    const auto first = New<Client>();
+    const auto second = New<Client>([]() -> HRESULT { throw 42; });
+    const auto third = New<Client>();
+    for (const auto& client : {first, second, third})
+        reflected.Advise(client);
+    EXPECT_HR(S_OK, reflected.Raise({1, 2, 3, 4}));
+    EXPECT_HR(S_OK, reflected.Raise({1, 2, 3, 4}));
+    for (const auto& client : {first, second, third})
+        EXPECT_EQ(client->Calls().size(), 2u);
+}
+
 TEST(Reflector, WithoutClientsSucceeds)
 {
     const ReflectedImage reflected;
