@@ -1,6 +1,9 @@
 // The rules of QueryInterface, of class factories and of object safety, for every class
 // of the component alike.
 #include "tests/automation/automation_test.h"
+#include "tests/updates/reflector_test.h"
+
+#include "SentelCommon.h"
 
 #include <algorithm>
 
@@ -92,6 +95,11 @@ ComPtr<IClassFactory> FactoryOf(const ComponentClass& c)
     ComPtr<IClassFactory> factory;
     EXPECT_HR(S_OK, CoGetClassObject(c.clsid, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&factory)));
     return factory;
+}
+
+void ExpectOneObject(IUnknown* object, std::vector<NamedInterface> interfaces)
+{
+    ExpectOneObject({"", {}, std::move(interfaces), false}, object, Query(object, IID_IUnknown).Get());
 }
 
 class EveryClass : public testing::TestWithParam<ComponentClass>
@@ -207,3 +215,62 @@ TEST_P(EveryClass, IsSafeForScriptsWhenItSaysSo)
 
 INSTANTIATE_TEST_SUITE_P(Component, EveryClass, testing::ValuesIn(ComponentClasses()),
                          [](const auto& c) { return std::string(c.param.name); });
+
+TEST(EveryObjectHandedOut, IsOneObjectThroughAllItsInterfaces)
+{
+    const TavloDescriptorData grey = {1, 1, 8, Tavlo_Unsigned, 0, 1, 1};
+    ComPtr<ILUTRecode> recoder;
+    ASSERT_HR(S_OK, Create<IRecode>(CLSID_CoRecoder)->CreateLUTRecoder(&grey, &grey, &recoder));
+    ExpectOneObject(recoder.Get(), {{"ILUTRecode", IID_ILUTRecode}});
+
+    const ReflectedImage reflected;
+    ExpectOneObject(reflected.events.Get(), {{"IConnectionPoint", IID_IConnectionPoint}});
+    ComPtr<IEnumConnections> connections;
+    ASSERT_HR(S_OK, reflected.events->EnumConnections(&connections));
+    ExpectOneObject(connections.Get(), {{"IEnumConnections", IID_IEnumConnections}});
+    ComPtr<IConnectionPointContainer> container;
+    ASSERT_HR(S_OK, reflected.reflector.As(&container));
+    ComPtr<IEnumConnectionPoints> points;
+    ASSERT_HR(S_OK, container->EnumConnectionPoints(&points));
+    ExpectOneObject(points.Get(), {{"IEnumConnectionPoints", IID_IEnumConnectionPoints}});
+
+    const auto client = New<Client>();
+    reflected.Advise(client);
+    ASSERT_HR(S_OK, reflected.Raise({1, 2, 3, 4}));
+    ExpectOneObject(
+        client->Calls().at(0).rectangle.Get(),
+        {{"IRectangle", IID_IRectangle}, {"IRectangleInt", IID_IRectangleInt}, {"IDispatch", IID_IDispatch}});
+}
+
+TEST(EveryObjectHandedOut, OfAnImageIsAnObjectOfItsClass)
+{
+    const auto image = GreyImage(2, 2, Tavlo_MultipleWriters);
+    ComPtr<IReadAccessor> reader;
+    ASSERT_HR(S_OK, image->GetReadAccess(nullptr, 1.0, &reader));
+    ComPtr<IWriteAccessor> writer;
+    ASSERT_HR(S_OK, image->GetWriteAccess(&writer));
+    ComPtr<ITavlo2> clone;
+    ASSERT_HR(S_OK, image->Clone(Tavlo_ReadOnly, &clone));
+    ComPtr<ITavloDescriptor2> one;
+    ASSERT_HR(S_OK, image->get_Descriptor(&one));
+    ComPtr<ITavlo> plain;
+    ASSERT_HR(S_OK, image.As(&plain));
+    ComPtr<ITavloDescriptor> several;
+    ASSERT_HR(S_OK, plain->get_Descriptor(&several));
+
+    const struct
+    {
+        const char* name;
+        IUnknown* object;
+    } objects[] = {{"ReadAccessor", reader.Get()},  {"WriteAccessor", writer.Get()},
+                   {"Tavlo", image.Get()},          {"Tavlo", clone.Get()},
+                   {"TavloDescriptor2", one.Get()}, {"TavloDescriptor", several.Get()}};
+    for (const auto& [name, object] : objects) {
+        SCOPED_TRACE(name);
+        const auto& classes = ComponentClasses();
+        const auto c =
+            std::find_if(classes.begin(), classes.end(),
+                         [&, wanted = std::string(name)](const auto& other) { return other.name == wanted; });
+        ExpectOneObject(*c, object, Query(object, IID_IUnknown).Get());
+    }
+}

@@ -13,7 +13,16 @@ namespace {
 class Script : public testing::TestWithParam<COINIT>
 {
 protected:
-    static void Run(const std::function<void()>& body) { InApartment(GetParam(), body).join(); }
+    /// In an apartment that ends when everything of the component is released, also what
+    /// an image's worker still holds.
+    static void Run(const std::function<void()>& body)
+    {
+        InApartment(GetParam(), [&] {
+            const Module module;
+            body();
+            EXPECT_TRUE(BecomesWhilePumping([&] { return module.CanUnload() == S_OK; }));
+        }).join();
+    }
 };
 
 constexpr double noNumber = -999;
@@ -77,16 +86,16 @@ ScriptObject NewRectangle(RECT edges)
 {
     const auto image = NewImage(0, 8, Tavlo_MultipleWriters);
     const ScriptObject reflector(L"Tavlo.TavloEventsReflector");
-    Signal came;
+    std::atomic<int> updates = 0;
     Variant rectangle;
     {
         const ScriptEvents events(reflector, {{L"OnImageUpdate", [&](const std::vector<Variant>& arguments) {
                                                    rectangle = arguments.at(0);
-                                                   came.Set();
+                                                   ++updates;
                                                }}});
         ExpectSucceeds(reflector.Call(L"Connect", {image.Dispatch()}));
         EXPECT_HR(S_OK, Invalidate(ImageOf(image).Get(), &edges));
-        EXPECT_TRUE(came.Pump());
+        EXPECT_TRUE(BecomesWhilePumping([&] { return updates == 1; }));
         ExpectSucceeds(reflector.Call(L"Disconnect"));
     }
     return ScriptObject(rectangle.Object());
@@ -189,7 +198,7 @@ TEST_P(Script, CannotPassTheRectangleOfGetReadAccess)
         const auto image = NewImage(Tavlo_Unsigned, 8, Tavlo_SingleWriter);
         EXPECT_TRUE(FAILED(image.Call(L"GetReadAccess", {1, 1.0}).hr));
         EXPECT_TRUE(FAILED(image.Call(L"GetReadAccess", {L"0,0,1,1", 1.0}).hr));
-        EXPECT_TRUE(FAILED(image.Call(L"GetReadAccess").hr)) << "neither argument may be left out";
+        EXPECT_TRUE(FAILED(image.Call(L"GetReadAccess").hr)) << "the rectangle cannot be left out";
     });
 }
 
@@ -339,7 +348,7 @@ TEST_P(Script, HandlesUpdates)
         const auto image = NewImage(Tavlo_Unsigned, 8, Tavlo_MultipleWriters, 640, 480);
         const ScriptObject reflector(L"Tavlo.TavloEventsReflector");
         ExpectSucceeds(reflector.Call(L"Connect", {image.Dispatch()}));
-        std::unique_ptr<Signal> came = std::make_unique<Signal>();
+        std::atomic<int> updates = 0;
         std::vector<DWORD> threads;
         std::vector<RECT> received;
         const ScriptEvents events(
@@ -352,13 +361,12 @@ TEST_P(Script, HandlesUpdates)
                   };
                   received.push_back({edge(L"Left"), edge(L"Top"), edge(L"Right"), edge(L"Bottom")});
                   threads.push_back(GetCurrentThreadId());
-                  came->Set();
+                  ++updates;
               }}});
         EXPECT_HR(S_OK, Invalidate(ImageOf(image), {1, 2, 3, 4}));
-        ASSERT_TRUE(came->Pump());
-        came = std::make_unique<Signal>();
+        ASSERT_TRUE(BecomesWhilePumping([&] { return updates == 1; }));
         EXPECT_HR(S_OK, Invalidate(ImageOf(image).Get(), nullptr));
-        ASSERT_TRUE(came->Pump());
+        ASSERT_TRUE(BecomesWhilePumping([&] { return updates == 2; }));
         EXPECT_EQ(received, (std::vector<RECT>{{1, 2, 3, 4}, {0, 0, 640, 480}}));
         const bool inTheScriptsThread = GetParam() == COINIT_APARTMENTTHREADED;
         for (const DWORD thread : threads)
@@ -373,18 +381,18 @@ TEST_P(Script, HandlesNoUpdatesOnceDisconnected)
         const auto image = NewImage(Tavlo_Unsigned, 8, Tavlo_MultipleWriters);
         const ScriptObject disconnected(L"Tavlo.TavloEventsReflector");
         const ScriptObject connected(L"Tavlo.TavloEventsReflector");
-        int updates = 0;
-        Signal came;
+        std::atomic<int> updatesOfNone = 0;
+        std::atomic<int> updates = 0;
         const ScriptEvents none(disconnected,
-                                {{L"OnImageUpdate", [&](const std::vector<Variant>&) { ++updates; }}});
+                                {{L"OnImageUpdate", [&](const std::vector<Variant>&) { ++updatesOfNone; }}});
         const ScriptEvents events(connected,
-                                  {{L"OnImageUpdate", [&](const std::vector<Variant>&) { came.Set(); }}});
+                                  {{L"OnImageUpdate", [&](const std::vector<Variant>&) { ++updates; }}});
         ExpectSucceeds(disconnected.Call(L"Connect", {image.Dispatch()}));
         ExpectSucceeds(disconnected.Call(L"Disconnect"));
         ExpectSucceeds(connected.Call(L"Connect", {image.Dispatch()}));
         EXPECT_HR(S_OK, Invalidate(ImageOf(image).Get(), nullptr));
-        ASSERT_TRUE(came.Pump());
-        EXPECT_EQ(updates, 0);
+        ASSERT_TRUE(BecomesWhilePumping([&] { return updates == 1; }));
+        EXPECT_EQ(updatesOfNone, 0);
         ExpectSucceeds(connected.Call(L"Disconnect"));
     });
 }

@@ -1,6 +1,6 @@
 #include "tests/automation/type_library.h"
 
-#include <cstdio>
+#include <iomanip>
 #include <iterator>
 #include <sstream>
 
@@ -152,11 +152,14 @@ void WriteParameter(std::ostream& out, ITypeInfo* info, const ELEMDESC& paramete
     add(PARAMFLAG_FOPT, "optional");
     out << "[" << attributes << "] " << NameOf(info, parameter.tdesc) << " " << name;
     if ((flags & PARAMFLAG_FHASDEFAULT) != 0) {
-        VARIANT value;
-        VariantInit(&value);
-        EXPECT_HR(S_OK,
-                  VariantChangeType(&value, &parameter.paramdesc.pparamdescex->varDefaultValue, 0, VT_I4));
-        out << " = " << value.lVal;
+        const VARIANT& value = parameter.paramdesc.pparamdescex->varDefaultValue;
+        out << " = ";
+        if (value.vt == VT_R8)
+            out << std::fixed << std::setprecision(1) << value.dblVal;
+        else if (value.vt == VT_I4)
+            out << value.lVal;
+        else
+            out << "type " << value.vt;
     }
 }
 

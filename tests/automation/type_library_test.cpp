@@ -15,8 +15,6 @@ struct PublishedType
     friend std::ostream& operator<<(std::ostream& out, const PublishedType& type) { return out << type.name; }
 };
 
-// GetReadAccess's prescale is 1 when it is left out; the library's compiler cannot write
-// the default of a floating-point argument, so clients have to pass it.
 const PublishedType tavloTypes[] = {
     {"ITavloDescriptor", R"(dual interface ITavloDescriptor {3DD0E194-5B53-4E53-9A60-E54ECD384B84} : IDispatch
 0x1 get HRESULT Width([out, retval] long* pWidth)
@@ -108,7 +106,7 @@ Tavlo_Asynchronous = 1
 )"},
     {"ITavlo2", R"(dual interface ITavlo2 {8F352F7B-AFCF-4BE1-9408-3461C7C8EAD4} : IDispatch
 0x60020000 get HRESULT Descriptor([out, retval] ITavloDescriptor2** ppIDescriptor)
-0x60020001 HRESULT GetReadAccess([in] tagRECT* pRect, [in] double prescale, [out, retval] IReadAccessor** ppIReadAccessor)
+0x60020001 HRESULT GetReadAccess([in] tagRECT* pRect, [in, optional] double prescale = 1.0, [out, retval] IReadAccessor** ppIReadAccessor)
 0x60020002 HRESULT GetWriteAccess([out, retval] IWriteAccessor** ppIWriteAccessor)
 0x60020003 HRESULT Clone([in] TavloAccess access, [out, retval] ITavlo2** ppITavlo)
 0x60020004 HRESULT Subscribe([in] ITavloEvents* pIHandler, [in, optional] EventMode mode = 0)
