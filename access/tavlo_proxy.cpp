@@ -8,6 +8,19 @@
 #include <utility>
 
 namespace Mardu::Sentel::Tavlo {
+namespace {
+
+/// What a method that hands out an object answers before the proxy is bound.
+template <class Interface>
+HRESULT Unbound(Interface** ppInterface) noexcept
+{
+    if (ppInterface == nullptr)
+        return E_POINTER;
+    *ppInterface = nullptr;
+    return E_UNEXPECTED;
+}
+
+} // namespace
 
 CTavloProxy::~CTavloProxy()
 {
@@ -23,12 +36,12 @@ CTavloProxy::~CTavloProxy()
 
 HRESULT CTavloProxy::get_Descriptor(ITavloDescriptor** ppIDescriptor)
 {
-    return Local() != nullptr ? Local()->get_Descriptor(ppIDescriptor) : E_UNEXPECTED;
+    return Local() != nullptr ? Local()->get_Descriptor(ppIDescriptor) : Unbound(ppIDescriptor);
 }
 
 HRESULT CTavloProxy::get_Descriptor(ITavloDescriptor2** ppIDescriptor)
 {
-    return Local() != nullptr ? Local()->get_Descriptor(ppIDescriptor) : E_UNEXPECTED;
+    return Local() != nullptr ? Local()->get_Descriptor(ppIDescriptor) : Unbound(ppIDescriptor);
 }
 
 HRESULT CTavloProxy::GetReadAccess(IReadAccessor** ppIReadAccessor)
@@ -39,11 +52,9 @@ HRESULT CTavloProxy::GetReadAccess(IReadAccessor** ppIReadAccessor)
 
 HRESULT CTavloProxy::GetReadAccess(RECT*, double, IReadAccessor** ppIReadAccessor)
 {
-    if (ppIReadAccessor == nullptr)
-        return E_POINTER;
+    if (Local() == nullptr || ppIReadAccessor == nullptr)
+        return Unbound(ppIReadAccessor);
     *ppIReadAccessor = nullptr;
-    if (Local() == nullptr)
-        return E_UNEXPECTED;
     const HRESULT hr = remote_->Refresh(stub_.Get());
     if (FAILED(hr))
         return hr;
@@ -52,13 +63,16 @@ HRESULT CTavloProxy::GetReadAccess(RECT*, double, IReadAccessor** ppIReadAccesso
 
 HRESULT CTavloProxy::GetWriteAccess(IWriteAccessor** ppIWriteAccessor)
 {
-    return Local() != nullptr ? Local()->GetWriteAccessFor(this, ppIWriteAccessor) : E_UNEXPECTED;
+    return Local() != nullptr ? Local()->GetWriteAccessFor(this, ppIWriteAccessor)
+                              : Unbound(ppIWriteAccessor);
 }
 
 HRESULT CTavloProxy::Clone(::TavloAccess access, ITavlo** ppITavlo)
 {
     if (Local() == nullptr)
-        return E_UNEXPECTED;
+        return Unbound(ppITavlo);
+    if (ppITavlo != nullptr)
+        *ppITavlo = nullptr;
     const HRESULT hr = remote_->Refresh(stub_.Get());
     return SUCCEEDED(hr) ? Local()->Clone(access, ppITavlo) : hr;
 }
@@ -66,13 +80,17 @@ HRESULT CTavloProxy::Clone(::TavloAccess access, ITavlo** ppITavlo)
 HRESULT CTavloProxy::Clone(::TavloAccess access, ITavlo2** ppITavlo)
 {
     if (Local() == nullptr)
-        return E_UNEXPECTED;
+        return Unbound(ppITavlo);
+    if (ppITavlo != nullptr)
+        *ppITavlo = nullptr;
     const HRESULT hr = remote_->Refresh(stub_.Get());
     return SUCCEEDED(hr) ? Local()->Clone(access, ppITavlo) : hr;
 }
 
 HRESULT CTavloProxy::Subscribe(ITavloEvents* pIHandler, EventMode mode)
 {
+    if (pIHandler == nullptr)
+        return E_POINTER;
     if (Local() == nullptr)
         return E_UNEXPECTED;
     HRESULT hr = Guarded([&] { StartRefreshThread(); });

@@ -1,21 +1,3 @@
-var checks = 0;
-
-function check(what, expected, actual) {
-    ++checks;
-    if (expected !== actual)
-        WScript.Echo("FAILED " + what + ": expected " + expected + ", got " + actual);
-}
-
-function checkError(what, expected, action) {
-    var number = 0;
-    try {
-        action();
-    } catch (error) {
-        number = error.number;
-    }
-    check(what, expected, number);
-}
-
 // --- the descriptor of one channel derives what is not set
 var one = new ActiveXObject("Tavlo.TavloDescriptor");
 check("fresh encoding", 8, one.Encoding);
@@ -35,8 +17,8 @@ var many = new ActiveXObject("Tavlo.TavloDescriptor.1");
 many.Channels = 2;
 check("channels", 2, many.Channels);
 check("encoding of a new channel", 8, many.Encoding(1));
-checkError("channel past the end", -2147024809, function () { return many.Offset(2); });
-checkError("negative number of channels", -2147024809, function () { many.Channels = -1; });
+checkError("channel past the end", -2147024809, null, function () { return many.Offset(2); });
+checkError("negative number of channels", -2147024809, null, function () { many.Channels = -1; });
 
 // --- the factory
 var factory = new ActiveXObject("Tavlo.TavloFactory");
@@ -44,6 +26,6 @@ check("size of a plane", 40, factory.GetSizeFor(10, 10, 4, 4));
 var image = factory.Create(one, 2);
 check("width of the image", 10, image.Descriptor.Width);
 check("offset of the image", 116, image.Descriptor.Offset);
-checkError("a read-only copy is never written", -2147024891, function () { image.Clone(0).GetWriteAccess(); });
+checkError("a read-only copy is never written", -2147024891, null, function () { image.Clone(0).GetWriteAccess(); });
 
 WScript.Echo("done: " + checks + " checks");

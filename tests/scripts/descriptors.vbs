@@ -1,19 +1,3 @@
-Option Explicit
-
-Dim checks
-checks = 0
-
-Sub Check(what, expected, actual)
-    checks = checks + 1
-    If expected <> actual Then WScript.Echo "FAILED " & what & ": expected " & expected & ", got " & actual
-End Sub
-
-' The error number of what ran last, as it stands after On Error Resume Next.
-Sub CheckError(what, expected)
-    Check what, expected, Err.Number
-    Err.Clear
-End Sub
-
 ' --- the descriptor of one channel derives what is not set
 Dim one
 Set one = CreateObject("Tavlo.TavloDescriptor")
@@ -68,11 +52,11 @@ Check "an untouched channel", 8, many.Encoding(2)
 Dim value
 On Error Resume Next
 value = many.Bits(3)
-CheckError "channel past the end", 5
+CheckCode "channel past the end", invalidArgument
 many.Bits(-1) = 8
-CheckError "channel below 0", 5
+CheckCode "channel below 0", invalidArgument
 many.Channels = -1
-CheckError "negative number of channels", 5
+CheckCode "negative number of channels", invalidArgument
 Check "channels", 3, many.Channels
 
 ' --- the factory
@@ -86,16 +70,16 @@ Err.Clear
 twelve.Width = 20
 twelve.Height = 10
 Set image = factory.Create(twelve, 1)
-CheckError "create", 0
+CheckCode "create", 0
 Check "width of the image", 20, image.Descriptor.Width
 Check "bits of the image", 12, image.Descriptor.Bits
 Set copy = image.Clone(0)
-CheckError "clone", 0
+CheckCode "clone", 0
 Check "height of the clone", 10, copy.Descriptor.Height
 Set value = copy.GetWriteAccess()
-CheckError "a read-only copy is never written", 70
+CheckCode "a read-only copy is never written", accessDenied
 image.Dispose
-CheckError "dispose", 0
+CheckCode "dispose", 0
 Set image = factory.Adopt("Tavlo test: nobody made this", twelve, 1)
 Check "an unknown section", "Opening the section failed: ", Left(Err.Description, 28)
 Err.Clear
