@@ -15,6 +15,7 @@ namespace Mardu::Sentel::Tavlo::Client {
 Action SetUpPublish(CLI::App& options);
 Action SetUpExport(CLI::App& options);
 Action SetUpInfo(CLI::App& options);
+Action SetUpList(CLI::App& options);
 Action SetUpRecode(CLI::App& options);
 Action SetUpRegisterCommon(CLI::App& options);
 
@@ -23,6 +24,7 @@ inline constexpr Command commands[] = {
     {"publish", "Share a picture as an image until Enter or the end of input", SetUpPublish},
     {"export", "Write a shared image as a PNG picture", SetUpExport},
     {"info", "Print a shared image's geometry, size and value range", SetUpInfo},
+    {"list", "Show the images that are published by name", SetUpList},
     {"recode", "Convert a picture's pixels to another type, range or colours", SetUpRecode},
     {"register-common", "Register the common type library, which events need", SetUpRegisterCommon},
 };
@@ -30,14 +32,20 @@ inline constexpr Command commands[] = {
 /// Accepts names that a section can have.
 CLI::Validator SectionName();
 
-/// How the user names an existing image: its section and what lies in it.
+/// Accepts names under which images are published.
+CLI::Validator ImageName();
+
+/// How the user names an existing image: the name under which it is published, or its
+/// section and what lies in it.
 struct ImageOptions
 {
+    std::string name;
     std::string section;
     Descriptor descriptor;
 };
 
-/// Adds --section and --descriptor, both required, which fill target.
+/// Adds --name, and --section and --descriptor, of which either is required, which fill
+/// target.
 void AddImageOptions(CLI::App& options, const std::shared_ptr<ImageOptions>& target);
 
 /// Adds the required argument OUT, a PNG file to write, which fills target.

@@ -17,18 +17,15 @@ struct ExportOptions : ImageOptions
 
 void Export(const ExportOptions& options)
 {
-    const std::optional<PngFormat> format = PngFormatOf(options.descriptor.Type());
+    const auto [image, descriptor] = Open(options);
+    const std::optional<PngFormat> format = PngFormatOf(descriptor.Type());
     if (!format)
         throw Failure(HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED), "export the image",
-                      WhyNotPng(options.descriptor.Type()));
-
-    const ComPtr<ITavloFactory2> factory = CreateFactory();
-    const ComPtr<ITavlo2> image =
-        Adopt(*factory.Get(), Wide(options.section), options.descriptor, Tavlo_ReadOnly);
-    const Reader reader(*image.Get(), options.descriptor, static_cast<std::int64_t>(format->Sample()));
+                      WhyNotPng(descriptor.Type()));
+    const Reader reader(*image.Get(), descriptor, static_cast<std::int64_t>(format->Sample()));
 
     OutputFile file(Wide(options.picture));
-    WritePng(options.descriptor, *format, reader.Base(), [&](auto bytes) { file.Write(bytes); });
+    WritePng(descriptor, *format, reader.Base(), [&](auto bytes) { file.Write(bytes); });
     file.Commit();
 }
 

@@ -1,4 +1,5 @@
 #include "client/commands.h"
+#include "client/published_name.h"
 
 #include <CLI/CLI.hpp>
 
@@ -14,12 +15,22 @@ CLI::Validator SectionName()
     return {check, ""};
 }
 
+CLI::Validator ImageName()
+{
+    return {WhyNotAName, ""};
+}
+
 void AddImageOptions(CLI::App& options, const std::shared_ptr<ImageOptions>& target)
 {
-    options.add_option("--section", target->section, "Name of the section that holds the image's bytes")
-        ->required()
-        ->type_name("NAME")
-        ->check(SectionName());
+    CLI::Option* const name =
+        options.add_option("--name", target->name, "Name under which the image is published")
+            ->type_name("NAME")
+            ->check(ImageName());
+    CLI::Option* const section =
+        options.add_option("--section", target->section, "Name of the section that holds the image's bytes")
+            ->type_name("NAME")
+            ->check(SectionName())
+            ->excludes(name);
     const auto parse = [target](const std::string& text) {
         try {
             target->descriptor = ParseDescriptor(text);
@@ -27,11 +38,21 @@ void AddImageOptions(CLI::App& options, const std::shared_ptr<ImageOptions>& tar
             throw CLI::ValidationError("--descriptor", error.what());
         }
     };
-    options
-        .add_option_function<std::string>("--descriptor", parse,
-                                          "Geometry of the image; ENCODING is a number or a name")
-        ->required()
-        ->type_name("W,H,BITS,ENCODING,OFFSET,SX,SY");
+    CLI::Option* const descriptor =
+        options
+            .add_option_function<std::string>("--descriptor", parse,
+                                              "Geometry of the image; ENCODING is a number or a name")
+            ->type_name("W,H,BITS,ENCODING,OFFSET,SX,SY")
+            ->excludes(name);
+    options.callback([=] {
+        if (!name->empty())
+            return;
+        if (section->empty())
+            throw CLI::RequiredError(descriptor->empty() ? "--name, or --section with --descriptor,"
+                                                         : "--section");
+        if (descriptor->empty())
+            throw CLI::RequiredError("--descriptor");
+    });
 }
 
 void AddPngOption(CLI::App& options, std::string& target)

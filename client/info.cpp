@@ -3,7 +3,6 @@
 #include "client/sample_type.h"
 #include "client/shared_image.h"
 #include "client/statistics.h"
-#include "client/text.h"
 
 #include <CLI/CLI.hpp>
 
@@ -44,17 +43,14 @@ std::string StatisticsText(const std::vector<ComponentStatistics>& all)
 
 void Info(const ImageOptions& options)
 {
-    const ComPtr<ITavloFactory2> factory = CreateFactory();
-    const ComPtr<ITavlo2> image =
-        Adopt(*factory.Get(), Wide(options.section), options.descriptor, Tavlo_ReadOnly);
-    const std::optional<SampleType> type = SampleTypeOf(options.descriptor);
+    const auto [image, descriptor] = Open(options);
+    const std::optional<SampleType> type = SampleTypeOf(descriptor);
     if (!type) {
-        Print(GeometryText(options.descriptor) + "values: not known for this encoding and bit depth\n");
+        Print(GeometryText(descriptor) + "values: not known for this encoding and bit depth\n");
         return;
     }
-    const Reader reader(*image.Get(), options.descriptor, type->Size());
-    Print(GeometryText(options.descriptor) +
-          StatisticsText(StatisticsOf(options.descriptor, *type, reader.Base())));
+    const Reader reader(*image.Get(), descriptor, type->Size());
+    Print(GeometryText(descriptor) + StatisticsText(StatisticsOf(descriptor, *type, reader.Base())));
 }
 
 } // namespace

@@ -1,14 +1,17 @@
 #include "client/commands.h"
+#include "client/end_of_input.h"
 #include "client/failure.h"
 #include "client/handle.h"
 #include "client/picture_file.h"
 #include "client/print.h"
+#include "client/published_image.h"
 #include "client/shared_image.h"
 #include "client/text.h"
 
 #include <CLI/CLI.hpp>
 
 #include <map>
+#include <optional>
 
 namespace Mardu::Sentel::Tavlo::Client {
 namespace {
@@ -17,6 +20,7 @@ struct PublishOptions
 {
     std::string picture;
     std::string section;
+    std::string name;
     TavloAccess access = Tavlo_SingleWriter;
 };
 
@@ -40,35 +44,57 @@ std::string Argument(const std::string& name)
     return name.find_first_of(" \t") == std::string::npos ? name : '"' + name + '"';
 }
 
-void WaitForEnterOrEndOfInput()
+/// A read-only image grants no write access to anybody: another image over the same
+/// section takes the pixels in first.
+ComPtr<ITavlo2> PublishSection(const PictureFile& picture, const std::wstring& name, TavloAccess access,
+                               Handle& section)
 {
-    const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
-    char c = 0;
-    DWORD count = 0;
-    while (ReadFile(input, &c, 1, &count, nullptr) && count == 1 && c != '\n' && c != '\r') {
-    }
+    const Descriptor& geometry = picture.Geometry();
+    const ComPtr<ITavloFactory2> factory = CreateFactory();
+    const std::int32_t size = SizeFor(*factory.Get(), geometry);
+    section = CreateSection(name, size);
+    const TavloAccess filling = access == Tavlo_ReadOnly ? Tavlo_SingleWriter : access;
+    const ComPtr<ITavlo2> image = Adopt(*factory.Get(), name, geometry, filling);
+    Fill(*image.Get(), picture, size);
+    return access == filling ? image : Adopt(*factory.Get(), name, geometry, access);
+}
+
+/// An image whose section nobody needs to know: whoever binds to it gets accessors. The
+/// read-only one is a copy.
+ComPtr<ITavlo2> PublishNameless(const PictureFile& picture, TavloAccess access)
+{
+    const ComPtr<ITavloFactory2> factory = CreateFactory();
+    const std::int32_t size = SizeFor(*factory.Get(), picture.Geometry());
+    const ComPtr<ITavlo2> image =
+        Create(*factory.Get(), picture.Geometry(), access == Tavlo_ReadOnly ? Tavlo_SingleWriter : access);
+    Fill(*image.Get(), picture, size);
+    if (access != Tavlo_ReadOnly)
+        return image;
+    ComPtr<ITavlo2> copy;
+    Check(image->Clone(Tavlo_ReadOnly, &copy), "make the image read-only");
+    return copy;
 }
 
 void Publish(const PublishOptions& options)
 {
     const PictureFile picture(Wide(options.picture));
-    const Descriptor& geometry = picture.Geometry();
-    const std::wstring name = Wide(options.section);
+    Handle section;
+    const ComPtr<ITavlo2> image =
+        options.section.empty() ? PublishNameless(picture, options.access)
+                                : PublishSection(picture, Wide(options.section), options.access, section);
+    std::optional<Publication> publication;
+    if (!options.name.empty())
+        publication.emplace(*image.Get(), Wide(options.name));
 
-    const ComPtr<ITavloFactory2> factory = CreateFactory();
-    const std::int32_t size = SizeFor(*factory.Get(), geometry);
-    Handle section = CreateSection(name, size);
-
-    // A read-only image grants no write access to anybody: another image over the
-    // same section takes the pixels in first.
-    const TavloAccess filling = options.access == Tavlo_ReadOnly ? Tavlo_SingleWriter : options.access;
-    ComPtr<ITavlo2> image = Adopt(*factory.Get(), name, geometry, filling);
-    Fill(*image.Get(), picture, size);
-    if (options.access != filling)
-        image = Adopt(*factory.Get(), name, geometry, options.access);
-
-    Print("--section " + Argument(options.section) + " --descriptor " + DescriptorText(geometry) + "\n");
-    WaitForEnterOrEndOfInput();
+    const EndOfInput end;
+    std::string lines;
+    if (section)
+        lines += "--section " + Argument(options.section) + " --descriptor " +
+                 DescriptorText(picture.Geometry()) + "\n";
+    if (publication)
+        lines += "--name " + Argument(options.name) + "\n";
+    Print(lines);
+    end.Wait();
 }
 
 } // namespace
@@ -79,10 +105,20 @@ Action SetUpPublish(CLI::App& options)
     options.add_option("PICTURE", target->picture, "A PNG, BMP, JPEG or TIFF file")
         ->required()
         ->type_name("");
-    options.add_option("--section", target->section, "Name of the section to create for the image's bytes")
-        ->required()
+    options
+        .add_option("--name", target->name,
+                    "Name by which other processes bind to the image; 'list' shows it")
+        ->type_name("NAME")
+        ->check(ImageName());
+    options
+        .add_option("--section", target->section,
+                    "Name of the section to create for the image's bytes; needed when there is no --name")
         ->type_name("NAME")
         ->check(SectionName());
+    options.callback([target] {
+        if (target->name.empty() && target->section.empty())
+            throw CLI::RequiredError("--name or --section");
+    });
     static const std::map<std::string, TavloAccess> accesses = {
         {"read-only", Tavlo_ReadOnly},
         {"single-writer", Tavlo_SingleWriter},

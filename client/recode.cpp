@@ -50,7 +50,7 @@ Picture Load(ITavloFactory2& factory, const std::string& path)
 {
     const PictureFile file(Wide(path));
     const Descriptor& geometry = file.Geometry();
-    Picture picture{geometry, Create(factory, geometry)};
+    Picture picture{geometry, Create(factory, geometry, Tavlo_SingleWriter)};
     Fill(*picture.image.Get(), file, SizeFor(factory, geometry));
     return picture;
 }
@@ -186,7 +186,7 @@ void Recode(const RecodeOptions& options)
         options.NeedsToneCurve() ? ToneConverter(options, source.geometry, geometry)
                                  : PlainConverter(options.isCast, DataOf(source.geometry), DataOf(geometry));
     OutputFile file(Wide(options.result));
-    const Picture target{geometry, Create(*factory.Get(), geometry)};
+    const Picture target{geometry, Create(*factory.Get(), geometry, Tavlo_SingleWriter)};
     Convert(converter, source, part, target, options.Purpose(), progress);
 
     const Reader reader(*target.image.Get(), geometry, static_cast<std::int64_t>(format.Sample()));

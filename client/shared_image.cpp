@@ -1,7 +1,9 @@
 #include "client/shared_image.h"
 
+#include "client/commands.h"
 #include "client/failure.h"
 #include "client/picture_file.h"
+#include "client/published_image.h"
 #include "client/text.h"
 
 #include <oleauto.h>
@@ -81,12 +83,46 @@ ComPtr<ITavlo2> Adopt(ITavloFactory2& factory, std::wstring_view section, const 
     return image;
 }
 
-ComPtr<ITavlo2> Create(ITavloFactory2& factory, const Descriptor& descriptor)
+ComPtr<ITavlo2> Create(ITavloFactory2& factory, const Descriptor& descriptor, TavloAccess access)
 {
     const ComPtr<ITavloDescriptor2> geometry = MakeDescriptor(descriptor);
     ComPtr<ITavlo2> image;
-    Check(factory.Create(geometry.Get(), Tavlo_SingleWriter, &image), "create an image");
+    Check(factory.Create(geometry.Get(), access, &image), "create an image");
     return image;
+}
+
+Descriptor GeometryOf(ITavlo2& image)
+{
+    constexpr std::string_view purpose = "read the image's geometry";
+    ComPtr<ITavloDescriptor2> object;
+    Check(image.get_Descriptor(&object), purpose);
+    TavloEncoding encoding = Tavlo_Data;
+    Check(object->get_Encoding(&encoding), purpose);
+    const auto number = [&](HRESULT (STDMETHODCALLTYPE ITavloDescriptor2::*get)(LONG*)) {
+        LONG value = 0;
+        Check((object.Get()->*get)(&value), purpose);
+        return static_cast<std::int32_t>(value);
+    };
+    return {
+        .width = number(&ITavloDescriptor2::get_Width),
+        .height = number(&ITavloDescriptor2::get_Height),
+        .bits = number(&ITavloDescriptor2::get_Bits),
+        .encoding = static_cast<Encoding>(encoding),
+        .offset = number(&ITavloDescriptor2::get_Offset),
+        .strideX = number(&ITavloDescriptor2::get_Stride_x),
+        .strideY = number(&ITavloDescriptor2::get_Stride_y),
+    };
+}
+
+OpenedImage Open(const ImageOptions& options)
+{
+    if (options.name.empty()) {
+        const ComPtr<ITavloFactory2> factory = CreateFactory();
+        return {Adopt(*factory.Get(), Wide(options.section), options.descriptor, Tavlo_ReadOnly),
+                options.descriptor};
+    }
+    const ComPtr<ITavlo2> image = BindImage(Wide(options.name));
+    return {image, GeometryOf(*image.Get())};
 }
 
 std::int32_t SizeFor(ITavloFactory2& factory, const Descriptor& descriptor)

@@ -10,13 +10,27 @@
 namespace Mardu::Sentel::Tavlo::Client {
 
 class PictureFile;
+struct ImageOptions;
 
 /// An image over the section of this name, which stays as it is when this fails.
 ComPtr<ITavlo2> Adopt(ITavloFactory2& factory, std::wstring_view section, const Descriptor& descriptor,
                       TavloAccess access);
 
-/// A new image in memory of its own, for one writer at a time.
-ComPtr<ITavlo2> Create(ITavloFactory2& factory, const Descriptor& descriptor);
+/// A new image in memory of its own.
+ComPtr<ITavlo2> Create(ITavloFactory2& factory, const Descriptor& descriptor, TavloAccess access);
+
+/// The geometry of an existing image.
+Descriptor GeometryOf(ITavlo2& image);
+
+/// An existing image and what lies in it.
+struct OpenedImage
+{
+    ComPtr<ITavlo2> image;
+    Descriptor descriptor;
+};
+
+/// The image that the user names.
+OpenedImage Open(const ImageOptions& options);
 
 /// The bytes of an image whose first byte is the first of its memory.
 std::int32_t SizeFor(ITavloFactory2& factory, const Descriptor& descriptor);
