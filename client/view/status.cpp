@@ -1,0 +1,95 @@
+#include "client/view/status.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace Mardu::Sentel::Tavlo::Client::View {
+namespace {
+
+using namespace std::chrono_literals;
+
+std::string Decimal(double value, int digits)
+{
+    char text[400];
+    const int length = std::snprintf(text, sizeof text, "%.*f", digits, value);
+    return std::string(text,
+                       static_cast<std::size_t>(std::clamp(length, 0, static_cast<int>(sizeof text) - 1)));
+}
+
+} // namespace
+
+void UpdateRate::Add(Time now)
+{
+    ++count_;
+    recent_.push_back(now);
+    Forget(now);
+}
+
+void UpdateRate::Forget(Time now)
+{
+    while (!recent_.empty() && now - recent_.front() >= 1s)
+        recent_.pop_front();
+}
+
+double UpdateRate::PerSecond(Time now)
+{
+    Forget(now);
+    return static_cast<double>(recent_.size());
+}
+
+std::string GeometryText(const Descriptor& descriptor)
+{
+    return std::to_string(descriptor.width) + " x " + std::to_string(descriptor.height) + "  " +
+           EncodingText(descriptor.encoding) + " " + std::to_string(descriptor.bits);
+}
+
+std::string ScaleText(double scale)
+{
+    const double percent = scale * 100;
+    const bool isWhole = std::abs(percent - std::round(percent)) < 0.05;
+    return Decimal(percent, isWhole ? 0 : percent < 10 ? 2 : 1) + " %";
+}
+
+std::string UpdatesText(Producer producer, std::int64_t count, double perSecond)
+{
+    if (producer == Producer::None)
+        return "a picture of this window's own";
+    const std::string updates = std::to_string(count) + (count == 1 ? " update" : " updates");
+    if (producer == Producer::Closed)
+        return "THE PRODUCER HAS CLOSED; this is its last picture, after " + updates;
+    return updates + ", " + Decimal(perSecond, 0) + "/s";
+}
+
+std::string ChangeText(const std::optional<Rectangle>& rectangle)
+{
+    if (!rectangle)
+        return {};
+    return "changed " + std::to_string(rectangle->left) + ", " + std::to_string(rectangle->top) + " to " +
+           std::to_string(rectangle->right) + ", " + std::to_string(rectangle->bottom);
+}
+
+std::string PixelText(const Point& pixel, const std::string& value)
+{
+    return "(" + std::to_string(pixel.x) + ", " + std::to_string(pixel.y) + ")  " + value;
+}
+
+std::string LevelText(double value, const ValueRange& range)
+{
+    const double span = std::max(std::abs(range.Span()), 1e-300);
+    const int digits = std::clamp(3 - static_cast<int>(std::floor(std::log10(span))), 0, 9);
+    const std::string text = Decimal(value, digits);
+    return text == "-0" ? "0" : text;
+}
+
+void Stepped::Step(int steps) noexcept
+{
+    step_ = std::clamp(step_ + steps, -most, most);
+}
+
+double Stepped::Value() const noexcept
+{
+    return step_ == 0 ? 1.0 : std::pow(10.0, static_cast<double>(step_) / most);
+}
+
+} // namespace Mardu::Sentel::Tavlo::Client::View

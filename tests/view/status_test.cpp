@@ -1,0 +1,116 @@
+#include "client/view/keys.h"
+#include "client/view/ramps.h"
+#include "client/view/status.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <utility>
+
+namespace Mardu::Sentel::Tavlo::Client::View {
+namespace {
+
+using namespace std::chrono_literals;
+
+TEST(UpdateRateTest, CountsTheLastSecond)
+{
+    UpdateRate rate;
+    UpdateRate::Time now;
+    for (int i = 0; i < 300; ++i)
+        rate.Add(now += 10ms);
+    EXPECT_DOUBLE_EQ(rate.PerSecond(now), 100);
+    EXPECT_DOUBLE_EQ(rate.PerSecond(now + 500ms), 50);
+    EXPECT_DOUBLE_EQ(rate.PerSecond(now + 1s), 0);
+    EXPECT_EQ(rate.Count(), 300);
+}
+
+TEST(StatusTest, Texts)
+{
+    EXPECT_EQ(GeometryText({512, 256, 16, Encoding::Unsigned, 0, 2, 1024}), "512 x 256  Unsigned 16");
+    EXPECT_EQ(ScaleText(1), "100 %");
+    EXPECT_EQ(ScaleText(1.5), "150 %");
+    EXPECT_EQ(ScaleText(0.375), "37.5 %");
+    EXPECT_EQ(ScaleText(0.0123), "1.23 %");
+    EXPECT_EQ(ChangeText(std::nullopt), "");
+    EXPECT_EQ(ChangeText(Rectangle{1, 2, 30, 40}), "changed 1, 2 to 30, 40");
+    EXPECT_EQ(PixelText({3, 4}, "567"), "(3, 4)  567");
+}
+
+TEST(StatusTest, TellsOfTheProducer)
+{
+    EXPECT_EQ(UpdatesText(Producer::Alive, 1, 0.2), "1 update, 0/s");
+    EXPECT_EQ(UpdatesText(Producer::Alive, 600, 60), "600 updates, 60/s");
+    EXPECT_EQ(UpdatesText(Producer::Closed, 7, 3),
+              "THE PRODUCER HAS CLOSED; this is its last picture, after 7 updates");
+    EXPECT_EQ(UpdatesText(Producer::None, 0, 0), "a picture of this window's own");
+}
+
+TEST(StatusTest, LevelsHaveTheDigitsThatMatter)
+{
+    EXPECT_EQ(LevelText(1234.4, {0, 65535}), "1234");
+    EXPECT_EQ(LevelText(12.44, {0, 255}), "12.4");
+    EXPECT_EQ(LevelText(0.12345, {0, 1}), "0.123");
+    EXPECT_EQ(LevelText(-0.2, {0, 65535}), "0");
+}
+
+TEST(SteppedTest, IsExactlyOneAfterAsManyStepsUpAsDown)
+{
+    Stepped stepped;
+    stepped.Step(7);
+    EXPECT_GT(stepped.Value(), 1.9);
+    stepped.Step(-7);
+    EXPECT_EQ(stepped.Value(), 1.0);
+    stepped.Step(1000);
+    EXPECT_NEAR(stepped.Value(), 10, 1e-9);
+}
+
+TEST(KeysTest, NoKeyHasTwoTasks)
+{
+    std::set<std::pair<std::uint32_t, std::uint32_t>> seen;
+    for (const Key& key : Keys())
+        EXPECT_TRUE(seen.insert({key.code, key.modifiers}).second) << key.code;
+}
+
+TEST(KeysTest, EveryTaskHasAKey)
+{
+    std::set<Task> tasks;
+    for (const Key& key : Keys())
+        tasks.insert(key.task);
+    EXPECT_EQ(tasks.size(), static_cast<std::size_t>(Task::Close) + 1);
+}
+
+TEST(KeysTest, AreFoundWithTheirModifiersOnly)
+{
+    Task task = Task::Close;
+    EXPECT_TRUE(FindTask('C', Shift, task));
+    EXPECT_EQ(task, Task::PreviousRamp);
+    EXPECT_FALSE(FindTask('C', Control, task));
+}
+
+TEST(RampsTest, BeginAtZeroRiseAndEndAtOne)
+{
+    for (const Ramp& ramp : Ramps()) {
+        EXPECT_EQ(ramp.points.front().position, 0) << ramp.name;
+        EXPECT_EQ(ramp.points.back().position, 1) << ramp.name;
+        for (std::size_t i = 1; i < ramp.points.size(); ++i)
+            EXPECT_LT(ramp.points[i - 1].position, ramp.points[i].position) << ramp.name;
+        EXPECT_EQ(FindRamp(ramp.name), static_cast<std::size_t>(&ramp - Ramps().data()));
+    }
+    EXPECT_EQ(FindRamp("no such"), std::nullopt);
+}
+
+TEST(RampsTest, TurnedRoundWhatWasFirstIsLast)
+{
+    const std::vector<ControlPoint> turned = PointsOf({"x", Ramps()[1].points}, true);
+    EXPECT_EQ(turned.front().position, 0);
+    EXPECT_EQ(turned.front().color, Ramps()[1].points.back().color);
+    EXPECT_DOUBLE_EQ(turned[1].position, 1 - Ramps()[1].points[turned.size() - 2].position);
+}
+
+TEST(RampsTest, ScreensShowBlueInTheLowestByte)
+{
+    EXPECT_EQ(ScreenColor(0xFF332211), 0x00112233u);
+}
+
+} // namespace
+} // namespace Mardu::Sentel::Tavlo::Client::View
