@@ -16,6 +16,8 @@ Action SetUpPublish(CLI::App& options);
 Action SetUpExport(CLI::App& options);
 Action SetUpInfo(CLI::App& options);
 Action SetUpList(CLI::App& options);
+Action SetUpWatch(CLI::App& options);
+Action SetUpPaint(CLI::App& options);
 Action SetUpRecode(CLI::App& options);
 Action SetUpRegisterCommon(CLI::App& options);
 
@@ -25,6 +27,8 @@ inline constexpr Command commands[] = {
     {"export", "Write a shared image as a PNG picture", SetUpExport},
     {"info", "Print a shared image's geometry, size and value range", SetUpInfo},
     {"list", "Show the images that are published by name", SetUpList},
+    {"watch", "Print the rectangle of every update of a published image", SetUpWatch},
+    {"paint", "Fill a published image, or a part of it, with a test pattern", SetUpPaint},
     {"recode", "Convert a picture's pixels to another type, range or colours", SetUpRecode},
     {"register-common", "Register the common type library, which events need", SetUpRegisterCommon},
 };

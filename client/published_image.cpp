@@ -82,18 +82,19 @@ bool IsRunning(DWORD process)
     return handle && WaitForSingleObject(handle.get(), 0) == WAIT_TIMEOUT;
 }
 
-bool SameName(std::wstring_view a, std::wstring_view b)
+bool IsSameItem(std::wstring_view a, std::wstring_view b)
 {
     return CompareStringOrdinal(a.data(), static_cast<int>(a.size()), b.data(), static_cast<int>(b.size()),
                                 TRUE) == CSTR_EQUAL;
 }
 
 /// A process that was killed may leave its entry behind for a while.
-DWORD PublisherIn(const std::vector<std::wstring>& items, std::wstring_view name)
+DWORD PublisherIn(const std::vector<std::wstring>& items, std::string_view name)
 {
+    const std::wstring image = ImageItem(name);
     for (const std::wstring& item : items) {
         const std::optional<PublishingProcess> found = ReadProcessItem(item);
-        if (found && SameName(found->name, name) && IsRunning(found->process))
+        if (found && IsSameItem(ImageItem(found->name), image) && IsRunning(found->process))
             return found->process;
     }
     return 0;
@@ -119,7 +120,7 @@ RunningObject::~RunningObject()
 }
 
 Publication::Publication(ITavlo2& image, std::wstring_view name)
-    : process_(image, ProcessItem(name, GetCurrentProcessId())), image_(image, ImageItem(name))
+    : process_(image, ProcessItem(Utf8(name), GetCurrentProcessId())), image_(image, ImageItem(Utf8(name)))
 {
     if (!image_.IsOnly())
         ThrowError(ERROR_ALREADY_EXISTS, "publish the image as '" + Utf8(name) + "'",
@@ -128,10 +129,11 @@ Publication::Publication(ITavlo2& image, std::wstring_view name)
 
 ComPtr<ITavlo2> BindImage(std::wstring_view name)
 {
-    const std::string purpose = "bind to the image '" + Utf8(name) + "'";
+    const std::string utf8 = Utf8(name);
+    const std::string purpose = "bind to the image '" + utf8 + "'";
     RequireProxies();
     ComPtr<IUnknown> object;
-    const HRESULT result = OpenTable()->GetObject(MakeMoniker(ImageItem(name)).Get(), &object);
+    const HRESULT result = OpenTable()->GetObject(MakeMoniker(ImageItem(utf8)).Get(), &object);
     if (result == MK_E_UNAVAILABLE)
         throw Failure(result, purpose, "no image is published under this name");
     Check(result, purpose);
@@ -145,8 +147,8 @@ std::vector<PublishedImage> PublishedImages()
     const std::vector<std::wstring> items = Items();
     std::vector<PublishedImage> images;
     for (const std::wstring& item : items) {
-        if (const std::optional<std::wstring> name = NameInImageItem(item))
-            images.push_back({*name, PublisherIn(items, *name)});
+        if (const std::optional<std::string> name = NameInImageItem(item))
+            images.push_back({Wide(*name), PublisherIn(items, *name)});
     }
     std::ranges::sort(images, {}, &PublishedImage::name);
     const auto again = std::ranges::unique(images, {}, &PublishedImage::name);
@@ -156,7 +158,7 @@ std::vector<PublishedImage> PublishedImages()
 
 DWORD PublisherOf(std::wstring_view name)
 {
-    return PublisherIn(Items(), name);
+    return PublisherIn(Items(), Utf8(name));
 }
 
 } // namespace Mardu::Sentel::Tavlo::Client

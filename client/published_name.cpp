@@ -15,6 +15,58 @@ bool IsControl(char c) noexcept
     return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
 }
 
+/// '!' stands between the parts of composite monikers.
+bool IsPlain(wchar_t c) noexcept
+{
+    return c >= L' ' && c < 0x7F && c != L'%' && c != L'!';
+}
+
+std::wstring Encoded(std::string_view name)
+{
+    constexpr std::wstring_view digits = L"0123456789ABCDEF";
+    std::wstring encoded;
+    for (const char c : name) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (IsPlain(byte))
+            encoded += static_cast<wchar_t>(byte);
+        else
+            encoded.append(L"%").append(1, digits[byte >> 4]).append(1, digits[byte & 15]);
+    }
+    return encoded;
+}
+
+std::optional<unsigned> DigitValue(wchar_t c) noexcept
+{
+    if (c >= L'0' && c <= L'9')
+        return c - L'0';
+    if (c >= L'A' && c <= L'F')
+        return c - L'A' + 10;
+    if (c >= L'a' && c <= L'f')
+        return c - L'a' + 10;
+    return std::nullopt;
+}
+
+/// Nothing for what Encoded does not make of a name.
+std::optional<std::string> Decoded(std::wstring_view encoded)
+{
+    std::string name;
+    for (std::size_t i = 0; i < encoded.size(); ++i) {
+        if (IsPlain(encoded[i])) {
+            name += static_cast<char>(encoded[i]);
+            continue;
+        }
+        if (encoded[i] != L'%' || encoded.size() - i < 3)
+            return std::nullopt;
+        const std::optional<unsigned> high = DigitValue(encoded[i + 1]);
+        const std::optional<unsigned> low = DigitValue(encoded[i + 2]);
+        if (!high || !low)
+            return std::nullopt;
+        name += static_cast<char>(*high << 4 | *low);
+        i += 2;
+    }
+    return WhyNotAName(name).empty() ? std::optional(name) : std::nullopt;
+}
+
 } // namespace
 
 std::string WhyNotAName(std::string_view name)
@@ -23,29 +75,24 @@ std::string WhyNotAName(std::string_view name)
         return "an image's name must not be empty";
     if (name.size() > longestName)
         return "an image's name has at most " + std::to_string(longestName) + " bytes of UTF-8";
-    // Composite monikers show their parts with this character between them.
-    if (name.find('!') != std::string_view::npos)
-        return "an image's name must not contain '!'";
     if (std::ranges::any_of(name, IsControl))
         return "an image's name must not contain control characters";
     return {};
 }
 
-std::wstring ImageItem(std::wstring_view name)
+std::wstring ImageItem(std::string_view name)
 {
-    return std::wstring(imagePrefix).append(name);
+    return std::wstring(imagePrefix).append(Encoded(name));
 }
 
-std::wstring ProcessItem(std::wstring_view name, std::uint32_t process)
+std::wstring ProcessItem(std::string_view name, std::uint32_t process)
 {
-    return std::wstring(processPrefix).append(std::to_wstring(process)).append(L".").append(name);
+    return std::wstring(processPrefix).append(std::to_wstring(process)).append(L".").append(Encoded(name));
 }
 
-std::optional<std::wstring> NameInImageItem(std::wstring_view item)
+std::optional<std::string> NameInImageItem(std::wstring_view item)
 {
-    if (!item.starts_with(imagePrefix) || item.size() == imagePrefix.size())
-        return std::nullopt;
-    return std::wstring(item.substr(imagePrefix.size()));
+    return item.starts_with(imagePrefix) ? Decoded(item.substr(imagePrefix.size())) : std::nullopt;
 }
 
 std::optional<PublishingProcess> ReadProcessItem(std::wstring_view item)
@@ -60,9 +107,10 @@ std::optional<PublishingProcess> ReadProcessItem(std::wstring_view item)
         if (process > std::numeric_limits<std::uint32_t>::max())
             return std::nullopt;
     }
-    if (process == 0 || item.size() < digits + 2 || item[digits] != L'.')
+    if (process == 0 || digits == item.size() || item[digits] != L'.')
         return std::nullopt;
-    return PublishingProcess{static_cast<std::uint32_t>(process), std::wstring(item.substr(digits + 1))};
+    const std::optional<std::string> name = Decoded(item.substr(digits + 1));
+    return name ? std::optional(PublishingProcess{static_cast<std::uint32_t>(process), *name}) : std::nullopt;
 }
 
 } // namespace Mardu::Sentel::Tavlo::Client

@@ -2,10 +2,12 @@
 #include "client/component.h"
 #include "client/failure.h"
 #include "client/output_file.h"
+#include "client/parsed_option.h"
 #include "client/picture_file.h"
 #include "client/png_writer.h"
 #include "client/progress.h"
 #include "client/recode_arguments.h"
+#include "client/rectangle.h"
 #include "client/shared_image.h"
 #include "client/terminal.h"
 #include "client/text.h"
@@ -194,25 +196,6 @@ void Recode(const RecodeOptions& options)
         geometry, format, reader.Base(), [&](auto bytes) { file.Write(bytes); },
         [&](std::int32_t rows) { progress.Report("writing", rows, geometry.height); });
     file.Commit();
-}
-
-/// Adds an option whose text is parsed by a function that throws std::invalid_argument.
-template <class Parse, class Store>
-CLI::Option* AddParsed(CLI::App& options, const std::string& name, const std::string& form,
-                       const std::string& help, Parse parse, Store store)
-{
-    const auto read = [=](const std::vector<std::string>& texts) {
-        try {
-            for (const std::string& text : texts)
-                store(parse(text));
-        } catch (const std::invalid_argument& error) {
-            throw CLI::ValidationError(name, error.what());
-        }
-    };
-    return options.add_option_function<std::vector<std::string>>(name, read, help)
-        ->type_name(form)
-        ->expected(1)
-        ->allow_extra_args(false); // what follows the text is no other text
 }
 
 double FiniteNumber(const std::string& text)

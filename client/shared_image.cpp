@@ -71,6 +71,19 @@ std::int64_t ReadableBytes(const void* base)
     return region.State == MEM_COMMIT ? static_cast<std::int64_t>(region.RegionSize) - skipped : 0;
 }
 
+void CheckSamples(const Descriptor& descriptor, std::int64_t sampleSize, const void* base,
+                  std::string_view purpose)
+{
+    const ByteRange range = BytesTouched(descriptor, sampleSize);
+    const std::int64_t size = ReadableBytes(base);
+    if (range.begin < 0 || range.end > size) {
+        throw Failure(E_INVALIDARG, purpose,
+                      "the descriptor needs the bytes " + std::to_string(range.begin) + " to " +
+                          std::to_string(range.end) + ", but the section has the bytes 0 to " +
+                          std::to_string(size));
+    }
+}
+
 } // namespace
 
 ComPtr<ITavlo2> Adopt(ITavloFactory2& factory, std::wstring_view section, const Descriptor& descriptor,
@@ -144,17 +157,27 @@ void Fill(ITavlo2& image, const PictureFile& picture, std::int32_t size)
 
 Reader::Reader(ITavlo2& image, const Descriptor& descriptor, std::int64_t sampleSize)
 {
-    Check(image.GetReadAccess(nullptr, 1.0, &access_), "read the image");
+    constexpr std::string_view purpose = "read the image";
+    Check(image.GetReadAccess(nullptr, 1.0, &access_), purpose);
     base_ = static_cast<const std::uint8_t*>(access_->Ptr(0));
+    CheckSamples(descriptor, sampleSize, base_, purpose);
+}
 
-    const ByteRange range = BytesTouched(descriptor, sampleSize);
-    const std::int64_t size = ReadableBytes(base_);
-    if (range.begin < 0 || range.end > size) {
-        throw Failure(E_INVALIDARG, "read the image",
-                      "the descriptor needs the bytes " + std::to_string(range.begin) + " to " +
-                          std::to_string(range.end) + ", but the section has the bytes 0 to " +
-                          std::to_string(size));
-    }
+Writer::Writer(ITavlo2& image, const Descriptor& descriptor, std::int64_t sampleSize)
+{
+    constexpr std::string_view purpose = "write the image";
+    const HRESULT result = image.GetWriteAccess(&access_);
+    if (result == E_ACCESSDENIED)
+        throw Failure(result, purpose, "it is read-only, or it has a writer already");
+    Check(result, purpose);
+    base_ = static_cast<std::uint8_t*>(access_->Ptr(0));
+    CheckSamples(descriptor, sampleSize, base_, purpose);
+}
+
+void Writer::Invalidate(const Rectangle& changed) const
+{
+    RECT dirty = {changed.left, changed.top, changed.right, changed.bottom};
+    Check(access_->Invalidate(&dirty), "report the image's change");
 }
 
 } // namespace Mardu::Sentel::Tavlo::Client

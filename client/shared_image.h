@@ -2,6 +2,7 @@
 
 #include "client/component.h"
 #include "client/descriptor.h"
+#include "client/rectangle.h"
 
 #include <cstdint>
 #include <string>
@@ -51,6 +52,24 @@ public:
 private:
     ComPtr<IReadAccessor> access_;
     const std::uint8_t* base_;
+};
+
+/// Write access to an image of which every sample is known to lie in its section.
+class Writer
+{
+public:
+    /// Throws a Failure like Reader, and when nobody or somebody else may write.
+    Writer(ITavlo2& image, const Descriptor& descriptor, std::int64_t sampleSize);
+
+    /// Byte 0 of the image's memory.
+    std::uint8_t* Base() const noexcept { return base_; }
+
+    /// Tells everybody who subscribed that these pixels have changed.
+    void Invalidate(const Rectangle& changed) const;
+
+private:
+    ComPtr<IWriteAccessor> access_;
+    std::uint8_t* base_;
 };
 
 } // namespace Mardu::Sentel::Tavlo::Client

@@ -35,33 +35,63 @@ def run(*arguments, folder):
     return Result(done.returncode, done.stdout, done.stderr)
 
 
-class Publisher:
-    """A process that holds a picture as an image, until the with block ends."""
+class Running:
+    """A process of the program that goes on until the with block ends, or the process itself."""
 
-    def __init__(self, folder, picture, *options, section=None):
-        self.section = section or f"tavlo-test-{uuid.uuid4()}"
+    def __init__(self, folder, *arguments):
         self.process = subprocess.Popen(
-            program + ["publish", picture, "--section", self.section, *options],
+            program + list(arguments),
             cwd=folder,
             env=ENVIRONMENT,
             stdin=subprocess.PIPE,
             stdout=subprocess.PIPE,
             stderr=subprocess.PIPE,
         )
-        lines = queue.Queue()
-        threading.Thread(target=lambda: lines.put(self.process.stdout.readline()), daemon=True).start()
+        self.lines = queue.Queue()
+        self.errors = b""
+        self.readers = [threading.Thread(target=read, daemon=True) for read in (self.read_lines, self.read_errors)]
+        for reader in self.readers:
+            reader.start()
+
+    def read_lines(self):
+        for line in self.process.stdout:
+            self.lines.put(line.decode("utf-8"))
+        self.lines.put(None)
+
+    def read_errors(self):
+        self.errors = self.process.stderr.read()
+
+    def next_line(self):
+        """The next line that it prints; None when it prints no more."""
         try:
-            self.line = lines.get(timeout=PATIENCE).decode("utf-8")
+            return self.lines.get(timeout=PATIENCE)
         except queue.Empty:
             self.process.kill()
             raise
-        if not self.line:
-            raise AssertionError(f"publish ended: {self.end().errors}")
-        self.descriptor = self.line.split()[-1]
 
     def end(self, last_input=b""):
-        output, errors = self.process.communicate(last_input, timeout=PATIENCE)
-        return Result(self.process.returncode, output, errors)
+        """Its result, with the lines that nobody has taken, once it has ended."""
+        try:
+            self.process.stdin.write(last_input)
+            self.process.stdin.close()
+        except OSError:
+            pass  # it has ended already
+        return self.wait()
+
+    def wait(self):
+        """Like end, for a process that ends by itself."""
+        self.process.wait(timeout=PATIENCE)
+        for reader in self.readers:
+            reader.join(timeout=PATIENCE)
+        rest = []
+        while not self.lines.empty():
+            rest.append(self.lines.get())
+        return Result(self.process.returncode, "".join(line for line in rest if line).encode("utf-8"), self.errors)
+
+    def kill(self):
+        """Ends it at once, without any clean-up of its own."""
+        self.process.kill()
+        self.process.wait(timeout=PATIENCE)
 
     def __enter__(self):
         return self
@@ -69,8 +99,29 @@ class Publisher:
     def __exit__(self, *_):
         if self.process.poll() is None:
             self.end()
+        for pipe in (self.process.stdin, self.process.stdout, self.process.stderr):
+            try:
+                pipe.close()
+            except OSError:
+                pass
+
+
+class Publisher(Running):
+    """A process that holds a picture as an image. Named when it has a name and no section."""
+
+    def __init__(self, folder, picture, *options, section=None, name=None):
+        self.name = name
+        self.section = section or (None if name else f"tavlo-test-{uuid.uuid4()}")
+        place = (["--section", self.section] if self.section else []) + (["--name", name] if name else [])
+        super().__init__(folder, "publish", picture, *place, *options)
+        self.line = self.next_line()
+        if not self.line:
+            raise AssertionError(f"publish ended: {self.end().errors}")
+        self.descriptor = self.line.split()[-1] if self.section else None
 
     def image(self, descriptor=None):
+        if not self.section:
+            return ["--name", self.name]
         return ["--section", self.section, "--descriptor", descriptor or self.descriptor]
 
     def encoding(self):
@@ -109,6 +160,9 @@ class ProgramTest(unittest.TestCase):
 
     def publish(self, picture, *options, **more):
         return Publisher(self.folder, picture, *options, **more)
+
+    def start(self, *arguments):
+        return Running(self.folder, *arguments)
 
     def run_program(self, *arguments):
         return run(*arguments, folder=self.folder)

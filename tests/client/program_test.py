@@ -40,7 +40,7 @@ class Usage(ProgramTest):
             (["publish", "a.png"], "--name or --section is required"),
             (["publish", "a.png", "--section", ""], "must not be empty"),
             (["publish", "a.png", "--name", ""], "must not be empty"),
-            (["publish", "a.png", "--name", "a!b"], "must not contain '!'"),
+            (["publish", "a.png", "--name", "a\nb"], "must not contain control characters"),
             (["publish", "a.png", "--section", "s", "--access", "none"], "none"),
             (["export", "--section", "s", "--descriptor", good], "OUT is required"),
             (["export", "--section", "s", "--descriptor", good, "out.jpg"], "must end in .png"),

@@ -1,5 +1,7 @@
 #include "client/recode_arguments.h"
 
+#include "client/rectangle.h"
+
 #include <gtest/gtest.h>
 
 #include <functional>
