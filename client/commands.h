@@ -19,6 +19,7 @@ Action SetUpList(CLI::App& options);
 Action SetUpWatch(CLI::App& options);
 Action SetUpPaint(CLI::App& options);
 Action SetUpRecode(CLI::App& options);
+Action SetUpView(CLI::App& options);
 Action SetUpRegisterCommon(CLI::App& options);
 
 /// All commands, in the order of the help.
@@ -30,6 +31,7 @@ inline constexpr Command commands[] = {
     {"watch", "Print the rectangle of every update of a published image", SetUpWatch},
     {"paint", "Fill a published image, or a part of it, with a test pattern", SetUpPaint},
     {"recode", "Convert a picture's pixels to another type, range or colours", SetUpRecode},
+    {"view", "Show an image in a window, live", SetUpView},
     {"register-common", "Register the common type library, which events need", SetUpRegisterCommon},
 };
 

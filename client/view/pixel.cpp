@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 #include <type_traits>
+#include <utility>
 
 namespace Mardu::Sentel::Tavlo::Client::View {
 namespace {
@@ -126,16 +127,22 @@ std::string PixelReader::Text(std::int32_t x, std::int32_t y) const
         return type_.number == Number::Float32 ? FloatText(std::get<double>(value)) : ValueText(value);
     }
     std::string text;
-    for (const char initial : {'r', 'g', 'b', 'a'}) {
-        for (std::size_t i = 0; i < Components(); ++i) {
-            if (type_.components[i].front() != initial)
-                continue;
-            text += text.empty() ? "" : " ";
-            text += static_cast<char>(std::toupper(initial));
-            text += ' ' + ValueText(ValueAt(x, y, i));
-        }
+    for (const std::size_t i : ColorOrder()) {
+        text += text.empty() ? "" : " ";
+        text += static_cast<char>(std::toupper(type_.components[i].front()));
+        text += ' ' + ValueText(ValueAt(x, y, i));
     }
     return text;
+}
+
+std::vector<std::size_t> PixelReader::ColorOrder() const
+{
+    std::vector<std::size_t> order;
+    for (std::size_t i = 0; i < Components(); ++i)
+        order.push_back(i);
+    if (type_.components.front() == "blue")
+        std::swap(order[0], order[2]);
+    return order;
 }
 
 } // namespace Mardu::Sentel::Tavlo::Client::View

@@ -4,10 +4,10 @@
 #include "client/sample_type.h"
 #include "client/statistics.h"
 
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace Mardu::Sentel::Tavlo::Client::View {
 
@@ -52,6 +52,9 @@ public:
 
     /// 1 for grey, 3 or 4 for colours.
     std::size_t Components() const noexcept { return type_.components.size(); }
+
+    /// The components in the order red, green, blue, alpha.
+    std::vector<std::size_t> ColorOrder() const;
 
     double Number(std::int32_t x, std::int32_t y, std::size_t component) const noexcept;
 

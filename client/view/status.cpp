@@ -54,19 +54,22 @@ std::string ScaleText(double scale)
 std::string UpdatesText(Producer producer, std::int64_t count, double perSecond)
 {
     if (producer == Producer::None)
-        return "a picture of this window's own";
+        return "not shared";
     const std::string updates = std::to_string(count) + (count == 1 ? " update" : " updates");
     if (producer == Producer::Closed)
         return "THE PRODUCER HAS CLOSED; this is its last picture, after " + updates;
     return updates + ", " + Decimal(perSecond, 0) + "/s";
 }
 
+std::string RectangleText(const Rectangle& rectangle)
+{
+    return std::to_string(rectangle.left) + ", " + std::to_string(rectangle.top) + " to " +
+           std::to_string(rectangle.right) + ", " + std::to_string(rectangle.bottom);
+}
+
 std::string ChangeText(const std::optional<Rectangle>& rectangle)
 {
-    if (!rectangle)
-        return {};
-    return "changed " + std::to_string(rectangle->left) + ", " + std::to_string(rectangle->top) + " to " +
-           std::to_string(rectangle->right) + ", " + std::to_string(rectangle->bottom);
+    return rectangle ? "changed " + RectangleText(*rectangle) : std::string();
 }
 
 std::string PixelText(const Point& pixel, const std::string& value)

@@ -42,7 +42,7 @@ TEST(StatusTest, TellsOfTheProducer)
     EXPECT_EQ(UpdatesText(Producer::Alive, 600, 60), "600 updates, 60/s");
     EXPECT_EQ(UpdatesText(Producer::Closed, 7, 3),
               "THE PRODUCER HAS CLOSED; this is its last picture, after 7 updates");
-    EXPECT_EQ(UpdatesText(Producer::None, 0, 0), "a picture of this window's own");
+    EXPECT_EQ(UpdatesText(Producer::None, 0, 0), "not shared");
 }
 
 TEST(StatusTest, LevelsHaveTheDigitsThatMatter)

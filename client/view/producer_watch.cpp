@@ -1,0 +1,72 @@
+#include "client/view/producer_watch.h"
+
+#include "client/failure.h"
+#include "client/view/messages.h"
+
+#include <array>
+#include <memory>
+
+namespace Mardu::Sentel::Tavlo::Client::View {
+namespace {
+
+constexpr DWORD period = 1000;
+constexpr DWORD patience = 2000;
+
+/// Any call that goes to the image's process and back.
+bool Answers(ITavlo2& image) noexcept
+{
+    ComPtr<ITavloDescriptor2> descriptor;
+    return SUCCEEDED(image.get_Descriptor(&descriptor));
+}
+
+} // namespace
+
+/// What the thread still needs when nobody waits for it any more.
+struct ProducerWatch::Shared
+{
+    ComPtr<ITavlo2> image;
+    HWND window = nullptr;
+    Handle stop;
+    Handle process;
+    Handle done;
+};
+
+ProducerWatch::ProducerWatch(ITavlo2& image, DWORD process, HWND window) : shared_(std::make_shared<Shared>())
+{
+    shared_->image = &image;
+    shared_->window = window;
+    shared_->stop.reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    shared_->done.reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    if (!shared_->stop || !shared_->done)
+        ThrowLastError("watch the producer");
+    if (process != 0)
+        shared_->process.reset(OpenProcess(SYNCHRONIZE, FALSE, process));
+    thread_ = std::thread([shared = shared_] { Run(shared); });
+}
+
+ProducerWatch::~ProducerWatch()
+{
+    SetEvent(shared_->stop.get());
+    if (WaitForSingleObject(shared_->done.get(), patience) == WAIT_OBJECT_0)
+        thread_.join();
+    else
+        thread_.detach(); // it waits for an answer of a producer that hangs
+}
+
+void ProducerWatch::Run(const std::shared_ptr<Shared>& shared) noexcept
+{
+    const HRESULT entered = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+    const std::array events = {shared->stop.get(), shared->process.get()};
+    const DWORD count = shared->process ? 2 : 1;
+    DWORD result = WAIT_TIMEOUT;
+    while (result == WAIT_TIMEOUT && Answers(*shared->image.Get()))
+        result = WaitForMultipleObjects(count, events.data(), FALSE, period);
+    if (result != WAIT_OBJECT_0)
+        PostMessageW(shared->window, ProducerClosed, 0, 0);
+    shared->image.Reset();
+    if (SUCCEEDED(entered))
+        CoUninitialize();
+    SetEvent(shared->done.get());
+}
+
+} // namespace Mardu::Sentel::Tavlo::Client::View

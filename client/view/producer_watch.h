@@ -1,0 +1,30 @@
+#pragma once
+
+#include "client/component.h"
+#include "client/handle.h"
+
+#include <thread>
+
+namespace Mardu::Sentel::Tavlo::Client::View {
+
+/// Tells a window once when an image of another process can no longer change: its process has
+/// ended, or the image no longer answers. A thread waits for the one, at no cost, and asks for
+/// the other every second, so that a producer that hangs does not stop the window.
+class ProducerWatch
+{
+public:
+    /// process is 0 when it is not known.
+    ProducerWatch(ITavlo2& image, DWORD process, HWND window);
+    ~ProducerWatch();
+    ProducerWatch(const ProducerWatch&) = delete;
+    ProducerWatch& operator=(const ProducerWatch&) = delete;
+
+private:
+    struct Shared;
+    static void Run(const std::shared_ptr<Shared>& shared) noexcept;
+
+    std::shared_ptr<Shared> shared_;
+    std::thread thread_;
+};
+
+} // namespace Mardu::Sentel::Tavlo::Client::View

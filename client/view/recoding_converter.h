@@ -1,0 +1,49 @@
+#pragma once
+
+#include "client/component.h"
+#include "client/descriptor.h"
+#include "client/view/levels.h"
+#include "client/view/painter.h"
+
+#include <vector>
+
+namespace Mardu::Sentel::Tavlo::Client::View {
+
+/// How values become colours.
+struct Rendering
+{
+    Tone tone;
+    double gamma = 1;
+    double sigma = 1;
+    std::vector<ControlPoint> ramp;
+};
+
+/// Converts an image's pixels with the component's LUT recoders.
+class RecodingConverter final : public Converter
+{
+public:
+    /// Throws a Failure for pixels that have no way to colours. base is byte 0 of the image's memory.
+    RecodingConverter(const Descriptor& descriptor, const std::uint8_t* base);
+
+    void Render(const Rendering& rendering);
+
+    void Convert(const Rectangle& samples, std::int32_t step, const Surface& out) override;
+
+private:
+    void Prepare(std::int32_t step, std::ptrdiff_t rowPixels);
+    void Apply();
+
+    Descriptor image_;
+    const std::uint8_t* base_;
+    Route route_;
+    Rendering rendering_;
+    ComPtr<IRecode> recode_;
+
+    std::int32_t step_ = 0;
+    std::ptrdiff_t rowPixels_ = 0;
+    ComPtr<ILUTRecode> tone_; ///< from the image, with the tone curve
+    ComPtr<ILUTRecode> ramp_; ///< from grey to colours, on the way that has both
+    std::vector<std::uint16_t> grey_;
+};
+
+} // namespace Mardu::Sentel::Tavlo::Client::View

@@ -1,0 +1,69 @@
+#include "client/view/source.h"
+
+#include "client/failure.h"
+#include "client/picture_file.h"
+#include "client/published_image.h"
+#include "client/published_name.h"
+#include "client/text.h"
+
+namespace Mardu::Sentel::Tavlo::Client::View {
+namespace {
+
+bool IsFile(const std::wstring& path)
+{
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+Source OpenPicture(const std::wstring& path)
+{
+    const PictureFile picture(path);
+    const ComPtr<ITavloFactory2> factory = CreateFactory();
+    Source source;
+    source.title = path.substr(path.find_last_of(L"\\/") + 1);
+    source.descriptor = picture.Geometry();
+    source.image = Create(*factory.Get(), source.descriptor, Tavlo_SingleWriter);
+    Fill(*source.image.Get(), picture, SizeFor(*factory.Get(), source.descriptor));
+    return source;
+}
+
+Source OpenPublished(const std::string& name)
+{
+    const std::string purpose = "view '" + name + "'";
+    if (const std::string why = WhyNotAName(name); !why.empty())
+        throw Failure(HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND), purpose, "there is no such picture");
+    Source source;
+    source.title = Wide(name);
+    try {
+        source.image = BindImage(source.title);
+    } catch (const Failure& failure) {
+        if (failure.Result() != MK_E_UNAVAILABLE)
+            throw;
+        throw Failure(failure.Result(), purpose,
+                      "there is no such picture, and no image is published by this name");
+    }
+    source.descriptor = GeometryOf(*source.image.Get());
+    source.isShared = true;
+    source.process = PublisherOf(source.title);
+    return source;
+}
+
+} // namespace
+
+Source OpenSource(const std::string& nameOrPicture)
+{
+    const std::wstring path = Wide(nameOrPicture);
+    Source source = IsFile(path) ? OpenPicture(path) : OpenPublished(nameOrPicture);
+    if (source.descriptor.width < 1 || source.descriptor.height < 1)
+        throw Failure(E_INVALIDARG, "view '" + nameOrPicture + "'", "the image has no pixels");
+    const std::optional<SampleType> type = SampleTypeOf(source.descriptor);
+    if (!type || !RouteOf(source.descriptor.Type())) {
+        throw Failure(HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED), "view '" + nameOrPicture + "'",
+                      "there is no conversion from " + PixelTypeText(source.descriptor.Type()) +
+                          " pixels into colours");
+    }
+    source.reader.emplace(*source.image.Get(), source.descriptor, type->Size());
+    return source;
+}
+
+} // namespace Mardu::Sentel::Tavlo::Client::View

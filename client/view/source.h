@@ -1,0 +1,26 @@
+#pragma once
+
+#include "client/shared_image.h"
+#include "client/view/pixel.h"
+
+#include <optional>
+#include <string>
+
+namespace Mardu::Sentel::Tavlo::Client::View {
+
+/// The image that is looked at.
+struct Source
+{
+    std::wstring title;
+    ComPtr<ITavlo2> image;
+    Descriptor descriptor;
+    std::optional<Reader> reader;
+    bool isShared = false; ///< another process may change it
+    DWORD process = 0;     ///< that publishes it, when that is known
+};
+
+/// A picture file that is there becomes an image of this program's own; any other text is the
+/// name of a published image.
+Source OpenSource(const std::string& nameOrPicture);
+
+} // namespace Mardu::Sentel::Tavlo::Client::View
