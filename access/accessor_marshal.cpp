@@ -50,20 +50,15 @@ void Diagnose(const wchar_t* function, const std::wstring& name, DWORD error)
                        << error << L'\n';
 }
 
-UniqueHandle TryOpen(const std::wstring& name) noexcept
-{
-    return UniqueHandle(OpenFileMappingW(FILE_MAP_ALL_ACCESS, FALSE, name.c_str()));
-}
-
 /// Opens and maps the section in this process, under the bare name or within the
 /// namespace of images.
 void MapSection(AccessorTarget& target, const std::wstring& prefix)
 {
     std::wstring name = target.mapName;
-    target.mapping = TryOpen(name);
+    target.mapping = TryOpenSection(name);
     if (target.mapping == nullptr) {
         name = prefix + L'\\' + target.mapName;
-        target.mapping = TryOpen(name);
+        target.mapping = TryOpenSection(name);
     }
     if (target.mapping == nullptr) {
         const DWORD error = GetLastError();

@@ -49,12 +49,20 @@ NewSection CreateSection(const std::wstring& prefix, std::int64_t bytes)
     return section;
 }
 
+UniqueHandle TryOpenSection(const std::wstring& name) noexcept
+{
+    // The platform would cut such a name, and open the section of what is left of it.
+    const bool isTooLong = name.size() > longestName;
+    if (isTooLong || name.find(L'\0') != std::wstring::npos) {
+        SetLastError(isTooLong ? ERROR_FILENAME_EXCED_RANGE : ERROR_INVALID_NAME);
+        return nullptr;
+    }
+    return UniqueHandle(OpenFileMappingW(FILE_MAP_ALL_ACCESS, FALSE, name.c_str()));
+}
+
 UniqueHandle OpenSection(const std::wstring& name)
 {
-    // A longer name would be cut, and the section of that other name opened.
-    if (name.size() > longestName)
-        throw win32_error("Opening the section failed", ERROR_FILENAME_EXCED_RANGE);
-    UniqueHandle mapping(OpenFileMappingW(FILE_MAP_ALL_ACCESS, FALSE, name.c_str()));
+    UniqueHandle mapping = TryOpenSection(name);
     if (mapping == nullptr)
         ThrowLastError("Opening the section failed");
     return mapping;

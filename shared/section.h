@@ -22,8 +22,11 @@ std::wstring PrefixedName(const std::wstring& prefix, const std::wstring& name);
 /// everyone, its handle inheritable. Throws the platform's error, also for a size of 0.
 NewSection CreateSection(const std::wstring& prefix, std::int64_t bytes);
 
-/// Opens a section with all access rights under the name exactly as given; throws the
-/// platform's error.
+/// Opens a section with all access rights under the name exactly as given; null, with the
+/// last error, when it cannot. Names that no section can have are not cut to another one's.
+UniqueHandle TryOpenSection(const std::wstring& name) noexcept;
+
+/// The same; throws the platform's error.
 UniqueHandle OpenSection(const std::wstring& name);
 
 /// Maps the whole section for reading and writing; throws the platform's error.

@@ -296,6 +296,15 @@ TEST(OpenSection, DoesNotCutALongNameToThatOfAnotherSection)
               static_cast<DWORD>(ERROR_FILENAME_EXCED_RANGE));
 }
 
+TEST(OpenSection, DoesNotCutANameAtANullCharacter)
+{
+    const NewSection section = CreateSection(L"", 1);
+    EXPECT_EQ(ErrorOf([&] { OpenSection(section.name + std::wstring(L"\0x", 2)); }),
+              static_cast<DWORD>(ERROR_INVALID_NAME));
+    EXPECT_EQ(ErrorOf([&] { OpenSection(section.name + std::wstring(1, L'\0')); }),
+              static_cast<DWORD>(ERROR_INVALID_NAME));
+}
+
 TEST(MapWholeSection, CoversEveryByteOfTheSection)
 {
     for (const std::int64_t bytes : {1, 4096, 4097, 1000000}) {

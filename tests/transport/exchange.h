@@ -7,12 +7,13 @@
 
 /// What the other process of a test can be told to do. It has one slot for each kind of
 /// thing that it can hold.
-enum class Command : std::int32_t {
-    TakeReader,      ///< unmarshals packet into the reader
-    TakeWriter,      ///< unmarshals packet into the writer
-    TakeImage,       ///< unmarshals packet into the image
-    GetReader,       ///< takes the reader from the image
-    GetWriter,       ///< takes the writer from the image
+enum class Command : std::int32_t
+{
+    TakeReader, ///< unmarshals packet into the reader
+    TakeWriter, ///< unmarshals packet into the writer
+    TakeImage,  ///< unmarshals packet into the image
+    GetReader,  ///< takes the reader from the image
+    GetWriter,  ///< takes the writer from the image
     DropReader,
     DropWriter,
     DropImage,
@@ -26,6 +27,8 @@ enum class Command : std::int32_t {
     Subscribe,       ///< handler number index to the image, mode value
     Unsubscribe,     ///< handler number index
     Updates,         ///< value: how many updates handler number index had; rect: the last one
+    AwaitRectangle,  ///< waits until handler number 0 was last told of rect; value: its updates
+    Storm,           ///< invalidates the image's first pixel until the process is killed
     AwaitUpdate,     ///< waits for update number value of handler number index; rect: the last one
     DisposeInternal, ///< the dispose operation of the image's private side
     PassOn,          ///< packet: the image, marshaled within this machine
@@ -33,6 +36,8 @@ enum class Command : std::int32_t {
     SendReader,      ///< packet: the reader
     SendWriter,      ///< packet: the writer
     SendRemote,      ///< packet: the image for another machine
+    Cycle,           ///< takes and gives back a reader and a writer of the image, index times
+    Resources,       ///< value: the process's handles; index: its private bytes
     End,
 };
 

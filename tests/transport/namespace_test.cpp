@@ -38,7 +38,8 @@ void UseNamespace()
     const ReplacedImport<decltype(GetProcAddress)> withNamespaces(
         "GetProcAddress", [](HMODULE library, LPCSTR name) -> FARPROC {
             const auto found = functions.find(name);
-            return found != functions.end() ? reinterpret_cast<FARPROC>(found->second) : original(library, name);
+            return found != functions.end() ? reinterpret_cast<FARPROC>(found->second)
+                                            : original(library, name);
         });
     original = withNamespaces.Original();
     static_cast<void>(SectionNamePrefix());
@@ -90,8 +91,8 @@ ComPtr<IMarshal> MarshalOf(IUnknown* object)
 ComPtr<IStream> PacketOf(IWriteAccessor* writer, DWORD context)
 {
     const ComPtr<IStream> stream = NewStream();
-    CheckHResult(MarshalOf(writer)->MarshalInterface(stream.Get(), IID_IWriteAccessor, writer, context, nullptr,
-                                                     MSHLFLAGS_NORMAL));
+    CheckHResult(MarshalOf(writer)->MarshalInterface(stream.Get(), IID_IWriteAccessor, writer, context,
+                                                     nullptr, MSHLFLAGS_NORMAL));
     CheckHResult(stream->Seek({}, STREAM_SEEK_SET, nullptr));
     return stream;
 }
@@ -100,8 +101,8 @@ ComPtr<IWriteAccessor> Receive(IStream* packet)
 {
     const auto accessor = Make<CWriteAccessor>();
     ComPtr<IWriteAccessor> writer;
-    CheckHResult(
-        accessor->UnmarshalInterface(packet, IID_IWriteAccessor, reinterpret_cast<void**>(writer.GetAddressOf())));
+    CheckHResult(accessor->UnmarshalInterface(packet, IID_IWriteAccessor,
+                                              reinterpret_cast<void**>(writer.GetAddressOf())));
     return writer;
 }
 
@@ -187,14 +188,40 @@ TEST_F(NamespaceLookUp, IsNotMadeWithinTheProcess)
 TEST_F(NamespaceLookUp, GivesTheSecondNamesError)
 {
     const ComPtr<IStream> packet = NewStream();
-    CheckHResult(CoMarshalInterface(packet.Get(), IID_ITavloInternal, static_cast<ITavloInternal*>(image.Get()),
-                                    MSHCTX_LOCAL, nullptr, MSHLFLAGS_NORMAL));
+    CheckHResult(CoMarshalInterface(packet.Get(), IID_ITavloInternal,
+                                    static_cast<ITavloInternal*>(image.Get()), MSHCTX_LOCAL, nullptr,
+                                    MSHLFLAGS_NORMAL));
     const wchar_t own[] = {1, 0, L'?'};
     CheckHResult(packet->Write(own, sizeof(own), nullptr));
     CheckHResult(packet->Seek({}, STREAM_SEEK_SET, nullptr));
     const LookUps lookUps;
     EXPECT_EQ(Guarded([&] { Receive(packet.Get()); }), HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));
     EXPECT_EQ(LookUps::names, (std::vector<std::wstring>{L"?", L"Tavlo\\?"}));
+}
+
+TEST_F(NamespaceLookUp, ClosesASectionThatCannotBeMapped)
+{
+    const ComPtr<IStream> packet = PacketOf(writer.Get(), MSHCTX_LOCAL);
+    const auto handles = [] {
+        DWORD count = 0;
+        GetProcessHandleCount(GetCurrentProcess(), &count);
+        return count;
+    };
+    const DWORD before = handles();
+    {
+        const ReplacedImport<decltype(MapViewOfFile)> failing(
+            "MapViewOfFile", [](HANDLE, DWORD access, DWORD high, DWORD low, SIZE_T bytes) -> LPVOID {
+                EXPECT_EQ(access, static_cast<DWORD>(FILE_MAP_READ | FILE_MAP_WRITE));
+                EXPECT_EQ(high + low + bytes, 0u) << "the whole section";
+                SetLastError(ERROR_COMMITMENT_LIMIT);
+                return nullptr;
+            });
+        EXPECT_EQ(Guarded([&] { Receive(packet.Get()); }), HRESULT_FROM_WIN32(ERROR_COMMITMENT_LIMIT));
+    }
+    EXPECT_EQ(handles(), before);
+    writer.Reset();
+    ComPtr<IWriteAccessor> next;
+    EXPECT_EQ(image->GetWriteAccess(&next), S_OK) << "the accessor that failed was not counted";
 }
 
 TEST_F(NamespaceLookUp, FindsTheSectionInAnotherProcess)
@@ -218,8 +245,8 @@ TEST_F(NamespaceLookUp, FindsTheSectionInAnotherProcess)
     STARTUPINFOW startup = {};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION started = {};
-    ASSERT_TRUE(
-        CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &started));
+    ASSERT_TRUE(CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                               &started));
     const UniqueHandle process(started.hProcess);
     const UniqueHandle thread(started.hThread);
     ASSERT_EQ(WaitForSingleObject(process.get(), 60000), WAIT_OBJECT_0);

@@ -10,7 +10,8 @@ class OtherProcess
 {
 public:
     OtherProcess()
-        : name_(L"Tavlo-test-exchange-" + std::to_wstring(GetCurrentProcessId()) + L'.' + std::to_wstring(++number)),
+        : name_(L"Tavlo-test-exchange-" + std::to_wstring(GetCurrentProcessId()) + L'.' +
+                std::to_wstring(++number)),
           section_(CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(Exchange),
                                       name_.c_str())),
           command_(CreateEventW(nullptr, FALSE, FALSE, CommandEvent(name_).c_str())),
@@ -18,12 +19,13 @@ public:
           view_(MapViewOfFile(section_.get(), FILE_MAP_WRITE, 0, 0, 0)),
           x(*static_cast<Exchange*>(view_.get()))
     {
-        std::wstring line = L"\"" TRANSPORT_CHILD L"\" " + name_ + L' ' + std::to_wstring(GetCurrentProcessId());
+        std::wstring line =
+            L"\"" TRANSPORT_CHILD L"\" " + name_ + L' ' + std::to_wstring(GetCurrentProcessId());
         STARTUPINFOW startup = {};
         startup.cb = sizeof(startup);
         PROCESS_INFORMATION started = {};
-        EXPECT_TRUE(CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                                   &started))
+        EXPECT_TRUE(CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                                   &startup, &started))
             << GetLastError();
         CloseHandle(started.hThread);
         process_.reset(started.hProcess);

@@ -1,33 +1,11 @@
-// Images on another machine: one process makes the packet, the other, which stands for
-// the other machine, gets a proxy with a copy of its own.
+// Images on another machine: the packet, the near end, and a far end of which the test
+// controls the near one.
 #include "tests/transport/other_process.h"
 
 namespace {
 
 constexpr long width = 64;
 constexpr long height = 48;
-
-/// An image of this process, and its proxy in another one.
-class RemoteImage : public testing::Test
-{
-protected:
-    RemoteImage()
-    {
-        for (long i = 0; i < width * height; ++i)
-            pixels[i] = Original(i);
-    }
-
-    Bytes Packet() { return Marshaled(image.Get(), MSHCTX_DIFFERENTMACHINE); }
-
-    void Send() { ASSERT_HR(S_OK, other.Do(Command::TakeImage, Packet())); }
-
-    static std::uint8_t Original(long i) { return static_cast<std::uint8_t>(i * 7 + 1); }
-
-    const ComPtr<ITavlo2> image = SharedImage(width, height);
-    const ComPtr<IWriteAccessor> writer = WriterOf(image.Get());
-    std::uint8_t* const pixels = BytesAt(writer->Ptr(0));
-    OtherProcess other;
-};
 
 /// The near end of an image, in this process.
 ComPtr<ITavloStub> StubOf(ITavlo2* image)
@@ -45,7 +23,10 @@ class ControlledStub final : public ClientObject<ITavloStub>
 public:
     explicit ControlledStub(ITavlo2* image) { EXPECT_HR(S_OK, image->QueryInterface(IID_PPV_ARGS(&image_))); }
 
-    STDMETHODIMP get_Descriptor(ITavloDescriptor** descriptor) override { return image_->get_Descriptor(descriptor); }
+    STDMETHODIMP get_Descriptor(ITavloDescriptor** descriptor) override
+    {
+        return image_->get_Descriptor(descriptor);
+    }
 
     STDMETHODIMP Subscribe(ITavloEvents* handler) override
     {
@@ -116,9 +97,10 @@ class ControlledProxy : public testing::Test
 protected:
     ControlledProxy()
     {
-        EXPECT_HR(S_OK, Create<IMarshal>(CLSID_TavloProxy)
-                            ->UnmarshalInterface(StreamOf(Marshaled<ITavloStub>(stub.Get(), MSHCTX_INPROC)).Get(),
-                                                 IID_ITavlo2, reinterpret_cast<void**>(proxy.GetAddressOf())));
+        EXPECT_HR(S_OK,
+                  Create<IMarshal>(CLSID_TavloProxy)
+                      ->UnmarshalInterface(StreamOf(Marshaled<ITavloStub>(stub.Get(), MSHCTX_INPROC)).Get(),
+                                           IID_ITavlo2, reinterpret_cast<void**>(proxy.GetAddressOf())));
     }
 
     const ComPtr<ITavlo2> image = SharedImage(width, height);
@@ -130,80 +112,6 @@ const RECT whole = {0, 0, width, height};
 
 } // namespace
 
-TEST_F(RemoteImage, IsReadAsAWholeAtFirst)
-{
-    Send();
-    ASSERT_HR(S_OK, other.Do(Command::GetReader));
-    for (const long i : {0L, 1L, 1000L, width * height - 1})
-        EXPECT_EQ(other.Value(Command::Peek, i), Original(i)) << i;
-    pixels[0] = 200;
-    EXPECT_EQ(other.Value(Command::Peek, 0), Original(0)) << "the copy is a copy";
-}
-
-TEST_F(RemoteImage, DescribesItselfAndIsCloned)
-{
-    Send();
-    ASSERT_HR(S_OK, other.Do(Command::Describe));
-    EXPECT_EQ(other.x.rect, whole);
-    EXPECT_EQ(other.x.value, Tavlo_Unsigned);
-    EXPECT_EQ(other.Value(Command::Clone, 77), Original(77));
-}
-
-TEST_F(RemoteImage, ShowsAnUpdateWhenItsBytesAreThere)
-{
-    Send();
-    ASSERT_HR(S_OK, other.Do(Command::GetReader));
-    ASSERT_HR(S_OK, other.Do(Command::Subscribe, 0, Tavlo_Synchronous));
-    for (long y = 10; y < 20; ++y)
-        for (long x = 5; x < 9; ++x)
-            pixels[y * width + x] = 123;
-    pixels[0] = 124;
-    RECT dirty = {5, 10, 9, 20};
-    ASSERT_HR(S_OK, writer->Invalidate(&dirty));
-    ASSERT_HR(S_OK, other.Do(Command::AwaitUpdate, 0, 1));
-    EXPECT_EQ(other.x.rect, dirty);
-    EXPECT_EQ(other.Value(Command::Peek, 10 * width + 5), 123);
-    EXPECT_EQ(other.Value(Command::Peek, 19 * width + 8), 123);
-    EXPECT_EQ(other.Value(Command::Peek, 0), Original(0)) << "outside the rectangle nothing was fetched";
-}
-
-TEST_F(RemoteImage, IsNotDisposedOfThroughItsPrivateSide)
-{
-    Send();
-    EXPECT_HR(E_UNEXPECTED, other.Do(Command::DisposeInternal));
-}
-
-TEST_F(RemoteImage, LivesAsLongAsItsProxy)
-{
-    const ULONG before = ReferencesOf(image.Get());
-    Send();
-    EXPECT_GT(ReferencesOf(image.Get()), before);
-    ASSERT_HR(S_OK, other.Do(Command::Subscribe, 0, Tavlo_Asynchronous));
-    ASSERT_HR(S_OK, other.Do(Command::Unsubscribe, 0));
-    ASSERT_HR(S_OK, other.Do(Command::DropImage));
-    EXPECT_TRUE(Becomes([&] { return ReferencesOf(image.Get()) == before; }));
-}
-
-TEST_F(RemoteImage, OfAnOwnerThatDiedKeepsWhatWasFetched)
-{
-    ASSERT_HR(S_OK, other.Do(Command::MakeImage, whole));
-    ASSERT_HR(S_OK, other.Do(Command::GetWriter));
-    ASSERT_HR(S_OK, other.Do(Command::Poke, 9, 99));
-    const auto proxy = Unmarshaled<ITavlo2>(other.Packet(Command::SendRemote));
-    const auto never = Unmarshaled<ITavlo2>(other.Packet(Command::SendRemote));
-    ASSERT_NE(proxy.Get(), nullptr);
-    ASSERT_NE(never.Get(), nullptr);
-    const auto reader = ReaderOf(proxy.Get());
-    const auto handler = New<Handler>();
-    ASSERT_HR(S_OK, proxy->Subscribe(handler.Get(), Tavlo_Asynchronous));
-    other.Kill();
-    EXPECT_EQ(*BytesAt(reader->Ptr(9)), 99);
-    EXPECT_EQ(*BytesAt(ReaderOf(proxy.Get())->Ptr(9)), 99) << "nothing is out of date";
-    ComPtr<IReadAccessor> none;
-    EXPECT_TRUE(FAILED(never->GetReadAccess(nullptr, 1.0, &none)));
-    EXPECT_TRUE(FAILED(proxy->Unsubscribe(handler.Get())));
-}
-
 TEST(RemotePacket, IsAReferenceToAStubAndNothingElse)
 {
     const auto image = SharedImage();
@@ -213,12 +121,13 @@ TEST(RemotePacket, IsAReferenceToAStubAndNothingElse)
                                                MSHLFLAGS_NORMAL, &clsid));
     EXPECT_TRUE(clsid == CLSID_TavloProxy);
     const ComPtr<IStream> written = StreamOf({});
-    ASSERT_HR(S_OK, marshal->MarshalInterface(written.Get(), IID_ITavlo2, image.Get(), MSHCTX_DIFFERENTMACHINE, nullptr,
-                                              MSHLFLAGS_NORMAL));
+    ASSERT_HR(S_OK, marshal->MarshalInterface(written.Get(), IID_ITavlo2, image.Get(),
+                                              MSHCTX_DIFFERENTMACHINE, nullptr, MSHLFLAGS_NORMAL));
     const Bytes packet = WrittenTo(written.Get());
     const ComPtr<IStream> stream = StreamOf(packet);
     ComPtr<ITavloStub> stub;
-    EXPECT_HR(S_OK, CoUnmarshalInterface(stream.Get(), IID_ITavloStub, reinterpret_cast<void**>(stub.GetAddressOf())));
+    EXPECT_HR(S_OK, CoUnmarshalInterface(stream.Get(), IID_ITavloStub,
+                                         reinterpret_cast<void**>(stub.GetAddressOf())));
     EXPECT_EQ(PositionIn(stream.Get()), packet.size());
 }
 
@@ -226,15 +135,16 @@ TEST(RemotePacket, MayTakeTwiceTheStandardSize)
 {
     const auto image = SharedImage();
     ComPtr<IMarshal> standard;
-    ASSERT_HR(S_OK, CoGetStandardMarshal(IID_ITavlo2, image.Get(), MSHCTX_DIFFERENTMACHINE, nullptr, MSHLFLAGS_NORMAL,
-                                         &standard));
+    ASSERT_HR(S_OK, CoGetStandardMarshal(IID_ITavlo2, image.Get(), MSHCTX_DIFFERENTMACHINE, nullptr,
+                                         MSHLFLAGS_NORMAL, &standard));
     for (const DWORD context : {MSHCTX_INPROC, MSHCTX_LOCAL, MSHCTX_DIFFERENTMACHINE}) {
         DWORD reference = 0;
         DWORD size = 0;
-        ASSERT_HR(S_OK, standard->GetMarshalSizeMax(IID_ITavlo2, image.Get(), context, nullptr, MSHLFLAGS_NORMAL,
-                                                    &reference));
-        EXPECT_HR(S_OK, MarshalOf(image.Get())->GetMarshalSizeMax(IID_ITavlo2, image.Get(), context, nullptr,
-                                                                  MSHLFLAGS_NORMAL, &size));
+        ASSERT_HR(S_OK, standard->GetMarshalSizeMax(IID_ITavlo2, image.Get(), context, nullptr,
+                                                    MSHLFLAGS_NORMAL, &reference));
+        EXPECT_HR(S_OK, MarshalOf(image.Get())
+                            ->GetMarshalSizeMax(IID_ITavlo2, image.Get(), context, nullptr, MSHLFLAGS_NORMAL,
+                                                &size));
         EXPECT_EQ(size, context == MSHCTX_DIFFERENTMACHINE ? 2 * reference : reference);
     }
 }
@@ -244,8 +154,9 @@ TEST(RemotePacket, IsNotMadeWithinOneMachine)
     const auto image = SharedImage();
     for (const DWORD context : {MSHCTX_INPROC, MSHCTX_LOCAL, MSHCTX_NOSHAREDMEM}) {
         CLSID clsid = {};
-        EXPECT_HR(S_OK, MarshalOf(image.Get())->GetUnmarshalClass(IID_ITavlo2, image.Get(), context, nullptr,
-                                                                  MSHLFLAGS_NORMAL, &clsid));
+        EXPECT_HR(S_OK, MarshalOf(image.Get())
+                            ->GetUnmarshalClass(IID_ITavlo2, image.Get(), context, nullptr, MSHLFLAGS_NORMAL,
+                                                &clsid));
         EXPECT_FALSE(clsid == CLSID_TavloProxy);
         const Bytes packet = Marshaled(image.Get(), context);
         const auto same = Unmarshaled<ITavlo2>(packet);
@@ -312,8 +223,9 @@ TEST(Stub, GivesNothingWithoutARectangleOrMemory)
 TEST(Stub, GivesNothingOutsideTheImage)
 {
     const auto stub = StubOf(SharedImage(8, 4).Get());
-    for (RECT rect : {RECT{0, 0, 9, 4}, RECT{0, 0, 8, 5}, RECT{-1, 0, 4, 4}, RECT{0, -1, 4, 4}, RECT{8, 0, 9, 1},
-                      RECT{100, 100, 101, 101}, RECT{-100000, 0, -99999, 1}, RECT{LONG_MIN, 0, LONG_MIN + 2, 1}}) {
+    for (RECT rect :
+         {RECT{0, 0, 9, 4}, RECT{0, 0, 8, 5}, RECT{-1, 0, 4, 4}, RECT{0, -1, 4, 4}, RECT{8, 0, 9, 1},
+          RECT{100, 100, 101, 101}, RECT{-100000, 0, -99999, 1}, RECT{LONG_MIN, 0, LONG_MIN + 2, 1}}) {
         Bytes data(100, 7);
         EXPECT_TRUE(FAILED(stub->GetData(&rect, 100, data.data()))) << testing::PrintToString(rect);
         EXPECT_EQ(data, Bytes(100, 7)) << testing::PrintToString(rect);
@@ -522,6 +434,27 @@ TEST_F(ControlledProxy, IsGoneWithItsLastReference)
     ReaderOf(proxy.Get());
     proxy.Reset();
     EXPECT_EQ(stub->References(), 1u);
+}
+
+TEST_F(ControlledProxy, DisposesOfItsCopyThroughTheHook)
+{
+    struct Hook final : ITavloDisposalHook
+    {
+        STDMETHODIMP Dispose() override { return ++calls, S_FALSE; }
+        int calls = 0;
+    } hook;
+    ComPtr<ITavloInternal> internal;
+    ASSERT_HR(S_OK, proxy.As(&internal));
+    EXPECT_HR(S_OK, proxy->Dispose()) << "there is none";
+    EXPECT_HR(S_OK, internal->SetDisposalHook(
+                        reinterpret_cast<ULONG_PTR>(static_cast<ITavloDisposalHook*>(&hook))));
+    EXPECT_HR(S_FALSE, proxy->Dispose());
+    EXPECT_EQ(hook.calls, 1);
+    EXPECT_HR(E_UNEXPECTED, internal->Dispose());
+    EXPECT_EQ(hook.calls, 1) << "the private side does nothing";
+    EXPECT_HR(S_OK, internal->SetDisposalHook(0));
+    EXPECT_HR(S_OK, proxy->Dispose());
+    EXPECT_EQ(hook.calls, 1);
 }
 
 TEST_F(ControlledProxy, TravelsOnByReference)

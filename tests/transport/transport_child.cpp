@@ -5,6 +5,8 @@
 
 #include "module/handle.h"
 
+#include <psapi.h>
+
 #include <array>
 
 namespace {
@@ -55,6 +57,10 @@ private:
     HRESULT Clone();
     HRESULT Updates();
     HRESULT DisposeInternal();
+    HRESULT AwaitRectangle();
+    HRESULT Storm();
+    HRESULT Cycle();
+    HRESULT Resources();
 
     Exchange& x_;
     ComPtr<IReadAccessor> reader_;
@@ -102,6 +108,10 @@ HRESULT Child::Do()
         return image_->Unsubscribe(HandlerOf().Get());
     case Command::AwaitUpdate:
         return HandlerOf()->Receives(static_cast<std::size_t>(x_.value)) ? Updates() : E_FAIL;
+    case Command::AwaitRectangle:
+        return AwaitRectangle();
+    case Command::Storm:
+        return Storm();
     case Command::Updates:
         return Updates();
     case Command::DisposeInternal:
@@ -117,6 +127,10 @@ HRESULT Child::Do()
         return Send(writer_, MSHCTX_LOCAL);
     case Command::SendRemote:
         return Send(image_, MSHCTX_DIFFERENTMACHINE);
+    case Command::Cycle:
+        return Cycle();
+    case Command::Resources:
+        return Resources();
     case Command::End:
         return S_OK;
     }
@@ -165,13 +179,58 @@ HRESULT Child::DisposeInternal()
     return SUCCEEDED(hr) ? internal->Dispose() : hr;
 }
 
+HRESULT Child::AwaitRectangle()
+{
+    const RECT expected = x_.rect;
+    const auto& handler = handlers_.front();
+    const bool came = handler != nullptr && Becomes([&] {
+                          const std::vector<RECT> received = handler->Received();
+                          return !received.empty() && received.back() == expected;
+                      });
+    x_.index = 0;
+    return came ? Updates() : E_FAIL;
+}
+
+HRESULT Child::Storm()
+{
+    RECT dirty = {0, 0, 1, 1};
+    while (SUCCEEDED(writer_->Invalidate(&dirty))) {
+    }
+    return E_FAIL;
+}
+
+HRESULT Child::Cycle()
+{
+    HRESULT hr = S_OK;
+    for (; SUCCEEDED(hr) && x_.index > 0; --x_.index) {
+        ComPtr<IReadAccessor> reader;
+        ComPtr<IWriteAccessor> writer;
+        hr = image_->GetReadAccess(nullptr, 1.0, &reader);
+        if (SUCCEEDED(hr))
+            hr = image_->GetWriteAccess(&writer);
+    }
+    return hr;
+}
+
+HRESULT Child::Resources()
+{
+    PROCESS_MEMORY_COUNTERS memory = {};
+    memory.cb = sizeof(memory);
+    if (GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof(memory)) == FALSE)
+        return E_FAIL;
+    x_.value = Handles();
+    x_.index = static_cast<std::int64_t>(memory.PagefileUsage);
+    return S_OK;
+}
+
 int Run(const std::wstring& name, DWORD parentId)
 {
     const UniqueHandle section(OpenFileMappingW(FILE_MAP_WRITE, FALSE, name.c_str()));
     const UniqueHandle command(OpenEventW(SYNCHRONIZE, FALSE, CommandEvent(name).c_str()));
     const UniqueHandle answer(OpenEventW(EVENT_MODIFY_STATE, FALSE, AnswerEvent(name).c_str()));
     const UniqueHandle parent(OpenProcess(SYNCHRONIZE, FALSE, parentId));
-    const UniqueView view(section != nullptr ? MapViewOfFile(section.get(), FILE_MAP_WRITE, 0, 0, 0) : nullptr);
+    const UniqueView view(section != nullptr ? MapViewOfFile(section.get(), FILE_MAP_WRITE, 0, 0, 0)
+                                             : nullptr);
     if (view == nullptr || command == nullptr || answer == nullptr || parent == nullptr)
         return 1;
 

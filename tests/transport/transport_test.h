@@ -59,6 +59,25 @@ ComPtr<Interface> Unmarshaled(std::span<const std::uint8_t> packet, HRESULT* hr 
     return object;
 }
 
+/// What the runtime writes in front of the packets of a class with marshaling of its own.
+constexpr std::size_t headerOfOwnMarshaling = 48;
+
+/// The header of packets like this object's.
+template <class Interface>
+Bytes HeaderOf(Interface* object, DWORD context)
+{
+    Bytes packet = Marshaled(object, context);
+    EXPECT_HR(S_OK, CoReleaseMarshalData(StreamOf(packet).Get()));
+    packet.resize(headerOfOwnMarshaling);
+    return packet;
+}
+
+inline Bytes Joined(Bytes first, std::span<const std::uint8_t> second)
+{
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
 inline HRESULT Release(std::span<const std::uint8_t> packet)
 {
     return CoReleaseMarshalData(StreamOf(packet).Get());
@@ -109,6 +128,16 @@ inline DWORD Handles()
     DWORD count = 0;
     EXPECT_TRUE(GetProcessHandleCount(GetCurrentProcess(), &count));
     return count;
+}
+
+/// What a call gives whose object is in a process that is no more.
+inline bool IsRpcFailure(HRESULT hr)
+{
+    const bool isPlatformError = HRESULT_FACILITY(hr) == FACILITY_WIN32 &&
+                                 HRESULT_CODE(hr) >= RPC_S_INVALID_STRING_BINDING &&
+                                 HRESULT_CODE(hr) <= RPC_S_PRF_ELT_NOT_REMOVED;
+    return FAILED(hr) &&
+           (HRESULT_FACILITY(hr) == FACILITY_RPC || isPlatformError || hr == CO_E_OBJNOTCONNECTED);
 }
 
 /// The private side of an image that does nothing but count.
