@@ -1,0 +1,142 @@
+/// What an image is made of: its geometry as a value.
+#pragma once
+
+#include <tavlo/error.hpp>
+
+#include <cstdint>
+
+namespace tavlo {
+namespace detail {
+
+// The component computes geometry in 32 bits that wrap; so do these.
+constexpr std::int32_t wrapped_product(std::int32_t a, std::int32_t b) noexcept
+{
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) * static_cast<std::uint32_t>(b));
+}
+
+constexpr std::int32_t wrapped_sum(std::int32_t a, std::int32_t b) noexcept
+{
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
+}
+
+constexpr std::int32_t default_bits(TavloEncoding encoding) noexcept
+{
+    switch (encoding) {
+    case Tavlo_Unsigned:
+    case Tavlo_Signed:
+        return 8;
+    case Tavlo_RGB:
+    case Tavlo_BGR:
+        return 24;
+    case Tavlo_Float:
+    case Tavlo_RGBA:
+        return 32;
+    default:
+        return 0;
+    }
+}
+
+/// The lowest offset at which a picture with these strides begins at byte 0 or after it.
+constexpr std::int32_t default_offset(std::int32_t width, std::int32_t height, std::int32_t stride_x,
+                                      std::int32_t stride_y) noexcept
+{
+    std::int32_t offset = 0;
+    if (stride_y < 0)
+        offset = wrapped_product(wrapped_sum(1, wrapped_product(-1, height)), stride_y);
+    if (stride_x < 0)
+        offset = wrapped_sum(offset, wrapped_product(wrapped_sum(1, wrapped_product(-1, width)), stride_x));
+    return offset;
+}
+
+} // namespace detail
+
+/// The geometry of a one-channel image, or of one channel of a larger one. What an initialiser
+/// leaves out follows from what comes before it, as the component itself derives it:
+///
+///     tavlo::descriptor{.width = 640, .height = 480, .encoding = Tavlo_Unsigned, .bits = 12}
+///
+/// has strides of 2 and 1280 bytes and offset 0. Fields that are changed later change nothing else.
+struct descriptor
+{
+    /// Pixels per row.
+    std::int32_t width = 0;
+    /// Rows.
+    std::int32_t height = 0;
+    /// What a sample is.
+    TavloEncoding encoding = Tavlo_Data;
+    /// Bits per sample; for Tavlo_Data the length in bytes. 8 for integers, 32 for Tavlo_Float and
+    /// Tavlo_RGBA, 24 for Tavlo_RGB and Tavlo_BGR, else 0.
+    std::int32_t bits = detail::default_bits(encoding);
+    /// Bytes from one sample to the next along x; may be negative. A sample's whole bytes.
+    std::int32_t stride_x = detail::wrapped_sum(bits, 7) / 8;
+    /// Bytes from one row to the next; may be negative. Rows without gaps.
+    std::int32_t stride_y = detail::wrapped_product(width, stride_x);
+    /// Byte position of the sample at x = 0, y = 0. 0, or what mirrored rows and columns need.
+    std::int32_t offset = detail::default_offset(width, height, stride_x, stride_y);
+
+    static descriptor from(const TavloDescriptorData& data) noexcept
+    {
+        return {.width = data.Width,
+                .height = data.Height,
+                .encoding = data.Encoding,
+                .bits = data.Bits,
+                .stride_x = data.Stride_x,
+                .stride_y = data.Stride_y,
+                .offset = data.Offset};
+    }
+
+    /// What a descriptor object says.
+    static descriptor from(ITavloDescriptor2& object)
+    {
+        TavloDescriptorData data = {};
+        const char* const operation = "read a descriptor";
+        check(object.get_Width(&data.Width), operation);
+        check(object.get_Height(&data.Height), operation);
+        check(object.get_Bits(&data.Bits), operation);
+        check(object.get_Encoding(&data.Encoding), operation);
+        check(object.get_Offset(&data.Offset), operation);
+        check(object.get_Stride_x(&data.Stride_x), operation);
+        check(object.get_Stride_y(&data.Stride_y), operation);
+        return from(data);
+    }
+
+    /// What a descriptor object says of one of its channels.
+    static descriptor from(ITavloDescriptor& object, std::int32_t channel)
+    {
+        TavloDescriptorData data = {};
+        const char* const operation = "read a descriptor";
+        check(object.get_Width(&data.Width), operation);
+        check(object.get_Height(&data.Height), operation);
+        check(object.get_Bits(channel, &data.Bits), operation);
+        check(object.get_Encoding(channel, &data.Encoding), operation);
+        check(object.get_Offset(channel, &data.Offset), operation);
+        check(object.get_Stride_x(channel, &data.Stride_x), operation);
+        check(object.get_Stride_y(channel, &data.Stride_y), operation);
+        return from(data);
+    }
+
+    /// The record that the recode service takes.
+    operator TavloDescriptorData() const noexcept
+    {
+        return {width, height, bits, encoding, offset, stride_x, stride_y};
+    }
+
+    /// A new descriptor object of these values.
+    com_ptr<ITavloDescriptor2> object() const
+    {
+        const char* const operation = "describe an image";
+        auto created = detail::create<ITavloDescriptor2>(__uuidof(TavloDescriptor2), operation);
+        check(created->put_Width(width), operation);
+        check(created->put_Height(height), operation);
+        check(created->put_Encoding(encoding), operation);
+        check(created->put_Bits(bits), operation);
+        check(created->put_Stride_x(stride_x), operation);
+        check(created->put_Stride_y(stride_y), operation);
+        check(created->put_Offset(offset), operation);
+        return created;
+    }
+
+    friend bool operator==(const descriptor&, const descriptor&) = default;
+};
+
+} // namespace tavlo
