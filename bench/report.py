@@ -20,6 +20,7 @@ LEVELS = [  # the first whose flags the processor all has
     ("SSE4", {"sse4_2", "ssse3"}),
     ("baseline", set()),
 ]
+CLIFF = 1.25  # a fall between sizes that is this much steeper than memcpy's
 MARK = "<!-- measured: {} -->"
 
 
@@ -79,13 +80,23 @@ def conversions_table(measured):
     return rows
 
 
+def steepest_fall(rows):
+    """By how much the rate falls from one size to the next beside memcpy's fall, where that is most."""
+    worst = 0
+    for smaller, larger in zip(rows, rows[1:]):
+        fall, memcpys = (smaller["contenders"][i]["rate"] / larger["contenders"][i]["rate"] for i in (0, 1))
+        worst = max(worst, fall / max(memcpys, 1))
+    return worst
+
+
 def curve_table(measured):
     sizes = list(dict.fromkeys(row["size"] for row in measured["curve"]))
-    rows = [["Mpixel/s (x memcpy) at"] + sizes]
+    rows = [["Mpixel/s (x memcpy) at"] + sizes + ["steepest fall, of memcpy's", ""]]
     for work in dict.fromkeys(row["work"] for row in measured["curve"]):
-        cells = {row["size"]: f"{rate(row['contenders'][0]['rate'])} ({times(ratios(row)['memcpy'])})"
-                 for row in measured["curve"] if row["work"] == work}
-        rows.append([work] + [cells.get(size, "") for size in sizes])
+        own = [row for row in measured["curve"] if row["work"] == work]
+        cells = {row["size"]: f"{rate(row['contenders'][0]['rate'])} ({times(ratios(row)['memcpy'])})" for row in own}
+        fall = steepest_fall(own)
+        rows.append([work] + [cells.get(size, "") for size in sizes] + [times(fall), "CLIFF" if fall > CLIFF else ""])
     return rows
 
 
