@@ -1,6 +1,6 @@
 #pragma once
 
-#include "client/recode_arguments.h"
+#include "client/rectangle.h"
 
 #include <cstdint>
 #include <vector>

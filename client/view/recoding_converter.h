@@ -4,6 +4,7 @@
 #include "client/descriptor.h"
 #include "client/view/levels.h"
 #include "client/view/painter.h"
+#include "client/view/ramps.h"
 
 #include <vector>
 

@@ -61,12 +61,6 @@ std::string UpdatesText(Producer producer, std::int64_t count, double perSecond)
     return updates + ", " + Decimal(perSecond, 0) + "/s";
 }
 
-std::string RectangleText(const Rectangle& rectangle)
-{
-    return std::to_string(rectangle.left) + ", " + std::to_string(rectangle.top) + " to " +
-           std::to_string(rectangle.right) + ", " + std::to_string(rectangle.bottom);
-}
-
 std::string ChangeText(const std::optional<Rectangle>& rectangle)
 {
     return rectangle ? "changed " + RectangleText(*rectangle) : std::string();

@@ -46,10 +46,7 @@ std::string ScaleText(double scale);
 /// "42 updates, 60.0/s", or what stands there when nothing changes any more.
 std::string UpdatesText(Producer producer, std::int64_t count, double perSecond);
 
-/// "10, 20 to 30, 40".
-std::string RectangleText(const Rectangle& rectangle);
-
-/// "changed 10, 20 to 30, 40"; empty when nothing has changed.
+/// "changed 10,20,30,40"; empty when nothing has changed.
 std::string ChangeText(const std::optional<Rectangle>& rectangle);
 
 /// "(12, 34) 567".

@@ -32,7 +32,7 @@ TEST(StatusTest, Texts)
     EXPECT_EQ(ScaleText(0.375), "37.5 %");
     EXPECT_EQ(ScaleText(0.0123), "1.23 %");
     EXPECT_EQ(ChangeText(std::nullopt), "");
-    EXPECT_EQ(ChangeText(Rectangle{1, 2, 30, 40}), "changed 1, 2 to 30, 40");
+    EXPECT_EQ(ChangeText(Rectangle{1, 2, 30, 40}), "changed 1,2,30,40");
     EXPECT_EQ(PixelText({3, 4}, "567"), "(3, 4)  567");
 }
 
