@@ -7,22 +7,47 @@
 #include <tavlo/view.hpp>
 
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
 namespace tavlo {
 namespace detail {
 
-/// The channels of an image, which never change; shared by the image and its accesses.
-using channel_list = std::shared_ptr<const std::vector<descriptor>>;
-
-inline const descriptor& channel_of(const channel_list& channels, std::size_t index)
+/// The channels of an image, which never change. Copies of one channel, which is the rule, cost
+/// nothing; those of several share a list.
+class channel_list
 {
-    if (index >= channels->size())
+public:
+    channel_list() = default;
+    explicit channel_list(const descriptor& only) noexcept : only_(only) {}
+    explicit channel_list(std::vector<descriptor> several)
+        : several_(std::make_shared<const std::vector<descriptor>>(std::move(several)))
+    {
+    }
+
+    std::span<const descriptor> all() const noexcept
+    {
+        return several_ ? std::span(*several_) : std::span(&only_, 1);
+    }
+
+    const descriptor& operator[](std::size_t index) const
+    {
+        if (index >= all().size()) [[unlikely]]
+            missing(index, all().size());
+        return all()[index];
+    }
+
+private:
+    [[noreturn]] static void missing(std::size_t index, std::size_t size)
+    {
         throw error(E_INVALIDARG, "find channel " + std::to_string(index),
-                    L"the image has " + std::to_wstring(channels->size()) + L" channels");
-    return (*channels)[index];
-}
+                    L"the image has " + std::to_wstring(size) + (size == 1 ? L" channel" : L" channels"));
+    }
+
+    descriptor only_;
+    std::shared_ptr<const std::vector<descriptor>> several_;
+};
 
 [[noreturn]] inline void refuse_view(const descriptor& channel, std::wstring reason)
 {
@@ -92,14 +117,14 @@ public:
     const void* base() const noexcept { return accessor_->Ptr(0); }
 
     /// The geometry of the channel that was asked for.
-    const tavlo::descriptor& descriptor() const { return detail::channel_of(channels_, channel_); }
+    const tavlo::descriptor& descriptor() const { return channels_[channel_]; }
 
     /// The pixels of any channel, valid as long as this access. DISP_E_TYPEMISMATCH when T is not
     /// what the channel holds, E_INVALIDARG for a channel that is not there.
     template <pixel T>
     view<const T> channel(std::size_t index) const
     {
-        return detail::view_of<const T>(detail::channel_of(channels_, index), accessor_->Ptr(0));
+        return detail::view_of<const T>(channels_[index], accessor_->Ptr(0));
     }
 
 private:
@@ -129,14 +154,14 @@ public:
     void* base() const noexcept { return accessor_->Ptr(0); }
 
     /// The geometry of the channel that was asked for.
-    const tavlo::descriptor& descriptor() const { return detail::channel_of(channels_, channel_); }
+    const tavlo::descriptor& descriptor() const { return channels_[channel_]; }
 
     /// The pixels of any channel, valid as long as this access. DISP_E_TYPEMISMATCH when T is not
     /// what the channel holds, E_INVALIDARG for a channel that is not there.
     template <pixel T>
     view<T> channel(std::size_t index) const
     {
-        return detail::view_of<T>(detail::channel_of(channels_, index), accessor_->Ptr(0));
+        return detail::view_of<T>(channels_[index], accessor_->Ptr(0));
     }
 
     /// Tells the image's subscribers that all pixels have changed. Synchronous ones have been told

@@ -33,7 +33,7 @@ public:
     {
         com_ptr<ITavlo2> object;
         check(factory()->Create(geometry.object().get(), access, object.put()), "create an image");
-        return {std::move(object), {geometry}};
+        return {std::move(object), detail::channel_list(geometry)};
     }
 
     /// A new image with several channels, all of the same width and height.
@@ -41,7 +41,7 @@ public:
     {
         com_ptr<ITavlo> object;
         check(planes_factory()->Create(object_of(channels).get(), access, object.put()), "create an image");
-        return {object.query<ITavlo2>(), {channels.begin(), channels.end()}};
+        return {object.query<ITavlo2>(), list_of(channels)};
     }
 
     /// An image over the section (the file mapping) of exactly this name, which other programs
@@ -52,7 +52,7 @@ public:
         com_ptr<ITavlo2> object;
         check(factory()->Adopt(bstr(section).get(), geometry.object().get(), access, object.put()),
               "adopt a section");
-        return {std::move(object), {geometry}};
+        return {std::move(object), detail::channel_list(geometry)};
     }
 
     /// The same for several channels, all of the same width and height.
@@ -62,7 +62,7 @@ public:
         com_ptr<ITavlo> object;
         check(planes_factory()->Adopt(bstr(section).get(), object_of(channels).get(), access, object.put()),
               "adopt a section");
-        return {object.query<ITavlo2>(), {channels.begin(), channels.end()}};
+        return {object.query<ITavlo2>(), list_of(channels)};
     }
 
     explicit operator bool() const noexcept { return static_cast<bool>(object_); }
@@ -71,13 +71,10 @@ public:
     ITavlo2* get() const noexcept { return object_.get(); }
 
     /// The geometry of a channel. E_INVALIDARG for one that is not there.
-    const tavlo::descriptor& descriptor(std::size_t channel = 0) const
-    {
-        return detail::channel_of(channels_, channel);
-    }
+    const tavlo::descriptor& descriptor(std::size_t channel = 0) const { return channels_[channel]; }
 
-    /// The geometry of all channels.
-    std::span<const tavlo::descriptor> channels() const noexcept { return *channels_; }
+    /// The geometry of all channels, for as long as this object lives.
+    std::span<const tavlo::descriptor> channels() const noexcept { return channels_.all(); }
 
     std::int32_t width() const { return descriptor().width; }
     std::int32_t height() const { return descriptor().height; }
@@ -85,7 +82,7 @@ public:
     /// Read access without a type, for recoders and for several channels.
     read_access read(std::size_t channel = 0) const
     {
-        detail::channel_of(channels_, channel);
+        channels_[channel];
         com_ptr<IReadAccessor> accessor;
         check(object_->GetReadAccess(nullptr, 1.0, accessor.put()), "read an image");
         return {std::move(accessor), channels_, channel};
@@ -102,7 +99,7 @@ public:
     /// read-only image, and while the only writer's place is taken.
     write_access write(std::size_t channel = 0) const
     {
-        detail::channel_of(channels_, channel);
+        channels_[channel];
         com_ptr<IWriteAccessor> accessor;
         check(object_->GetWriteAccess(accessor.put()), "write an image");
         return {std::move(accessor), channels_, channel};
@@ -119,7 +116,7 @@ public:
     /// Write access, or nothing where write() throws E_ACCESSDENIED.
     std::optional<write_access> try_write(std::size_t channel = 0) const
     {
-        detail::channel_of(channels_, channel);
+        channels_[channel];
         com_ptr<IWriteAccessor> accessor;
         const HRESULT result = object_->GetWriteAccess(accessor.put());
         if (result == E_ACCESSDENIED)
@@ -157,10 +154,16 @@ public:
     }
 
 private:
-    image(com_ptr<ITavlo2> object, std::vector<tavlo::descriptor> channels)
-        : object_(std::move(object)),
-          channels_(std::make_shared<const std::vector<tavlo::descriptor>>(std::move(channels)))
+    image(com_ptr<ITavlo2> object, detail::channel_list channels) noexcept
+        : object_(std::move(object)), channels_(std::move(channels))
     {
+    }
+
+    static detail::channel_list list_of(std::span<const tavlo::descriptor> channels)
+    {
+        if (channels.size() == 1)
+            return detail::channel_list(channels.front());
+        return detail::channel_list(std::vector<tavlo::descriptor>(channels.begin(), channels.end()));
     }
 
     static com_ptr<ITavloFactory2> factory()
@@ -197,7 +200,7 @@ private:
     static detail::channel_list channels_of(ITavlo2& object)
     {
         const char* const operation = "read an image's descriptor";
-        auto list = std::make_shared<std::vector<tavlo::descriptor>>();
+        std::vector<tavlo::descriptor> channels;
         com_ptr<ITavlo> planes;
         check(object.QueryInterface(__uuidof(ITavlo), planes.put_void()), operation);
         com_ptr<ITavloDescriptor> all;
@@ -205,8 +208,8 @@ private:
         LONG count = 0;
         check(all->get_Channels(&count), operation);
         for (LONG index = 0; index < count; ++index)
-            list->push_back(tavlo::descriptor::from(*all.get(), index));
-        return list;
+            channels.push_back(tavlo::descriptor::from(*all.get(), index));
+        return list_of(channels);
     }
 
     com_ptr<ITavlo2> object_;

@@ -14,10 +14,34 @@
 namespace tavlo {
 namespace detail {
 
-[[noreturn]] inline void outside(std::string what, std::int32_t width, std::int32_t height)
+// Texts are made here, so that the checks before them stay small enough to be inlined.
+[[noreturn]] inline void outside(const std::string& what, std::int32_t width, std::int32_t height)
 {
-    throw std::out_of_range(std::move(what) + " is outside an image of " + std::to_string(width) + " x " +
+    throw std::out_of_range(what + " is outside an image of " + std::to_string(width) + " x " +
                             std::to_string(height) + " pixels");
+}
+
+[[noreturn]] inline void outside(const point& pixel, std::int32_t width, std::int32_t height)
+{
+    outside("pixel (" + std::to_string(pixel.x) + ", " + std::to_string(pixel.y) + ")", width, height);
+}
+
+[[noreturn]] inline void outside(std::int32_t row, std::int32_t width, std::int32_t height)
+{
+    outside("row " + std::to_string(row), width, height);
+}
+
+[[noreturn]] inline void outside(const rect& block, std::int32_t width, std::int32_t height)
+{
+    outside("rectangle (" + std::to_string(block.left) + ", " + std::to_string(block.top) + ", " +
+                std::to_string(block.right) + ", " + std::to_string(block.bottom) + ")",
+            width, height);
+}
+
+[[noreturn]] inline void not_packed(std::ptrdiff_t stride, std::size_t size)
+{
+    throw std::logic_error("rows are not packed: " + std::to_string(stride) +
+                           " bytes from pixel to pixel, but " + std::to_string(size) + " a pixel");
 }
 
 } // namespace detail
@@ -116,7 +140,7 @@ public:
     T& at(std::int32_t x, std::int32_t y) const
     {
         if (x < 0 || x >= width_ || y < 0 || y >= height_) [[unlikely]]
-            detail::outside("pixel (" + std::to_string(x) + ", " + std::to_string(y) + ")", width_, height_);
+            detail::outside(point{x, y}, width_, height_);
         return (*this)(x, y);
     }
 
@@ -131,7 +155,7 @@ public:
     std::span<T> row(std::int32_t y) const
     {
         if (y < 0 || y >= height_) [[unlikely]]
-            detail::outside("row " + std::to_string(y), width_, height_);
+            detail::outside(y, width_, height_);
         require_packed();
         return packed_row(y);
     }
@@ -148,10 +172,7 @@ public:
     {
         if (block.left < 0 || block.top < 0 || block.right < block.left || block.bottom < block.top ||
             block.right > width_ || block.bottom > height_) [[unlikely]]
-            detail::outside("rectangle (" + std::to_string(block.left) + ", " + std::to_string(block.top) +
-                                ", " + std::to_string(block.right) + ", " + std::to_string(block.bottom) +
-                                ")",
-                            width_, height_);
+            detail::outside(block, width_, height_);
         return {address(block.left, block.top), block.width(), block.height(), stride_x_, stride_y_};
     }
 
@@ -169,9 +190,7 @@ private:
     void require_packed() const
     {
         if (!packed()) [[unlikely]]
-            throw std::logic_error("rows are not packed: " + std::to_string(stride_x_) +
-                                   " bytes from pixel to pixel, but " + std::to_string(sizeof(T)) +
-                                   " a pixel");
+            detail::not_packed(stride_x_, sizeof(T));
     }
 
     memory* origin_ = nullptr;
