@@ -17,11 +17,6 @@ std::size_t BytesOf(const TavloDescriptorData& descriptor)
     return static_cast<std::size_t>(RawDataSize(LayoutOf(descriptor)));
 }
 
-std::size_t SampleSize(Picture picture)
-{
-    return picture == Picture::bytes ? 1 : picture == Picture::words || picture == Picture::words12 ? 2 : 4;
-}
-
 /// What a result is not, so that bytes that nobody writes are seen.
 constexpr int unwritten = 0xA5;
 

@@ -58,6 +58,10 @@ void FillPicture(Picture picture, std::uint8_t* bytes, std::size_t samples, std:
         return Fill<std::uint16_t>(bytes, samples, width, [](double v, std::uint32_t) {
             return static_cast<std::uint16_t>(v * 65535.0);
         });
+    case Picture::noise:
+        return Fill<std::uint16_t>(bytes, samples, width, [](double, std::uint32_t random) {
+            return static_cast<std::uint16_t>(random >> 16);
+        });
     case Picture::words12:
         return Fill<std::uint16_t>(bytes, samples, width, [](double v, std::uint32_t random) {
             return static_cast<std::uint16_t>(static_cast<std::uint32_t>(v * 4095.0) | (random & 0xF000));
@@ -72,12 +76,15 @@ void FillPicture(Picture picture, std::uint8_t* bytes, std::size_t samples, std:
     }
 }
 
+} // namespace
+
 std::size_t SampleSize(Picture picture)
 {
     switch (picture) {
     case Picture::bytes:
         return 1;
     case Picture::words:
+    case Picture::noise:
     case Picture::words12:
         return 2;
     case Picture::longs:
@@ -86,8 +93,6 @@ std::size_t SampleSize(Picture picture)
     }
     return 4;
 }
-
-} // namespace
 
 void Buffer::Free::operator()(std::uint8_t* memory) const noexcept
 {

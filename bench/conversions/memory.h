@@ -51,10 +51,13 @@ enum class Picture
 {
     bytes,   ///< 8-bit samples, also those of colours
     words,   ///< 16 bits
+    noise,   ///< 16 bits, each value as likely as any other, whatever its neighbours are
     words12, ///< 12 bits, with anything above them
     longs,   ///< 32 bits, signed or unsigned
     floats
 };
+
+std::size_t SampleSize(Picture picture);
 
 /// The memory of the contests at one size, shared by all contenders of a contest.
 class Memory

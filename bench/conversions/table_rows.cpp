@@ -13,16 +13,14 @@ namespace {
 
 /// As no other row has it, so that nothing is a copy.
 constexpr ToneParameters contrast{1.2, 0.0, 1.0, 1.0};
+constexpr ToneParameters bent{1.2, -0.1, 2.2, 1.5};
 
 template <class D>
 constexpr std::int32_t encodingOf = std::is_floating_point_v<D> ? Tavlo_Float : Tavlo_Unsigned;
 
 template <class S, class D>
-ContestBuilder Through(Memory& memory, std::int32_t sourceBits, const ToneParameters& tone)
+ContestBuilder Through(Memory& memory, std::int32_t sourceBits, const ToneParameters& tone, Picture picture)
 {
-    const Picture picture = sourceBits == 8    ? Picture::bytes
-                            : sourceBits == 16 ? Picture::words
-                                               : Picture::words12;
     ContestBuilder b(memory, Packed(memory.Size(), sourceBits, Tavlo_Unsigned),
                      Packed(memory.Size(), 8 * static_cast<std::int32_t>(sizeof(D)), encodingOf<D>), picture);
     b.Ours(tone);
@@ -45,7 +43,7 @@ void AddOpenCv(ContestBuilder& b, Memory& memory, int type, const ToneParameters
 
 Contest EightToEight(Memory& memory)
 {
-    auto b = Through<std::uint8_t, std::uint8_t>(memory, 8, contrast);
+    auto b = Through<std::uint8_t, std::uint8_t>(memory, 8, contrast, Picture::bytes);
     b.Goal(3, {"OpenCV"});
     AddOpenCv<std::uint8_t>(b, memory, CV_8U, contrast);
     return b.Done();
@@ -53,7 +51,7 @@ Contest EightToEight(Memory& memory)
 
 Contest EightToSixteen(Memory& memory)
 {
-    auto b = Through<std::uint8_t, std::uint16_t>(memory, 8, {});
+    auto b = Through<std::uint8_t, std::uint16_t>(memory, 8, {}, Picture::bytes);
     b.Goal(1.5, {"OpenCV"});
     AddOpenCv<std::uint16_t>(b, memory, CV_16U, {});
     return b.Done();
@@ -75,11 +73,18 @@ Contest HighByte(Memory& memory)
 }
 
 template <class D>
-Contest FromWords(Memory& memory, std::int32_t bits, const ToneParameters& tone)
+Contest FromWords(Memory& memory, const ToneParameters& tone, std::int32_t bits = 16)
 {
-    auto b = Through<std::uint16_t, D>(memory, bits, tone);
+    auto b = Through<std::uint16_t, D>(memory, bits, tone, bits == 16 ? Picture::words : Picture::words12);
     b.Goal(1.2, {"plain"});
     return b.Done();
+}
+
+/// What the table's size costs where no pixel is near its neighbours; without a goal.
+template <class D>
+Contest FromNoise(Memory& memory)
+{
+    return Through<std::uint16_t, D>(memory, 16, contrast, Picture::noise).Done();
 }
 
 } // namespace
@@ -90,10 +95,13 @@ std::vector<Row> TableRows()
         {"8 to 8, contrast", EightToEight},
         {"8 to 16", EightToSixteen},
         {"16 to 8, high byte", HighByte},
-        {"16 to 8, contrast", [](Memory& m) { return FromWords<std::uint8_t>(m, 16, contrast); }},
-        {"12 to 8", [](Memory& m) { return FromWords<std::uint8_t>(m, 12, {}); }},
-        {"16 to 16, contrast", [](Memory& m) { return FromWords<std::uint16_t>(m, 16, contrast); }},
-        {"16 to float", [](Memory& m) { return FromWords<float>(m, 16, {}); }},
+        {"16 to 8, contrast", [](Memory& m) { return FromWords<std::uint8_t>(m, contrast); }},
+        {"16 to 8, gamma and sigma", [](Memory& m) { return FromWords<std::uint8_t>(m, bent); }},
+        {"12 to 8", [](Memory& m) { return FromWords<std::uint8_t>(m, {}, 12); }},
+        {"16 to 16, contrast", [](Memory& m) { return FromWords<std::uint16_t>(m, contrast); }},
+        {"16 to float", [](Memory& m) { return FromWords<float>(m, {}); }},
+        {"16 to 8, contrast, noise", FromNoise<std::uint8_t>},
+        {"16 to float, contrast, noise", FromNoise<float>},
     };
 }
 
