@@ -1,5 +1,6 @@
 // Images of extreme sizes, and what is left when many have come and gone.
 #include "tests/component/component_test.h"
+#include "tests/handle_count.h"
 
 #include <psapi.h>
 
@@ -16,7 +17,8 @@ struct Usage
 Usage CurrentUsage()
 {
     Usage usage;
-    GetProcessHandleCount(GetCurrentProcess(), &usage.handles);
+    usage.handles = HandleCount();
+    EXPECT_NE(usage.handles, 0u);
     PROCESS_MEMORY_COUNTERS_EX counters = {};
     GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters),
                          sizeof(counters));

@@ -6,6 +6,7 @@
 #include "shared/private_namespace.h"
 #include "shared/section.h"
 #include "shared/tavlo.h"
+#include "tests/handle_count.h"
 #include "tests/internal/directory_namespace.h"
 #include "tests/internal/replaced_import.h"
 
@@ -202,12 +203,8 @@ TEST_F(NamespaceLookUp, GivesTheSecondNamesError)
 TEST_F(NamespaceLookUp, ClosesASectionThatCannotBeMapped)
 {
     const ComPtr<IStream> packet = PacketOf(writer.Get(), MSHCTX_LOCAL);
-    const auto handles = [] {
-        DWORD count = 0;
-        GetProcessHandleCount(GetCurrentProcess(), &count);
-        return count;
-    };
-    const DWORD before = handles();
+    const DWORD before = HandleCount();
+    ASSERT_NE(before, 0u);
     {
         const ReplacedImport<decltype(MapViewOfFile)> failing(
             "MapViewOfFile", [](HANDLE, DWORD access, DWORD high, DWORD low, SIZE_T bytes) -> LPVOID {
@@ -218,7 +215,7 @@ TEST_F(NamespaceLookUp, ClosesASectionThatCannotBeMapped)
             });
         EXPECT_EQ(Guarded([&] { Receive(packet.Get()); }), HRESULT_FROM_WIN32(ERROR_COMMITMENT_LIMIT));
     }
-    EXPECT_EQ(handles(), before);
+    EXPECT_EQ(HandleCount(), before);
     writer.Reset();
     ComPtr<IWriteAccessor> next;
     EXPECT_EQ(image->GetWriteAccess(&next), S_OK) << "the accessor that failed was not counted";

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tests/handle_count.h"
 #include "tests/updates/updates_test.h"
 
 #include <cstdint>
@@ -125,8 +126,8 @@ inline ULONG ReferencesOf(IUnknown* object)
 
 inline DWORD Handles()
 {
-    DWORD count = 0;
-    EXPECT_TRUE(GetProcessHandleCount(GetCurrentProcess(), &count));
+    const DWORD count = HandleCount();
+    EXPECT_NE(count, 0u);
     return count;
 }
 

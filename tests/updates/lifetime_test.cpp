@@ -1,15 +1,5 @@
+#include "tests/handle_count.h"
 #include "tests/updates/updates_test.h"
-
-namespace {
-
-DWORD Handles()
-{
-    DWORD handles = 0;
-    GetProcessHandleCount(GetCurrentProcess(), &handles);
-    return handles;
-}
-
-} // namespace
 
 TEST(ImageLifetime, DoesNotWaitForARunningHandler)
 {
@@ -118,11 +108,11 @@ TEST(ImageLifetime, LeavesNoHandles)
         EXPECT_TRUE(module.BecomesUnused());
     };
     cycle();
-    const DWORD before = Handles();
+    const DWORD before = HandleCount();
     for (int i = 0; i < 50; ++i)
         cycle();
     // The system tidies up after a thread once it has left the component.
-    EXPECT_TRUE(Becomes([&] { return Handles() <= before + 5; })) << Handles() << " after " << before;
+    EXPECT_TRUE(Becomes([&] { return HandleCount() <= before + 5; })) << HandleCount() << " after " << before;
 }
 
 TEST(ModuleLifetime, LastsAsLongAsAWorker)
