@@ -1,0 +1,96 @@
+#include "client/common_library.h"
+
+#include "client/failure.h"
+#include "client/print.h"
+#include "client/text.h"
+#include "client/user_classes.h"
+
+#include <windows.h>
+
+#include <oleauto.h>
+#include <wrl/client.h>
+
+#include <array>
+#include <memory>
+#include <optional>
+
+// mingw-w64's headers leave these two out.
+STDAPI RegisterTypeLibForUser(ITypeLib* library, OLECHAR* file, OLECHAR* helpFolder);
+STDAPI UnRegisterTypeLibForUser(REFGUID library, WORD major, WORD minor, LCID locale, SYSKIND system);
+
+namespace Mardu::Sentel::Tavlo::Client {
+namespace {
+
+using Microsoft::WRL::ComPtr;
+
+ComPtr<ITypeLib> Load(const std::wstring& file)
+{
+    ComPtr<ITypeLib> library;
+    Check(LoadTypeLibEx(file.c_str(), REGKIND_NONE, &library), "read the type library '" + Utf8(file) + "'");
+    return library;
+}
+
+struct AttributesReleaser
+{
+    ITypeLib* library;
+    void operator()(TLIBATTR* attributes) const noexcept { library->ReleaseTLibAttr(attributes); }
+};
+using Attributes = std::unique_ptr<TLIBATTR, AttributesReleaser>;
+
+Attributes AttributesOf(ITypeLib& library)
+{
+    TLIBATTR* attributes = nullptr;
+    Check(library.GetLibAttr(&attributes), "read the type library");
+    return Attributes(attributes, {&library});
+}
+
+bool IsRegistered(const TLIBATTR& library, bool isForUser)
+{
+    std::array<wchar_t, 40> identifier;
+    StringFromGUID2(library.guid, identifier.data(), static_cast<int>(identifier.size()));
+    return IsClassesKey(std::wstring(L"TypeLib\\") + identifier.data(), isForUser);
+}
+
+} // namespace
+
+void RegisterCommonLibrary(std::wstring file, bool isForUser)
+{
+    const ComPtr<ITypeLib> library = Load(file);
+    {
+        const std::optional<UserClasses> redirection = RedirectFor(isForUser);
+        const auto registerLibrary = isForUser ? RegisterTypeLibForUser : RegisterTypeLib;
+        const HRESULT result = registerLibrary(library.Get(), file.data(), nullptr);
+        CheckRegistration(result, "register the common type library", isForUser);
+    }
+    Print("registered the common type library '" + Utf8(file) + "'" + ForWhom(isForUser) + "\n");
+}
+
+void UnregisterCommonLibrary(const std::wstring& file, bool isForUser)
+{
+    const ComPtr<ITypeLib> library = Load(file);
+    const Attributes attributes = AttributesOf(*library.Get());
+    if (!IsRegistered(*attributes, isForUser)) {
+        Print("the common type library is not registered" + ForWhom(isForUser) + "\n");
+        return;
+    }
+    {
+        const std::optional<UserClasses> redirection = RedirectFor(isForUser);
+        const auto unregister = isForUser ? UnRegisterTypeLibForUser : UnRegisterTypeLib;
+        const HRESULT result = unregister(attributes->guid, attributes->wMajorVerNum,
+                                          attributes->wMinorVerNum, attributes->lcid, attributes->syskind);
+        CheckRegistration(result, "unregister the common type library", isForUser);
+    }
+    Print("unregistered the common type library" + ForWhom(isForUser) + "\n");
+}
+
+std::wstring ProgramFolder()
+{
+    std::array<wchar_t, 32768> path;
+    const DWORD length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+    if (length == 0 || length == path.size())
+        ThrowLastError("find this program's folder");
+    const std::wstring program(path.data(), length);
+    return program.substr(0, program.find_last_of(L"\\/") + 1);
+}
+
+} // namespace Mardu::Sentel::Tavlo::Client

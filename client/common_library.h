@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+namespace Mardu::Sentel::Tavlo::Client {
+
+/// The file of the common type library, which describes the rectangles of events.
+inline constexpr wchar_t commonLibraryFile[] = L"SentelCommon.tlb";
+
+/// Registers a common type library for this user or for all, and says so.
+void RegisterCommonLibrary(std::wstring file, bool isForUser);
+
+/// Undoes it in the same place, or says that it is not registered there.
+void UnregisterCommonLibrary(const std::wstring& file, bool isForUser);
+
+/// The folder of this program, with a separator at its end. An installation has
+/// everything in it.
+std::wstring ProgramFolder();
+
+} // namespace Mardu::Sentel::Tavlo::Client
