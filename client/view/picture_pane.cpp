@@ -84,13 +84,16 @@ void PicturePane::DrawKeyList(HDC dc) const
 {
     const auto lines = KeyLines();
     const LONG row = look_->Px(21);
-    const LONG keys = look_->Px(210);
-    const LONG mouse = look_->Px(170);
-    const LONG effect = look_->Px(330);
     const LONG edge = look_->Px(20);
-    const LONG width = keys + mouse + effect + 2 * edge;
-    const LONG height = row * static_cast<LONG>(lines.size() + 2) + 2 * edge;
+    const LONG keys = look_->Px(210);
     const Size window = scene_.viewport.Window();
+    // What is left for the effects; in a narrow window the mouse goes first.
+    LONG mouse = look_->Px(170);
+    if (window.width < keys + mouse + look_->Px(330) + 2 * edge)
+        mouse = 0;
+    const LONG effect = std::min<LONG>(look_->Px(330), window.width - keys - mouse - 2 * edge);
+    const LONG width = keys + mouse + effect + 2 * edge;
+    const LONG height = row * static_cast<LONG>(lines.size() + 1) + row / 2 + 2 * edge;
     const LONG left = std::max<LONG>((window.width - width) / 2, 0);
     LONG y = std::max<LONG>((window.height - height) / 2, 0);
     FillBox(dc, {left, y, left + width, y + height}, Color::panel);

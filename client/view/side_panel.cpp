@@ -16,7 +16,9 @@ constexpr int plotHeight = 120;
 constexpr int legendHeight = 12;
 constexpr int rowHeight = 22;
 constexpr int swatchHeight = 16;
-constexpr int roomy = 560; ///< a height that has room for everything
+// Heights that have room for more than the parameters.
+constexpr int roomForPlot = 390;
+constexpr int roomForRamps = 566;
 
 std::wstring Decimals(double value)
 {
@@ -234,20 +236,20 @@ void SidePanel::Paint()
     const LONG left = look_->Px(edge);
     const LONG right = look_->Px(width - edge);
     const LONG row = look_->Px(rowHeight);
-    const HGDIOBJ font = SelectObject(memory, look_->Bold());
+    const HGDIOBJ font = SelectObject(memory, look_->Font());
     LONG top = look_->Px(10);
-    DrawLine(memory, L"Histogram", {left, top, right, top + row}, Color::text);
-    SelectObject(memory, look_->Font());
-    top += row + look_->Px(4);
-
-    // Pixels are written where there are some only: the panel may be cut off.
     rampPlaces_.clear();
     stepPlaces_ = {};
-    const bool hasRoom = area.right >= right && area.bottom >= look_->Px(roomy);
-    if (hasRoom)
-        top = DrawPlot(bitmap, top) + look_->Px(8);
+    // Pixels are written where there are some only: the panel may be cut off.
+    const bool isWhole = area.right >= right;
+    if (isWhole && area.bottom >= look_->Px(roomForPlot)) {
+        SelectObject(memory, look_->Bold());
+        DrawLine(memory, L"Histogram", {left, top, right, top + row}, Color::text);
+        SelectObject(memory, look_->Font());
+        top = DrawPlot(bitmap, top + row + look_->Px(4)) + look_->Px(8);
+    }
     DrawRows(memory, top);
-    if (hasRoom)
+    if (isWhole && area.bottom >= look_->Px(roomForRamps))
         DrawRamps(bitmap, top + row * static_cast<LONG>(Rows().size()) + look_->Px(12));
     DrawLine(memory, L"F1 shows all keys",
              {left, area.bottom - row - look_->Px(6), right, area.bottom - look_->Px(6)}, Color::dim);

@@ -57,7 +57,7 @@ std::string UpdatesText(Producer producer, std::int64_t count, double perSecond)
         return "not shared";
     const std::string updates = std::to_string(count) + (count == 1 ? " update" : " updates");
     if (producer == Producer::Closed)
-        return "THE PRODUCER HAS CLOSED; this is its last picture, after " + updates;
+        return "The producer has closed: this is its last picture, after " + updates;
     return updates + ", " + Decimal(perSecond, 0) + "/s";
 }
 
@@ -75,7 +75,12 @@ std::string LevelText(double value, const ValueRange& range)
 {
     const double span = std::max(std::abs(range.Span()), 1e-300);
     const int digits = std::clamp(3 - static_cast<int>(std::floor(std::log10(span))), 0, 9);
-    const std::string text = Decimal(value, digits);
+    std::string text = Decimal(value, digits);
+    if (text.find('.') != std::string::npos) {
+        text.erase(text.find_last_not_of('0') + 1);
+        if (text.back() == '.')
+            text.pop_back();
+    }
     return text == "-0" ? "0" : text;
 }
 

@@ -17,13 +17,18 @@ std::vector<std::wstring> StatusLine::Parts() const
         if (!text.empty())
             parts.push_back(Wide(text));
     };
+    const std::string updates = UpdatesText(scene_.producer, scene_.updates.Count(),
+                                            scene_.updates.PerSecond(std::chrono::steady_clock::now()));
+    const bool isClosed = scene_.producer == Producer::Closed;
+    if (isClosed)
+        add(updates);
     if (const std::optional<Rectangle> region = scene_.Region())
         add("region " + RectangleText(*region));
     add(PixelText(scene_.probe, scene_.reader.Text(scene_.probe.x, scene_.probe.y)));
     add(GeometryText(scene_.descriptor));
     add(ScaleText(scene_.viewport.Scale()) + (scene_.viewport.IsFitted() ? " fit" : ""));
-    add(UpdatesText(scene_.producer, scene_.updates.Count(),
-                    scene_.updates.PerSecond(std::chrono::steady_clock::now())));
+    if (!isClosed)
+        add(updates);
     add(ChangeText(scene_.lastChange));
     return parts;
 }

@@ -20,7 +20,7 @@ class Screen:
         # The server chooses a display that is free and tells its number when it is there.
         self.server = subprocess.Popen(
             ["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{width}x{height}x24", "-fbdir", self.folder.name]
-            + ["-nolisten", "tcp", "-noreset"],
+            + ["-nolisten", "tcp", "-noreset", "-nocursor"],
             pass_fds=[write_end],
             stdin=subprocess.DEVNULL,
             stdout=subprocess.DEVNULL,

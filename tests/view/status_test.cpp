@@ -41,7 +41,7 @@ TEST(StatusTest, TellsOfTheProducer)
     EXPECT_EQ(UpdatesText(Producer::Alive, 1, 0.2), "1 update, 0/s");
     EXPECT_EQ(UpdatesText(Producer::Alive, 600, 60), "600 updates, 60/s");
     EXPECT_EQ(UpdatesText(Producer::Closed, 7, 3),
-              "THE PRODUCER HAS CLOSED; this is its last picture, after 7 updates");
+              "The producer has closed: this is its last picture, after 7 updates");
     EXPECT_EQ(UpdatesText(Producer::None, 0, 0), "not shared");
 }
 
@@ -50,6 +50,8 @@ TEST(StatusTest, LevelsHaveTheDigitsThatMatter)
     EXPECT_EQ(LevelText(1234.4, {0, 65535}), "1234");
     EXPECT_EQ(LevelText(12.44, {0, 255}), "12.4");
     EXPECT_EQ(LevelText(0.12345, {0, 1}), "0.123");
+    EXPECT_EQ(LevelText(100, {0, 255}), "100");
+    EXPECT_EQ(LevelText(0.25, {0, 1}), "0.25");
     EXPECT_EQ(LevelText(-0.2, {0, 65535}), "0");
 }
 

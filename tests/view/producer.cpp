@@ -1,0 +1,125 @@
+// Another process that changes an image: view_producer NAME WIDTH HEIGHT ENCODING BITS publishes
+// one, reads a command a line and answers each with "ok ...".
+//
+//   paint LEFT TOP RIGHT BOTTOM VALUE   fills whole samples of one number and tells of it
+//   stream COUNT RATE   fills the whole image so often, so many times a second
+//
+// At the end of input it goes, and its image with it.
+#include "client/failure.h"
+#include "client/published_image.h"
+#include "client/shared_image.h"
+#include "client/text.h"
+
+#include <windows.h>
+
+#include <objbase.h>
+
+#include <cstring>
+#include <iostream>
+#include <sstream>
+#include <string>
+
+namespace {
+
+using namespace Mardu::Sentel::Tavlo::Client;
+
+class Producer
+{
+public:
+    Producer(const std::wstring& name, const Descriptor& descriptor)
+        : descriptor_(descriptor),
+          image_(Create(*CreateFactory().Get(), descriptor, Tavlo_MultipleWriters)),
+          publication_(*image_.Get(), name)
+    {
+        Check(image_->GetWriteAccess(&writer_), "write the image");
+    }
+
+    void Paint(RECT part, std::int64_t value)
+    {
+        auto* const base = static_cast<std::uint8_t*>(writer_->Ptr(0));
+        for (LONG y = part.top; y < part.bottom; ++y) {
+            std::uint8_t* pixel = base + y * descriptor_.strideY + part.left * descriptor_.strideX;
+            for (LONG x = part.left; x < part.right; ++x, pixel += descriptor_.strideX)
+                std::memcpy(pixel, &value, static_cast<std::size_t>(descriptor_.strideX));
+        }
+        Check(writer_->Invalidate(&part), "report the change");
+    }
+
+    /// Frame i starts at i / rate, or as soon as the one before is done.
+    void Stream(int count, int rate)
+    {
+        LARGE_INTEGER frequency;
+        LARGE_INTEGER start;
+        QueryPerformanceFrequency(&frequency);
+        QueryPerformanceCounter(&start);
+        const RECT whole = {0, 0, descriptor_.width, descriptor_.height};
+        auto* const base = static_cast<std::uint8_t*>(writer_->Ptr(0));
+        const auto bytes = static_cast<std::size_t>(descriptor_.strideY * descriptor_.height);
+        for (int i = 0; i < count; ++i) {
+            LARGE_INTEGER now;
+            QueryPerformanceCounter(&now);
+            const LONGLONG due = start.QuadPart + frequency.QuadPart * i / rate;
+            if (due > now.QuadPart)
+                Sleep(static_cast<DWORD>((due - now.QuadPart) * 1000 / frequency.QuadPart));
+            std::memset(base, i, bytes);
+            RECT part = whole;
+            Check(writer_->Invalidate(&part), "report the change");
+        }
+    }
+
+private:
+    Descriptor descriptor_;
+    ComPtr<ITavlo2> image_;
+    Publication publication_;
+    ComPtr<IWriteAccessor> writer_;
+};
+
+void Obey(Producer& producer, const std::string& line)
+{
+    std::istringstream words(line);
+    std::string command;
+    words >> command;
+    if (command == "paint") {
+        RECT part = {};
+        std::int64_t value = 0;
+        words >> part.left >> part.top >> part.right >> part.bottom >> value;
+        producer.Paint(part, value);
+    } else if (command == "stream") {
+        int count = 0;
+        int rate = 1;
+        words >> count >> rate;
+        producer.Stream(count, rate);
+    }
+}
+
+int Run(char** arguments)
+{
+    const Descriptor descriptor =
+        *PackedGeometry(std::stoi(arguments[2]), std::stoi(arguments[3]),
+                        {static_cast<Encoding>(std::stoi(arguments[4])), std::stoi(arguments[5])});
+    Producer producer(Wide(arguments[1]), descriptor);
+    std::cout << "ok" << std::endl;
+    std::string line;
+    while (std::getline(std::cin, line)) {
+        Obey(producer, line);
+        std::cout << "ok" << std::endl;
+    }
+    return 0;
+}
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    if (count != 6)
+        return 2;
+    CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+    int result = 1;
+    try {
+        result = Run(arguments);
+    } catch (const std::exception& failure) {
+        std::cout << "no " << failure.what() << std::endl;
+    }
+    CoUninitialize();
+    return result;
+}
