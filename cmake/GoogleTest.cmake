@@ -11,15 +11,20 @@ else()
 endif()
 include(GoogleTest)
 
-# A test program of GoogleTest cases. Cases are listed when CTest starts, so that a
-# build needs no Wine. Further arguments are properties of its tests.
+# Lists a program's cases when CTest starts, so that a build needs no Wine, under a prefix of
+# their own. Further arguments go to gtest_discover_tests.
+function(tavlo_discover_tests target prefix)
+  if(WIN32)
+    set(platform windows)
+  else()
+    set(platform host)
+  endif()
+  gtest_discover_tests(${target} TEST_PREFIX "${platform}/${prefix}" DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
+    ${ARGN})
+endfunction()
+
+# A test program of GoogleTest cases. Further arguments are properties of its tests.
 function(tavlo_tests target)
   tavlo_warnings(${target})
-  if(WIN32)
-    set(prefix windows)
-  else()
-    set(prefix host)
-  endif()
-  gtest_discover_tests(${target} TEST_PREFIX "${prefix}/" DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
-    PROPERTIES TIMEOUT 300 ${ARGN})
+  tavlo_discover_tests(${target} "" PROPERTIES TIMEOUT 300 ${ARGN})
 endfunction()

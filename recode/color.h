@@ -1,10 +1,9 @@
 #pragma once
 
-#include "image/color_pixel.h"
 #include "recode/numeric.h"
 
+#include <algorithm>
 #include <cstdint>
-#include <vector>
 
 namespace Mardu::Sentel::Tavlo {
 
@@ -15,14 +14,36 @@ class recoder_from_color : public recoder_base
 public:
     using recoder_base::recoder_base;
 
-    void UpdateLUT() override { FillTable(lut, Tone(), value_range<D>); }
+    void UpdateLUT() override
+    {
+        lut.Use(ToneCurve(Tone(), 255.0, value_range<D>, ToneCurve::Bounds::whole));
+        lut.RequireAll();
+        changesNothing = IsIdentity();
+    }
 
 protected:
-    std::vector<D> lut = std::vector<D>(256);
+    const D* Table() const noexcept { return lut.Entries(); }
+
+    /// Every byte is its own entry.
+    bool ChangesNothing() const noexcept { return changesNothing; }
+
+private:
+    bool IsIdentity() const noexcept
+    {
+        if (sizeof(D) != 1)
+            return false;
+        for (std::size_t i = 0; i < 256; ++i)
+            if (lut.Entries()[i] != static_cast<D>(i))
+                return false;
+        return true;
+    }
+
+    CurveTable<D> lut{256, 0};
+    bool changesNothing = false;
 };
 
 /// Colour to grey: the weighted mean of the channels, through the table.
-template <class Pixel, class D>
+template <ColorKernels::Grey ColorKernels::*grey, class D>
 class recoder_color2g : public recoder_from_color<D>
 {
 public:
@@ -31,39 +52,66 @@ public:
     RecodeResult Recode(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
                         std::uint64_t height) override
     {
-        ConvertBlock<Pixel, D>(this->From(srcPixels), this->To(dstPixels), width, height,
-                               [table = this->lut.data()](const Pixel& p) { return table[Grey(p)]; });
+        if (this->ChangesNothing()) {
+            Run(srcPixels, dstPixels, width, height, ActiveKernels().color.*grey);
+            return RecodeResult::done;
+        }
+        const auto lookup = ActiveKernels().lookup.from8[SizeIndex(sizeof(D))];
+        RunThroughGrey(srcPixels, dstPixels, width, height,
+                       [&](const std::uint8_t* greys, std::uint8_t* to, std::size_t count) {
+                           lookup(this->Table(), 0xFF, greys, to, count);
+                       });
         return RecodeResult::done;
     }
 
     RecodeResult Cast(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
                       std::uint64_t height) override
     {
-        ConvertBlock<Pixel, D>(this->From(srcPixels), this->To(dstPixels), width, height,
-                               [](const Pixel& p) { return PlainConversion<D>(Grey(p)); });
+        RunThroughGrey(srcPixels, dstPixels, width, height,
+                       [](const std::uint8_t* greys, std::uint8_t* to, std::size_t count) {
+                           ForEachPixel<std::uint8_t, D>(
+                               greys, to, count, [](std::uint8_t v) { return PlainConversion<D>(v); });
+                       });
         return RecodeResult::done;
     }
 
 private:
-    /// The weights sum to 256, so that white stays 255.
-    static std::uint8_t Grey(const Pixel& p) noexcept
+    void Run(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
+             std::uint64_t height, PackedConversion convert)
     {
-        return static_cast<std::uint8_t>((77 * p.r + 150 * p.g + 29 * p.b) >> 8);
+        ConvertPacked(this->From(srcPixels), 3, this->To(dstPixels), sizeof(D), width, height, convert);
+    }
+
+    /// In stretches whose greys stay in the fastest cache.
+    template <class FromGrey>
+    void RunThroughGrey(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
+                        std::uint64_t height, const FromGrey& fromGrey)
+    {
+        const auto toGrey = ActiveKernels().color.*grey;
+        Run(srcPixels, dstPixels, width, height,
+            [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+                std::uint8_t greys[2048];
+                for (std::size_t done = 0; done < count; done += sizeof greys) {
+                    const std::size_t now = std::min(count - done, sizeof greys);
+                    toGrey(from + 3 * done, greys, now);
+                    fromGrey(greys, to + sizeof(D) * done, now);
+                }
+            });
     }
 };
 
 template <class E, class D>
-class recoder_rgb2g final : public recoder_color2g<rgb_type<std::uint8_t>, D>
+class recoder_rgb2g final : public recoder_color2g<&ColorKernels::greyOfRGB, D>
 {
 public:
-    using recoder_color2g<rgb_type<std::uint8_t>, D>::recoder_color2g;
+    using recoder_color2g<&ColorKernels::greyOfRGB, D>::recoder_color2g;
 };
 
 template <class E, class D>
-class recoder_bgr2g final : public recoder_color2g<bgr_type<std::uint8_t>, D>
+class recoder_bgr2g final : public recoder_color2g<&ColorKernels::greyOfBGR, D>
 {
 public:
-    using recoder_color2g<bgr_type<std::uint8_t>, D>::recoder_color2g;
+    using recoder_color2g<&ColorKernels::greyOfBGR, D>::recoder_color2g;
 };
 
 /// True for targets with a fourth byte by their encoding.
@@ -73,8 +121,8 @@ constexpr bool HasAlpha(const TavloDescriptorData& descriptor) noexcept
 }
 
 /// Colour to colour: each channel through the table, alpha past it, 255 where the source has
-/// none. The channel names only say where bytes go: what keeps R, G, B keeps B, G, R too.
-template <class Source, class ThreeBytes, class FourBytes>
+/// none.
+template <std::size_t sourceBytes, bool swapped>
 class recoder_channels : public recoder_from_color<std::uint8_t>
 {
 public:
@@ -83,72 +131,63 @@ public:
     RecodeResult Recode(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
                         std::uint64_t height) override
     {
-        Run(srcPixels, dstPixels, width, height, [table = lut.data()](std::uint8_t v) { return table[v]; });
+        Run(ChangesNothing() ? nullptr : Table(), srcPixels, dstPixels, width, height);
         return RecodeResult::done;
     }
 
     RecodeResult Cast(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
                       std::uint64_t height) override
     {
-        Run(srcPixels, dstPixels, width, height, [](std::uint8_t v) { return v; });
+        Run(nullptr, srcPixels, dstPixels, width, height);
         return RecodeResult::done;
     }
 
 private:
-    template <class Map>
-    void Run(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
-             std::uint64_t height, const Map& map)
+    /// Pixels without alpha become pixels with or without it; those with alpha keep it.
+    ColorKernels::Layout Layout() const noexcept
     {
+        using enum ColorKernels::Layout;
+        if (sourceBytes == 4)
+            return swapped ? fourToFourSwapped : fourToFour;
         if (HasAlpha(dst))
-            ConvertBlock<Source, FourBytes>(From(srcPixels), To(dstPixels), width, height,
-                                            [map](const Source& p) { return Mapped<FourBytes>(p, map); });
-        else
-            ConvertBlock<Source, ThreeBytes>(From(srcPixels), To(dstPixels), width, height,
-                                             [map](const Source& p) { return Mapped<ThreeBytes>(p, map); });
+            return swapped ? threeToFourSwapped : threeToFour;
+        return swapped ? threeToThreeSwapped : threeToThree;
     }
 
-    template <class Target, class Map>
-    static Target Mapped(const Source& p, const Map& map) noexcept
+    void Run(const std::uint8_t* table, const std::uint8_t* srcPixels, std::uint8_t* dstPixels,
+             std::uint64_t width, std::uint64_t height)
     {
-        Target t;
-        t.r = map(p.r);
-        t.g = map(p.g);
-        t.b = map(p.b);
-        if constexpr (sizeof(Target) == 4 && sizeof(Source) == 4)
-            t.a = p.a;
-        else if constexpr (sizeof(Target) == 4)
-            t.a = 255;
-        return t;
+        const auto convert = ActiveKernels().color.convert[Layout()];
+        ConvertPacked(From(srcPixels), sourceBytes, To(dstPixels), HasAlpha(dst) ? 4 : 3, width, height,
+                      [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+                          convert(table, from, to, count);
+                      });
     }
 };
 
 template <class S, class D>
-class recoder_rgb final
-    : public recoder_channels<rgb_type<std::uint8_t>, rgb_type<std::uint8_t>, rgba_type<std::uint8_t>>
+class recoder_rgb final : public recoder_channels<3, false>
 {
 public:
     using recoder_channels::recoder_channels;
 };
 
 template <class S, class D>
-class recoder_rgb_swap final
-    : public recoder_channels<rgb_type<std::uint8_t>, bgr_type<std::uint8_t>, bgra_type<std::uint8_t>>
+class recoder_rgb_swap final : public recoder_channels<3, true>
 {
 public:
     using recoder_channels::recoder_channels;
 };
 
 template <class S, class D>
-class recoder_rgba final
-    : public recoder_channels<rgba_type<std::uint8_t>, rgb_type<std::uint8_t>, rgba_type<std::uint8_t>>
+class recoder_rgba final : public recoder_channels<4, false>
 {
 public:
     using recoder_channels::recoder_channels;
 };
 
 template <class S, class D>
-class recoder_rgba_swap final
-    : public recoder_channels<rgba_type<std::uint8_t>, bgr_type<std::uint8_t>, bgra_type<std::uint8_t>>
+class recoder_rgba_swap final : public recoder_channels<4, true>
 {
 public:
     using recoder_channels::recoder_channels;

@@ -1,21 +1,15 @@
 #pragma once
 
+#include "recode/curve_table.h"
+#include "recode/packed_rows.h"
 #include "recode/plain_conversion.h"
 #include "recode/recoder_base.h"
 #include "recode/sample_field.h"
+#include "recode/stepped_table.h"
 
-#include <vector>
+#include <memory>
 
 namespace Mardu::Sentel::Tavlo {
-
-/// Fills a table with the tone curve over its own indices.
-template <class D>
-void FillTable(std::vector<D>& lut, const ToneParameters& parameters, const ValueRange& target)
-{
-    const ToneCurve curve(parameters, static_cast<double>(lut.size() - 1), target, ToneCurve::Bounds::whole);
-    for (std::size_t i = 0; i < lut.size(); ++i)
-        lut[i] = Quantise<D>(curve(static_cast<double>(i)));
-}
 
 /// What the families with a table share: an entry for every value of a source of up to
 /// 16 bits, so that a pixel costs one load and one store whatever the parameters are.
@@ -26,32 +20,102 @@ public:
     RecodeResult Recode(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
                         std::uint64_t height) override
     {
-        ConvertBlock<S, D>(From(srcPixels), To(dstPixels), width, height,
-                           [table = lut.data(), f = field](S v) { return table[f.Index(v)]; });
+        RequireEntries(From(srcPixels), width, height);
+        if (MayStep(width, height)) {
+            const auto byStep = ActiveKernels().lookup.stepped;
+            Run(srcPixels, dstPixels, width, height,
+                [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+                    byStep(*stepped, from, to, count);
+                });
+            return RecodeResult::done;
+        }
+        const LookupKernels& kernels = ActiveKernels().lookup;
+        const auto lookup = (sizeof(S) == 1 ? kernels.from8 : kernels.from16)[SizeIndex(sizeof(D))];
+        Run(srcPixels, dstPixels, width, height,
+            [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+                lookup(lut.Entries(), field.Mask(), from, to, count);
+            });
         return RecodeResult::done;
     }
 
     RecodeResult Cast(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
                       std::uint64_t height) override
     {
-        ConvertBlock<S, D>(From(srcPixels), To(dstPixels), width, height,
-                           [f = field](S v) { return PlainConversion<D>(f.Value(v)); });
+        Run(srcPixels, dstPixels, width, height,
+            [f = field](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+                ForEachPixel<S, D>(from, to, count, [f](S v) { return PlainConversion<D>(f.Value(v)); });
+            });
         return RecodeResult::done;
     }
 
-    void UpdateLUT() override { FillTable(lut, Tone(), range); }
+    void UpdateLUT() override
+    {
+        const auto last = static_cast<double>(lut.Count() - 1);
+        lut.Use(ToneCurve(Tone(), last, range, ToneCurve::Bounds::whole));
+        form = Form::unknown;
+    }
 
 protected:
     recoder_lut(const TavloDescriptorData& source, const TavloDescriptorData& target, int sourceBits,
                 const ValueRange& targetRange)
-        : recoder_base(source, target), field(sourceBits), range(targetRange), lut(field.Count())
+        : recoder_base(source, target),
+          field(sourceBits),
+          range(targetRange),
+          lut(field.Count(), field.Sign())
     {
+        UpdateLUT();
     }
 
 private:
+    void Run(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
+             std::uint64_t height, PackedConversion convert)
+    {
+        ConvertPacked(From(srcPixels), sizeof(S), To(dstPixels), sizeof(D), width, height, convert);
+    }
+
+    /// A block of fewer pixels than entries needs few of them, mostly close to each other.
+    void RequireEntries(const SourceBlock& source, std::uint64_t width, std::uint64_t height)
+    {
+        if (lut.IsComplete() || width == 0 || height == 0)
+            return;
+        if (sizeof(S) == 1 || source.strideX != sizeof(S) || height >= lut.Count() / width)
+            return lut.RequireAll();
+        const auto rangeOf = ActiveKernels().lookup.rangeOf16;
+        for (std::uint64_t y = 0; y < height; ++y)
+            lut.Require(rangeOf(field.Mask(), field.Sign(), source.Row(y), width));
+    }
+
+    /// Whether the smaller form of the table exists and serves. It is made for images that it pays for.
+    bool MayStep(std::uint64_t width, std::uint64_t height)
+    {
+        if constexpr (sizeof(S) == 2 && sizeof(D) == 1) {
+            const std::uint64_t enough = 2 * lut.Count();
+            if (ActiveKernels().lookup.stepped == nullptr || !lut.IsComplete() ||
+                (width < enough && height < enough / width))
+                return false;
+            if (form == Form::unknown) {
+                if (stepped == nullptr)
+                    stepped = std::make_unique<SteppedTable>();
+                const auto* entries = reinterpret_cast<const std::uint8_t*>(lut.Entries());
+                form = stepped->Build(entries, field.Bits()) ? Form::stepped : Form::full;
+            }
+            return form == Form::stepped;
+        }
+        return false;
+    }
+
+    enum class Form
+    {
+        unknown,
+        full,
+        stepped
+    };
+
     sample_field<S> field;
     ValueRange range;
-    std::vector<D> lut;
+    CurveTable<D> lut;
+    Form form = Form::unknown;
+    std::unique_ptr<SteppedTable> stepped;
 };
 
 /// Sources that use every bit of an 8- or 16-bit element.
@@ -98,26 +162,25 @@ public:
                         std::uint64_t height) override
     {
         const ToneCurve curve(Tone(), value_range<S>.span, value_range<D>, ToneCurve::Bounds::exact);
-        if (curve.IsLinear())
-            ConvertBlock<S, D>(From(srcPixels), To(dstPixels), width, height,
-                               [curve](S v) { return Quantise<D>(curve.Linear(SourceUnits(v))); });
-        else
-            ConvertBlock<S, D>(From(srcPixels), To(dstPixels), width, height,
-                               [curve](S v) { return Quantise<D>(curve.Bent(SourceUnits(v))); });
+        const CurveKernels& kernels = ActiveKernels().curve;
+        const auto& pairs = curve.IsLinear() ? kernels.linear : kernels.bent;
+        const auto convert = pairs[CurveKernels::SourceIndex<S>][ElementIndex<D>()];
+        ConvertPacked(From(srcPixels), sizeof(S), To(dstPixels), sizeof(D), width, height,
+                      [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+                          convert(curve, from, to, count);
+                      });
         return RecodeResult::done;
     }
 
     RecodeResult Cast(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
                       std::uint64_t height) override
     {
-        ConvertBlock<S, D>(From(srcPixels), To(dstPixels), width, height,
-                           [](S v) { return PlainConversion<D>(v); });
+        ConvertPacked(From(srcPixels), sizeof(S), To(dstPixels), sizeof(D), width, height,
+                      [](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+                          ForEachPixel<S, D>(from, to, count, [](S v) { return PlainConversion<D>(v); });
+                      });
         return RecodeResult::done;
     }
-
-private:
-    /// Signed sources are shifted so that their smallest value is 0.
-    static double SourceUnits(S value) noexcept { return static_cast<double>(value) - value_range<S>.min; }
 };
 
 } // namespace Mardu::Sentel::Tavlo

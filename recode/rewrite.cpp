@@ -1,10 +1,10 @@
 #include "recode/rewrite.h"
 
+#include "recode/block_copy.h"
 #include "recode/pixel_type.h"
 #include "recode/strided.h"
 
 #include <algorithm>
-#include <array>
 #include <optional>
 #include <stdexcept>
 
@@ -51,43 +51,16 @@ Span Clipped(std::int64_t at, std::int64_t length, std::int64_t limit) noexcept
     return span.begin < span.end ? span : Span{};
 }
 
-template <std::size_t Bytes>
-void CopyElements(const SourceBlock& source, const TargetBlock& target, std::uint64_t width,
-                  std::uint64_t height) noexcept
-{
-    using Element = std::array<std::uint8_t, Bytes>;
-    constexpr auto packed = static_cast<std::ptrdiff_t>(Bytes);
-    if (source.strideX == packed && target.strideX == packed)
-        ForEachRow(source, target, height,
-                   [width](const std::uint8_t* s, std::uint8_t* d) { std::memmove(d, s, width * Bytes); });
-    else
-        ConvertBlock<Element, Element>(source, target, width, height, [](const Element& e) { return e; });
-}
-
 CopyOutcome CopySameType(const PixelView<const std::uint8_t>& source, const PixelView<std::uint8_t>& target,
                          const TargetBlock& at, std::uint64_t width, std::uint64_t height) noexcept
 {
     if (source.type != target.type)
         return CopyOutcome::differentTypes;
-    switch (ElementSize(target.type)) {
-    case 1:
-        CopyElements<1>(source.pixels, at, width, height);
-        return CopyOutcome::done;
-    case 2:
-        CopyElements<2>(source.pixels, at, width, height);
-        return CopyOutcome::done;
-    case 3:
-        CopyElements<3>(source.pixels, at, width, height);
-        return CopyOutcome::done;
-    case 4:
-        CopyElements<4>(source.pixels, at, width, height);
-        return CopyOutcome::done;
-    case 8:
-        CopyElements<8>(source.pixels, at, width, height);
-        return CopyOutcome::done;
-    default:
+    const auto size = static_cast<std::size_t>(ElementSize(target.type));
+    if (size == 0)
         return CopyOutcome::uncopyableType;
-    }
+    CopyBlock(source.pixels, at, size, width, height);
+    return CopyOutcome::done;
 }
 
 } // namespace

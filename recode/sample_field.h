@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -32,6 +33,11 @@ public:
     {
         return static_cast<S>(static_cast<std::int32_t>(Index(element)) - static_cast<std::int32_t>(sign));
     }
+
+    int Bits() const noexcept { return std::bit_width(mask); }
+    std::uint32_t Mask() const noexcept { return mask; }
+    /// The sign bit of signed fields, else 0: turns the bits of an element into its position and back.
+    std::uint32_t Sign() const noexcept { return sign; }
 
 private:
     std::uint32_t mask;

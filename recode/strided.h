@@ -17,6 +17,12 @@ struct StridedBlock
     std::ptrdiff_t strideY;
 
     Byte* Row(std::uint64_t y) const noexcept { return first + static_cast<std::ptrdiff_t>(y) * strideY; }
+
+    /// The same pixels from another first one on.
+    StridedBlock Part(std::uint64_t left, std::uint64_t top) const noexcept
+    {
+        return {Row(top) + static_cast<std::ptrdiff_t>(left) * strideX, strideX, strideY};
+    }
 };
 
 using SourceBlock = StridedBlock<const std::uint8_t>;
@@ -49,40 +55,21 @@ void StorePixel(std::uint8_t* at, const Pixel& pixel) noexcept
     std::memcpy(at, &pixel, sizeof pixel);
 }
 
-/// The inner loop of every conversion and copy: one load, one call, one store a pixel.
+/// The plain loop over packed pixels: one load, one call, one store a pixel.
 template <class S, class D, class Convert>
-void ConvertRow(const std::uint8_t* src, std::ptrdiff_t srcStride, std::uint8_t* dst,
-                std::ptrdiff_t dstStride, std::uint64_t width, const Convert& convert)
+void ForEachPixel(const std::uint8_t* src, std::uint8_t* dst, std::size_t count, const Convert& convert)
 {
     // A copy of `convert` is a local that no store of a byte can change.
-    const auto run = [=](auto srcStep, auto dstStep) {
-        for (std::ptrdiff_t x = 0; x < static_cast<std::ptrdiff_t>(width); ++x)
-            StorePixel<D>(dst + x * dstStep, convert(LoadPixel<S>(src + x * srcStep)));
-    };
-    // Packed rows know their steps when they are compiled.
-    constexpr std::integral_constant<std::ptrdiff_t, sizeof(S)> packedSource;
-    constexpr std::integral_constant<std::ptrdiff_t, sizeof(D)> packedTarget;
-    if (srcStride == packedSource && dstStride == packedTarget)
-        run(packedSource, packedTarget);
-    else
-        run(srcStride, dstStride);
+    const Convert local = convert;
+    for (std::size_t i = 0; i < count; ++i)
+        StorePixel<D>(dst + i * sizeof(D), local(LoadPixel<S>(src + i * sizeof(S))));
 }
 
-/// The one walk over two blocks: `row` gets the first byte of each source and target row.
-template <class Row>
-void ForEachRow(const SourceBlock& source, const TargetBlock& target, std::uint64_t height, const Row& row)
+/// Rows of these many bytes follow one another without a gap on both sides.
+inline bool IsOneRow(const SourceBlock& source, const TargetBlock& target, std::ptrdiff_t sourceRow,
+                     std::ptrdiff_t targetRow) noexcept
 {
-    for (std::uint64_t y = 0; y < height; ++y)
-        row(source.Row(y), target.Row(y));
-}
-
-template <class S, class D, class Convert>
-void ConvertBlock(const SourceBlock& source, const TargetBlock& target, std::uint64_t width,
-                  std::uint64_t height, const Convert& convert)
-{
-    ForEachRow(source, target, height, [&](const std::uint8_t* src, std::uint8_t* dst) {
-        ConvertRow<S, D>(src, source.strideX, dst, target.strideX, width, convert);
-    });
+    return source.strideY == sourceRow && target.strideY == targetRow;
 }
 
 } // namespace Mardu::Sentel::Tavlo

@@ -33,11 +33,29 @@ public:
 
     bool IsLinear() const noexcept { return linear; }
 
+    /// What the formulas are made of, for loops that compute many values at a time.
+    struct Constants
+    {
+        ValueRange target;
+        double gamma;
+        double sigma;
+        double slope;
+        double shift;
+        double low;
+        double high;
+        double width;
+        double middle;
+    };
+    const Constants& Values() const noexcept { return c; }
+
     /// The target value, saturated to the target's range.
     double operator()(double source) const noexcept { return linear ? Linear(source) : Bent(source); }
 
     /// Only the linear case; inline, since it is the inner loop of every source without a table.
-    double Linear(double source) const noexcept { return Saturated(source * slope + shift + target.min); }
+    double Linear(double source) const noexcept
+    {
+        return Saturated(source * c.slope + c.shift + c.target.min);
+    }
 
     /// Only the other case: an S between two bounds, followed by a power.
     double Bent(double source) const noexcept;
@@ -46,19 +64,11 @@ private:
     double Saturated(double value) const noexcept
     {
         // Written so that NaN becomes the lower end.
-        return value >= target.min ? (value < target.max ? value : target.max) : target.min;
+        return value >= c.target.min ? (value < c.target.max ? value : c.target.max) : c.target.min;
     }
 
-    ValueRange target;
     bool linear;
-    double gamma;
-    double sigma;
-    double slope;
-    double shift;
-    double low;
-    double high;
-    double width;
-    double middle;
+    Constants c;
 };
 
 } // namespace Mardu::Sentel::Tavlo

@@ -1,0 +1,27 @@
+#include "recode/kernels.h"
+
+#include "recode/plain_kernels.h"
+#include "recode/wide_kernels.h"
+
+namespace Mardu::Sentel::Tavlo {
+namespace {
+
+const Kernels avx2Kernels{avx2Lookup, avx2Curve, avx2Color, avx2Move};
+const Kernels avx512Kernels{avx512Lookup, avx512Curve, avx512Color, avx512Move};
+
+} // namespace
+
+const Kernels& KernelsOf(SimdLevel level) noexcept
+{
+    switch (level) {
+    case SimdLevel::avx512:
+        return avx512Kernels;
+    case SimdLevel::avx2:
+        return avx2Kernels;
+    case SimdLevel::plain:
+        break;
+    }
+    return plainKernels;
+}
+
+} // namespace Mardu::Sentel::Tavlo

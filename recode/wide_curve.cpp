@@ -1,0 +1,432 @@
+#include "recode/kernel_tables.h"
+#include "recode/plain_loops.h"
+#include "recode/wide_kernels.h"
+
+#include <cmath>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "recode/wide_curve.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include "recode/fixed_point-inl.h"
+#include "recode/wide_rows-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
+#if HWY_TARGET != HWY_SCALAR
+
+using Doubles = hn::ScalableTag<double>;
+using Vector = hn::Vec<Doubles>;
+using Mask = hn::Mask<Doubles>;
+
+constexpr Doubles doubles;
+constexpr std::size_t lanes = hn::MaxLanes(doubles);
+
+constexpr double twoTo31 = 2147483648.0;
+
+/// As many values of a type as there are doubles in a vector.
+template <class T>
+using Few = hn::Rebind<T, Doubles>;
+
+template <class T>
+const T* As(const std::uint8_t* p)
+{
+    return reinterpret_cast<const T*>(p);
+}
+
+template <class T>
+T* As(std::uint8_t* p)
+{
+    return reinterpret_cast<T*>(p);
+}
+
+/// Source values counted from the smallest one. Every step is exact.
+template <class S>
+Vector LoadUnits(const std::uint8_t* at)
+{
+    if constexpr (std::is_same_v<S, double>) {
+        return hn::LoadU(doubles, As<double>(at));
+    } else if constexpr (std::is_same_v<S, float>) {
+        return hn::PromoteTo(doubles, hn::LoadU(Few<float>(), As<float>(at)));
+    } else {
+        const Few<std::int32_t> few;
+        const auto value = hn::LoadU(few, As<std::int32_t>(at));
+        const auto turned = hn::Xor(value, hn::Set(few, std::numeric_limits<std::int32_t>::min()));
+#if HWY_TARGET <= HWY_AVX3_DL
+        // Signed values with their sign bit turned over are the unsigned ones 2^31 above.
+        return Vector{_mm512_cvtepu32_pd(std::is_signed_v<S> ? turned.raw : value.raw)};
+#else
+        // Signed values are counted from -2^31 on; unsigned ones with their upper bit turned over are signed
+        // ones 2^31 below.
+        return hn::Add(hn::PromoteTo(doubles, std::is_signed_v<S> ? value : turned),
+                       hn::Set(doubles, twoTo31));
+#endif
+    }
+}
+
+/// Values that fit, truncated; Highway's own conversion would look after larger ones too.
+hn::Vec<Few<std::int32_t>> ToIntegers(Vector y)
+{
+#if HWY_TARGET <= HWY_AVX3_DL
+    return hn::Vec<Few<std::int32_t>>{_mm512_cvttpd_epi32(y.raw)};
+#else
+    return hn::Vec<Few<std::int32_t>>{_mm256_cvttpd_epi32(y.raw)};
+#endif
+}
+
+using Integers = hn::Vec<hn::Rebind<std::int32_t, hn::ScalableTag<float>>>;
+
+/// As many integers as two vectors of doubles give, stored as the low bytes of each: their values, whatever
+/// the sign, where they fit.
+template <class D>
+void StoreLowBytes(Integers integers, std::uint8_t* at)
+{
+#if HWY_TARGET <= HWY_AVX3_DL
+    if constexpr (sizeof(D) == 1) {
+        const __m128i low = _mm512_cvtepi32_epi8(integers.raw);
+        std::memcpy(at, &low, sizeof low);
+    } else {
+        const __m256i low = _mm512_cvtepi32_epi16(integers.raw);
+        std::memcpy(at, &low, sizeof low);
+    }
+#else
+    const hn::Rebind<D, hn::ScalableTag<std::int32_t>> small;
+    hn::StoreU(hn::DemoteTo(small, integers), small, As<D>(at));
+#endif
+}
+
+/// Values in the target's range, as the target's type.
+template <class D>
+void StoreQuantised(Vector y, std::uint8_t* at)
+{
+    if constexpr (std::is_same_v<D, double>) {
+        hn::StoreU(y, doubles, As<double>(at));
+    } else if constexpr (std::is_same_v<D, float>) {
+        hn::StoreU(hn::DemoteTo(Few<float>(), y), Few<float>(), As<float>(at));
+    } else if constexpr (std::is_same_v<D, std::uint32_t>) {
+        // Whole already, so that 2^31 less is exact and fits a signed integer.
+        const Few<std::int32_t> few;
+        const auto below = ToIntegers(hn::Sub(hn::Trunc(y), hn::Set(doubles, twoTo31)));
+        hn::StoreU(hn::Xor(below, hn::Set(few, std::numeric_limits<std::int32_t>::min())), few,
+                   As<std::int32_t>(at));
+    } else {
+        static_assert(std::is_same_v<D, std::int32_t>);
+        hn::StoreU(ToIntegers(y), Few<std::int32_t>(), As<std::int32_t>(at));
+    }
+}
+
+/// The same for two vectors in a row.
+template <class D>
+void StoreQuantised(Vector first, Vector second, std::uint8_t* at)
+{
+    if constexpr (sizeof(D) <= 2) {
+        StoreLowBytes<D>(hn::Combine(hn::ScalableTag<std::int32_t>(), ToIntegers(second), ToIntegers(first)),
+                         at);
+    } else {
+        StoreQuantised<D>(first, at);
+        StoreQuantised<D>(second, at + lanes * sizeof(D));
+    }
+}
+
+/// The processor's maximum gives its second operand where one is NaN.
+Vector Saturated(Vector y, Vector min, Vector max)
+{
+    return hn::Min(hn::Max(y, min), max);
+}
+
+/// The linear case: the same operations in the same order as ToneCurve::Linear.
+template <class D>
+class LinearCurve
+{
+public:
+    explicit LinearCurve(const ToneCurve::Constants& c)
+        : slope_(hn::Set(doubles, c.slope)),
+          shift_(hn::Set(doubles, c.shift)),
+          min_(hn::Set(doubles, c.target.min)),
+          max_(hn::Set(doubles, c.target.max))
+    {
+    }
+
+    void Store(Vector first, Vector second, std::uint8_t* at) const
+    {
+        if constexpr (sizeof(D) <= 2) {
+            // What is NaN stays so, and like everything too small becomes the smallest integer.
+            const auto whole = [this](Vector y) { return ToIntegers(hn::Min(max_, y)); };
+            const hn::ScalableTag<std::int32_t> integers;
+            const auto both = hn::Combine(integers, whole(Value(second)), whole(Value(first)));
+            constexpr std::int32_t smallest = std::numeric_limits<D>::min();
+            StoreLowBytes<D>(hn::Max(both, hn::Set(integers, smallest)), at);
+        } else {
+            StoreQuantised<D>(Saturated(Value(first), min_, max_), Saturated(Value(second), min_, max_), at);
+        }
+    }
+
+private:
+    Vector Value(Vector source) const
+    {
+        const Vector y = hn::Add(hn::Mul(source, slope_), shift_);
+        // Adding 0 would change the sign of 0, which integers do not show.
+        return std::is_integral_v<D> && std::is_unsigned_v<D> ? y : hn::Add(y, min_);
+    }
+
+    Vector slope_;
+    Vector shift_;
+    Vector min_;
+    Vector max_;
+};
+
+template <class S, class D>
+struct Linear
+{
+    static void Run(const ToneCurve& curve, const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
+    {
+        if constexpr (std::is_same_v<D, std::uint8_t> && sizeof(S) == 4) {
+            const FixedPointCurve<S> fast(curve.Values());
+            if (fast.IsExactEnough())
+                return RunFixedPoint(curve, fast, src, dst, count);
+        }
+        const LinearCurve<D> linear(curve.Values());
+        EachVector<2 * lanes, sizeof(S), sizeof(D)>(
+            src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
+                linear.Store(LoadUnits<S>(s), LoadUnits<S>(s + lanes * sizeof(S)), d);
+            });
+    }
+
+private:
+    static void RunFixedPoint(const ToneCurve& curve, const FixedPointCurve<S>& fast, const std::uint8_t* src,
+                              std::uint8_t* dst, std::size_t count)
+    {
+        const LinearCurve<D> linear(curve.Values());
+        EachVector<2 * lanes, sizeof(S), 1>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
+            HWY_ALIGN std::uint8_t pixels[2 * lanes];
+            if (HWY_UNLIKELY(!fast.Store(s, pixels)))
+                linear.Store(LoadUnits<S>(s), LoadUnits<S>(s + lanes * sizeof(S)), pixels);
+            std::memcpy(d, pixels, sizeof pixels);
+        });
+    }
+};
+
+template <class D>
+struct FillLinear
+{
+    static void Run(const ToneCurve& curve, std::size_t first, std::uint8_t* dst, std::size_t count)
+    {
+        const LinearCurve<D> linear(curve.Values());
+        const auto from = [](std::size_t i) { return hn::Iota(doubles, static_cast<double>(i)); };
+        std::size_t i = 0;
+        for (; i + 2 * lanes <= count; i += 2 * lanes)
+            linear.Store(from(first + i), from(first + i + lanes), dst + sizeof(D) * i);
+        Plain::FillLinear<D>::Run(curve, first + i, dst + sizeof(D) * i, count - i);
+    }
+};
+
+// The bent case computes powers with a known error. Where that error could change what is
+// stored, the plain curve decides.
+
+/// 2^-41: what Power's result may be off by, relative to it, and the plain one's from the truth.
+constexpr double powerError = 4.5e-13;
+/// Exponents of two beyond this are not computed.
+constexpr double largestExponent = 64.0;
+
+/// log2 of positive normal numbers, off by less than 2^-49 of itself.
+Vector Log2(Vector x)
+{
+    const hn::RebindToSigned<Doubles> integers;
+    // The mantissa from the square root of 1/2 up to that of 2.
+    const auto bits = hn::BitCast(integers, x);
+    const auto offset = hn::Sub(bits, hn::Set(integers, 0x3FE6A09E667F3BCDll));
+    const auto mantissaBits = hn::Add(hn::And(offset, hn::Set(integers, 0x000FFFFFFFFFFFFFll)),
+                                      hn::Set(integers, 0x3FE6A09E667F3BCDll));
+    const Vector mantissa = hn::BitCast(doubles, mantissaBits);
+    // The exponent as a double: its integer stands in the low bits of 1.5 * 2^52.
+    const Vector big = hn::Set(doubles, 6755399441055744.0);
+    const auto exponentBits = hn::ShiftRight<52>(offset);
+    const Vector exponent =
+        hn::Sub(hn::BitCast(doubles, hn::Add(exponentBits, hn::BitCast(integers, big))), big);
+
+    // log2(m) = 2 / ln 2 * artanh(s), s = (m - 1) / (m + 1), |s| < 0.172.
+    const Vector one = hn::Set(doubles, 1.0);
+    const Vector s = hn::Div(hn::Sub(mantissa, one), hn::Add(mantissa, one));
+    const Vector s2 = hn::Mul(s, s);
+    Vector series = hn::Set(doubles, 1.0 / 21);
+    for (const double coefficient :
+         {1.0 / 19, 1.0 / 17, 1.0 / 15, 1.0 / 13, 1.0 / 11, 1.0 / 9, 1.0 / 7, 1.0 / 5, 1.0 / 3, 1.0})
+        series = hn::MulAdd(series, s2, hn::Set(doubles, coefficient));
+    return hn::MulAdd(hn::Mul(s, series), hn::Set(doubles, 2.8853900817779268147), exponent);
+}
+
+/// 2^p for p within the largest exponent.
+Vector Exp2(Vector p)
+{
+    const hn::RebindToSigned<Doubles> integers;
+    const Vector big = hn::Set(doubles, 6755399441055744.0);
+    const Vector shifted = hn::Add(p, big); // rounds to a whole number in the low bits
+    const Vector f = hn::Mul(hn::Sub(p, hn::Sub(shifted, big)), hn::Set(doubles, 0.69314718055994530942));
+    Vector series = hn::Set(doubles, 1.0 / 6227020800.0);
+    for (const double coefficient :
+         {1.0 / 479001600.0, 1.0 / 39916800.0, 1.0 / 3628800.0, 1.0 / 362880.0, 1.0 / 40320.0, 1.0 / 5040.0,
+          1.0 / 720.0, 1.0 / 120.0, 1.0 / 24.0, 1.0 / 6.0, 1.0 / 2.0, 1.0, 1.0})
+        series = hn::MulAdd(series, f, hn::Set(doubles, coefficient));
+    const auto scale = hn::ShiftLeft<52>(hn::BitCast(integers, shifted));
+    return hn::BitCast(doubles, hn::Add(hn::BitCast(integers, series), scale));
+}
+
+/// x to a positive power, for x from 0 to about 1, or 0 and a note in `doubtful` where the result is
+/// not known. That of 0 is exact, and so is the power 1.
+Vector Power(Vector x, double power, Mask& doubtful)
+{
+    if (power == 1.0)
+        return x;
+    const Mask isTiny = hn::Lt(x, hn::Set(doubles, 1e-300));
+    const Vector p = hn::Mul(Log2(hn::IfThenElse(isTiny, hn::Set(doubles, 1.0), x)), hn::Set(doubles, power));
+    const Mask isUnknown = hn::Or(hn::And(isTiny, hn::Ne(x, hn::Zero(doubles))),
+                                  hn::Gt(hn::Abs(p), hn::Set(doubles, largestExponent)));
+    doubtful = hn::Or(doubtful, isUnknown);
+    return hn::IfThenZeroElse(hn::Or(isTiny, isUnknown), Exp2(p));
+}
+
+class BentCurve
+{
+public:
+    explicit BentCurve(const ToneCurve& curve)
+        : curve_(curve), c_(curve.Values()), error_((c_.gamma + 2.0) * powerError)
+    {
+    }
+
+    /// Whether the bounds of the error hold.
+    bool IsWithinBounds() const
+    {
+        const auto isModerate = [](double power) { return power > 0.0 && power <= 256.0; };
+        return isModerate(c_.gamma) && isModerate(c_.sigma) && std::isfinite(c_.low) &&
+               std::isfinite(c_.high) && c_.width > 0.0 && std::isfinite(2.0 / c_.width);
+    }
+
+    /// Stores the values of the curve as the target's type.
+    template <class D>
+    void Store(Vector first, Vector second, std::uint8_t* at) const
+    {
+        Mask isFirstDoubtful, isSecondDoubtful;
+        const Vector a = Values<D>(first, isFirstDoubtful);
+        const Vector b = Values<D>(second, isSecondDoubtful);
+        StoreQuantised<D>(a, b, at);
+        if (HWY_UNLIKELY(!hn::AllFalse(doubles, hn::Or(isFirstDoubtful, isSecondDoubtful)))) {
+            Decide<D>(first, isFirstDoubtful, at);
+            Decide<D>(second, isSecondDoubtful, at + lanes * sizeof(D));
+        }
+    }
+
+private:
+    /// The values for sources, and which of them may be wrong by more than the target's type forgives.
+    template <class D>
+    Vector Values(Vector source, Mask& doubtful) const
+    {
+        const Vector low = hn::Set(doubles, c_.low);
+        const Vector high = hn::Set(doubles, c_.high);
+        const Vector min = hn::Set(doubles, c_.target.min);
+        const Vector max = hn::Set(doubles, c_.target.max);
+        const Mask above = hn::Ge(source, high);
+        const Mask between = hn::AndNot(above, hn::Ge(source, low)); // NaN is not between
+        const Mask lower = hn::Lt(source, hn::Set(doubles, c_.middle));
+
+        const Vector distance = hn::IfThenElse(lower, hn::Sub(source, low), hn::Sub(high, source));
+        const Vector base = hn::IfThenElse(between, hn::Mul(hn::Set(doubles, 2.0 / c_.width), distance),
+                                           hn::Set(doubles, 1.0));
+        doubtful = hn::MaskFromVec(hn::Zero(doubles));
+        const Vector half = hn::Mul(hn::Set(doubles, 0.5), Power(base, c_.sigma, doubtful));
+        const Vector t = hn::IfThenElse(lower, half, hn::Sub(hn::Set(doubles, 1.0), half));
+        const Vector risen = hn::Mul(hn::Set(doubles, c_.target.span), Power(t, c_.gamma, doubtful));
+        const Vector y = hn::Add(min, risen);
+
+        // Adding the lower end rounds, but not where nothing is added to it.
+        const Vector rounding = hn::IfThenZeroElse(hn::Eq(risen, hn::Zero(doubles)),
+                                                   hn::Set(doubles, std::abs(c_.target.min) * powerError));
+        const Vector error = hn::MulAdd(risen, hn::Set(doubles, error_), rounding);
+        const Vector ends = hn::IfThenElse(above, max, min);
+        doubtful = hn::Or(doubtful, IsDoubtful<D>(hn::Sub(y, error), hn::Add(y, error)));
+        doubtful = hn::And(doubtful, between);
+        return hn::IfThenElse(between, Saturated(y, min, max), ends);
+    }
+
+    /// Whether the ends of what a value may be are not stored alike.
+    template <class D>
+    static Mask IsDoubtful(Vector from, Vector to)
+    {
+        if constexpr (std::is_same_v<D, float>) {
+            const Few<float> few;
+            return hn::Ne(hn::PromoteTo(doubles, hn::DemoteTo(few, from)),
+                          hn::PromoteTo(doubles, hn::DemoteTo(few, to)));
+        } else {
+            return hn::Ne(hn::Trunc(from), hn::Trunc(to));
+        }
+    }
+
+    template <class D>
+    HWY_NOINLINE void Decide(Vector source, Mask doubtful, std::uint8_t* at) const
+    {
+        HWY_ALIGN double sources[lanes];
+        HWY_ALIGN double flags[lanes];
+        hn::Store(source, doubles, sources);
+        hn::Store(hn::IfThenElseZero(doubtful, hn::Set(doubles, 1.0)), doubles, flags);
+        for (std::size_t i = 0; i < lanes; ++i)
+            if (flags[i] != 0.0)
+                StorePixel(at + sizeof(D) * i, Quantise<D>(curve_.Bent(sources[i])));
+    }
+
+    const ToneCurve& curve_;
+    ToneCurve::Constants c_;
+    double error_;
+};
+
+/// Doubles show every bit of a power, so they are left to the plain curve.
+template <class D>
+constexpr bool showsEveryBit = std::is_same_v<D, double>;
+
+template <class S, class D>
+struct Bent
+{
+    static void Run(const ToneCurve& curve, const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
+    {
+        const BentCurve bent(curve);
+        if (showsEveryBit<D> || !bent.IsWithinBounds())
+            return Plain::Bent<S, D>::Run(curve, src, dst, count);
+        if constexpr (!showsEveryBit<D>)
+            EachVector<2 * lanes, sizeof(S), sizeof(D)>(
+                src, dst, count, [&](const std::uint8_t* s, std::uint8_t* d) {
+                    bent.Store<D>(LoadUnits<S>(s), LoadUnits<S>(s + lanes * sizeof(S)), d);
+                });
+    }
+};
+
+template <class D>
+struct FillBent
+{
+    static void Run(const ToneCurve& curve, std::size_t first, std::uint8_t* dst, std::size_t count)
+    {
+        const BentCurve bent(curve);
+        const auto from = [](std::size_t index) { return hn::Iota(doubles, static_cast<double>(index)); };
+        std::size_t i = 0;
+        if constexpr (!showsEveryBit<D>)
+            for (; bent.IsWithinBounds() && i + 2 * lanes <= count; i += 2 * lanes)
+                bent.Store<D>(from(first + i), from(first + i + lanes), dst + sizeof(D) * i);
+        Plain::FillBent<D>::Run(curve, first + i, dst + sizeof(D) * i, count - i);
+    }
+};
+
+constexpr CurveKernels curveKernels{.linear = EveryPair<Linear>(),
+                                    .bent = EveryPair<Bent>(),
+                                    .fillLinear = EveryTarget<FillLinear>(),
+                                    .fillBent = EveryTarget<FillBent>()};
+
+#endif
+} // namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace Mardu::Sentel::Tavlo {
+
+const CurveKernels avx2Curve = N_AVX2::curveKernels;
+const CurveKernels avx512Curve = N_AVX3_DL::curveKernels;
+
+} // namespace Mardu::Sentel::Tavlo
+#endif

@@ -1,0 +1,220 @@
+#include "recode/plain_loops.h"
+#include "recode/stepped_table.h"
+#include "recode/wide_kernels.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "recode/wide_lookup.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include "recode/byte_table-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
+#if HWY_TARGET != HWY_SCALAR
+
+using Words = hn::ScalableTag<std::uint16_t>;
+
+void LookupByte(const void* entries, std::uint32_t, const std::uint8_t* src, std::uint8_t* dst,
+                std::size_t count)
+{
+    const ByteTable table(static_cast<const std::uint8_t*>(entries));
+    EachVector<step, 1, 1>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
+        hn::StoreU(table(hn::LoadU(bytes, s)), bytes, d);
+    });
+}
+
+/// As many 16-bit values as `Out` holds, one store; the plain loop makes one store a pixel.
+template <class Entry, class S>
+void LookupTogether(const void* table, std::uint32_t mask, const std::uint8_t* src, std::uint8_t* dst,
+                    std::size_t count)
+{
+    const auto* entries = static_cast<const Entry*>(table);
+    constexpr std::size_t together = 8 / sizeof(Entry);
+    const std::uint64_t wideMask = sizeof(S) == 1 ? ~std::uint64_t{0} : mask * 0x0001000100010001u;
+    std::size_t i = 0;
+    for (; i + together <= count; i += together) {
+        std::uint64_t out = 0;
+        for (std::size_t part = 0; part < together; part += 4) {
+            constexpr std::size_t now = together < 4 ? together : 4;
+            std::uint64_t in = 0;
+            std::memcpy(&in, src + (i + part) * sizeof(S), now * sizeof(S));
+            in &= wideMask;
+            for (std::size_t k = 0; k < now; ++k) {
+                const auto index = static_cast<S>(in >> (8 * sizeof(S) * k));
+                out |= static_cast<std::uint64_t>(entries[index]) << (8 * sizeof(Entry) * (part + k));
+            }
+        }
+        std::memcpy(dst + i * sizeof(Entry), &out, sizeof out);
+    }
+    Plain::Lookup<S, Entry>(table, mask, src + i * sizeof(S), dst + i * sizeof(Entry), count - i);
+}
+
+#if HWY_TARGET <= HWY_AVX3_DL
+
+/// Taking a table apart pays from here on.
+constexpr std::size_t worthSplitting = 256;
+
+/// The tables of an entry's bytes.
+template <std::size_t size>
+struct Planes
+{
+    alignas(64) std::uint8_t plane[4][256];
+
+    explicit Planes(const std::uint8_t* entries)
+    {
+        for (std::size_t i = 0; i < 256; i += step) {
+            ByteVector v[4];
+            if constexpr (size == 2)
+                hn::LoadInterleaved2(bytes, entries + 2 * i, v[0], v[1]);
+            else
+                hn::LoadInterleaved4(bytes, entries + 4 * i, v[0], v[1], v[2], v[3]);
+            for (std::size_t k = 0; k < size; ++k)
+                hn::Store(v[k], bytes, plane[k] + i);
+        }
+    }
+};
+
+void LookupTwo(const void* entries, std::uint32_t mask, const std::uint8_t* src, std::uint8_t* dst,
+               std::size_t count)
+{
+    if (count < worthSplitting)
+        return LookupTogether<std::uint16_t, std::uint8_t>(entries, mask, src, dst, count);
+    const Planes<2> planes(static_cast<const std::uint8_t*>(entries));
+    const ByteTable low(planes.plane[0]), high(planes.plane[1]);
+    EachVector<step, 1, 2>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
+        const ByteVector index = hn::LoadU(bytes, s);
+        hn::StoreInterleaved2(low(index), high(index), bytes, d);
+    });
+}
+
+void LookupFour(const void* entries, std::uint32_t mask, const std::uint8_t* src, std::uint8_t* dst,
+                std::size_t count)
+{
+    if (count < worthSplitting)
+        return LookupTogether<std::uint32_t, std::uint8_t>(entries, mask, src, dst, count);
+    const Planes<4> planes(static_cast<const std::uint8_t*>(entries));
+    const ByteTable b0(planes.plane[0]), b1(planes.plane[1]), b2(planes.plane[2]), b3(planes.plane[3]);
+    EachVector<step, 1, 4>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
+        const ByteVector index = hn::LoadU(bytes, s);
+        hn::StoreInterleaved4(b0(index), b1(index), b2(index), b3(index), bytes, d);
+    });
+}
+
+void LookupThree(const void* entries, std::uint32_t mask, const std::uint8_t* src, std::uint8_t* dst,
+                 std::size_t count)
+{
+    if (count < worthSplitting)
+        return Plain::LookupThree<std::uint8_t>(entries, mask, src, dst, count);
+    const Planes<4> planes(static_cast<const std::uint8_t*>(entries));
+    const ByteTable b0(planes.plane[0]), b1(planes.plane[1]), b2(planes.plane[2]);
+    EachVector<step, 1, 3>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
+        const ByteVector index = hn::LoadU(bytes, s);
+        hn::StoreInterleaved3(b0(index), b1(index), b2(index), bytes, d);
+    });
+}
+
+/// Two vectors of elements at a time give one of bytes.
+void Stepped(const SteppedTable& table, const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
+{
+    const ByteTable first(table.First().data());
+    const ByteVector change = hn::Set(bytes, table.Change());
+    const __m128i shift = _mm_cvtsi32_si128(table.Shift());
+    const ByteVector places = hn::Add(hn::Iota(bytes, 0), hn::Iota(bytes, 0));
+    const ByteVector blocks = hn::Add(places, hn::Set(bytes, 1));
+    EachVector<step, 2, 1>(src, dst, count, [=, &table](const std::uint8_t* s, std::uint8_t* d) {
+        const __m512i a = _mm512_sll_epi16(hn::LoadU(bytes, s).raw, shift);
+        const __m512i b = _mm512_sll_epi16(hn::LoadU(bytes, s + step).raw, shift);
+        const ByteVector block{_mm512_permutex2var_epi8(a, blocks.raw, b)};
+        const ByteVector place{_mm512_permutex2var_epi8(a, places.raw, b)};
+        ByteVector value = first(block);
+        for (std::size_t i = 0; i < table.Steps(); ++i) {
+            const ByteVector last = ByteTable(table.LastBefore(i).data())(block);
+            value = hn::IfThenElse(hn::Gt(place, last), hn::Add(value, change), value);
+        }
+        hn::StoreU(value, bytes, d);
+    });
+}
+
+#else
+
+constexpr LookupKernels::Stepped Stepped = nullptr;
+constexpr auto LookupTwo = LookupTogether<std::uint16_t, std::uint8_t>;
+constexpr auto LookupThree = Plain::LookupThree<std::uint8_t>;
+constexpr auto LookupFour = LookupTogether<std::uint32_t, std::uint8_t>;
+
+#endif
+
+template <class V>
+HWY_INLINE V Widened(hn::ScalableTag<std::int32_t>, V index)
+{
+    return index;
+}
+
+template <class V>
+HWY_INLINE auto Widened(hn::ScalableTag<std::int64_t> wide, V index)
+{
+    return hn::PromoteTo(wide, index);
+}
+
+/// Entries of four and eight bytes by the processor's own gathering, a whole vector a store.
+template <class Entry>
+void Gather(const void* table, std::uint32_t mask, const std::uint8_t* src, std::uint8_t* dst,
+            std::size_t count)
+{
+    const hn::ScalableTag<Entry> entries;
+    const hn::Rebind<std::uint16_t, decltype(entries)> elements;
+    constexpr std::size_t together = hn::MaxLanes(entries);
+    const auto field = hn::Set(elements, static_cast<std::uint16_t>(mask));
+    EachVector<together, 2, sizeof(Entry)>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
+        const auto picked = hn::And(hn::LoadU(elements, reinterpret_cast<const std::uint16_t*>(s)), field);
+        const auto index =
+            Widened(entries, hn::PromoteTo(hn::Rebind<std::int32_t, decltype(entries)>(), picked));
+        const auto found = hn::GatherIndex(entries, static_cast<const Entry*>(table), index);
+        hn::StoreU(found, entries, reinterpret_cast<Entry*>(d));
+    });
+}
+
+IndexRange Range(std::uint32_t mask, std::uint32_t sign, const std::uint8_t* src, std::size_t count)
+{
+    const Words words;
+    const std::size_t lanes = hn::Lanes(words);
+    if (count < lanes)
+        return Plain::Range(mask, sign, src, count);
+    const auto maskVector = hn::Set(words, static_cast<std::uint16_t>(mask));
+    const auto signVector = hn::Set(words, static_cast<std::uint16_t>(sign));
+    const auto indices = [&](std::size_t i) {
+        const auto elements = hn::BitCast(words, hn::LoadU(bytes, src + 2 * i));
+        return hn::Xor(hn::And(elements, maskVector), signVector);
+    };
+    auto smallest = indices(0);
+    auto largest = smallest;
+    for (std::size_t i = lanes; i + lanes <= count; i += lanes) {
+        const auto now = indices(i);
+        smallest = hn::Min(smallest, now);
+        largest = hn::Max(largest, now);
+    }
+    const auto last = indices(count - lanes);
+    return {hn::GetLane(hn::MinOfLanes(words, hn::Min(smallest, last))),
+            hn::GetLane(hn::MaxOfLanes(words, hn::Max(largest, last)))};
+}
+
+constexpr LookupKernels lookupKernels{
+    .from8 = {LookupByte, LookupTwo, LookupThree, LookupFour, Plain::Lookup<std::uint8_t, std::uint64_t>},
+    .from16 = {LookupTogether<std::uint8_t, std::uint16_t>, LookupTogether<std::uint16_t, std::uint16_t>,
+               Plain::LookupThree<std::uint16_t>, Gather<std::int32_t>, Gather<std::int64_t>},
+    .rangeOf16 = Range,
+    .stepped = Stepped};
+
+#endif
+} // namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace Mardu::Sentel::Tavlo {
+
+const LookupKernels avx2Lookup = N_AVX2::lookupKernels;
+const LookupKernels avx512Lookup = N_AVX3_DL::lookupKernels;
+
+} // namespace Mardu::Sentel::Tavlo
+#endif

@@ -1,0 +1,146 @@
+#include "kernels_test.h"
+
+// Colours.
+
+TEST_P(Kernel, ColorsOfEveryLayoutAreThePlainOnes)
+{
+    const Bytes table(256, 3, random_);
+    for (int layout = 0; layout < ColorKernels::layoutCount; ++layout) {
+        const std::size_t sourceSize = layout >= ColorKernels::fourToFour ? 4 : 3;
+        const std::size_t targetSize = layout >= ColorKernels::threeToFour ? 4 : 3;
+        for (const std::uint8_t* entries : {static_cast<const std::uint8_t*>(nullptr), table.Data()}) {
+            SCOPED_TRACE("layout " + std::to_string(layout) + (entries == nullptr ? "" : ", table"));
+            ExpectSamePixels(
+                wide_, plain_, sourceSize, targetSize, sourceSize == targetSize, random_,
+                [&](const Kernels& kernels, const std::uint8_t* src, std::uint8_t* dst, std::size_t count) {
+                    kernels.color.convert[static_cast<std::size_t>(layout)](entries, src, dst, count);
+                },
+                CountsAndALargeOne(targetSize));
+        }
+    }
+}
+
+TEST_P(Kernel, GreysAreThePlainOnes)
+{
+    for (const auto grey : {&ColorKernels::greyOfRGB, &ColorKernels::greyOfBGR}) {
+        SCOPED_TRACE(grey == &ColorKernels::greyOfRGB ? "RGB" : "BGR");
+        ExpectSamePixels(
+            wide_, plain_, 3, 1, true, random_,
+            [&](const Kernels& kernels, const std::uint8_t* src, std::uint8_t* dst, std::size_t count) {
+                (kernels.color.*grey)(src, dst, count);
+            },
+            CountsAndALargeOne(1));
+    }
+}
+
+TEST_P(Kernel, GreyOfEveryColorIsThePlainOne)
+{
+    constexpr std::size_t count = 256 * 256;
+    std::vector<std::uint8_t> colors(3 * count);
+    std::vector<std::uint8_t> expected(count);
+    std::vector<std::uint8_t> actual(count);
+    for (unsigned red = 0; red < 256; ++red) {
+        for (std::size_t i = 0; i < count; ++i) {
+            colors[3 * i] = static_cast<std::uint8_t>(red);
+            colors[3 * i + 1] = static_cast<std::uint8_t>(i >> 8);
+            colors[3 * i + 2] = static_cast<std::uint8_t>(i);
+        }
+        for (const auto grey : {&ColorKernels::greyOfRGB, &ColorKernels::greyOfBGR}) {
+            (plain_.color.*grey)(colors.data(), expected.data(), count);
+            (wide_.color.*grey)(colors.data(), actual.data(), count);
+            ASSERT_EQ(actual, expected) << red;
+        }
+    }
+}
+
+// Moves.
+
+TEST_P(Kernel, ReversedPixelsAreThePlainOnes)
+{
+    for (std::size_t i = 0; i < sizeCount; ++i) {
+        SCOPED_TRACE(sizes[i]);
+        ExpectSamePixels(wide_, plain_, sizes[i], sizes[i], false, random_,
+                         [i](const Kernels& kernels, const std::uint8_t* src, std::uint8_t* dst,
+                             std::size_t count) { kernels.move.reverse[i](src, dst, count); });
+    }
+}
+
+namespace {
+
+/// A block whose rows are some bytes apart, from the first row to the last or the other way round.
+struct Rows
+{
+    std::size_t rowBytes;
+    std::size_t rows;
+    std::size_t gap;
+    bool upwards;
+
+    std::size_t Size() const { return rows == 0 ? 0 : (rowBytes + gap) * (rows - 1) + rowBytes; }
+
+    std::ptrdiff_t Stride() const
+    {
+        const auto stride = static_cast<std::ptrdiff_t>(rowBytes + gap);
+        return upwards ? -stride : stride;
+    }
+
+    template <class Byte>
+    Byte* First(Byte* data) const
+    {
+        return upwards && rows != 0 ? data + (rowBytes + gap) * (rows - 1) : data;
+    }
+};
+
+class Transposition
+{
+public:
+    Transposition(const Kernels& wide, const Kernels& plain, std::mt19937& random)
+        : wide_(wide), plain_(plain), random_(random)
+    {
+    }
+
+    void ExpectSame(std::size_t index, std::size_t width, std::size_t height)
+    {
+        SCOPED_TRACE(std::to_string(width) + " x " + std::to_string(height));
+        const auto any = [&](unsigned limit) { return random_() % limit; };
+        const std::size_t size = sizes[index];
+        const Rows from{height * size, width, any(2) * any(100), any(2) == 1};
+        const Rows to{width * size, height, any(2) * any(100), any(2) == 1};
+        const Bytes source(from.Size(), any(64), random_);
+        Bytes expected(to.Size(), any(64), random_);
+        Bytes actual = expected;
+        const auto run = [&](const Kernels& kernels, Bytes& target) {
+            kernels.move.transpose[index](from.First(source.Data()), from.Stride(), to.First(target.Data()),
+                                          to.Stride(), width, height);
+        };
+        run(plain_, expected);
+        run(wide_, actual);
+        ASSERT_TRUE(actual == expected);
+    }
+
+private:
+    const Kernels& wide_;
+    const Kernels& plain_;
+    std::mt19937& random_;
+};
+
+} // namespace
+
+TEST_P(Kernel, TransposedPixelsAreThePlainOnes)
+{
+    Transposition transposition(wide_, plain_, random_);
+    for (std::size_t i = 0; i < sizeCount; ++i) {
+        SCOPED_TRACE(sizes[i]);
+        for (std::size_t extent = 0; extent <= 140; ++extent)
+            for (const std::size_t other : {1, 3, 8, 16, 31, 64, 67, 130}) {
+                transposition.ExpectSame(i, extent, other);
+                transposition.ExpectSame(i, other, extent);
+            }
+        for (int k = 0; k < 20; ++k)
+            transposition.ExpectSame(i, random_() % 1000, random_() % 1000);
+        transposition.ExpectSame(i, 2048, 1024);
+    }
+}
+
+// A processor of the plain level has nothing to compare.
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(Kernel);
+INSTANTIATE_TEST_SUITE_P(Levels, Kernel, testing::ValuesIn(WideLevels()), LevelName);

@@ -1,0 +1,266 @@
+#include "kernels_test.h"
+
+#include "recode/stepped_table.h"
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+// Tables and the tone curve.
+
+namespace {
+
+class NumericKernel : public Kernel
+{
+};
+
+constexpr ToneParameters tones[] = {
+    {1.0, 0.0, 1.0, 1.0},
+    {1.2, 0.0, 1.0, 1.0},
+    {0.7, 0.2, 1.0, 1.0},
+    {-1.3, 0.9, 1.0, 1.0},
+    {40.0, -19.5, 1.0, 1.0},
+    {5000.0, -2400.0, 1.0, 1.0},
+    {0.0, 0.5, 1.0, 1.0},
+    {1e60, 0.0, 1.0, 1.0},
+    {1e-60, 0.3, 1.0, 1.0},
+    {1.0, 0.0, 2.2, 1.0},
+    {1.0, 0.0, 1.0, 1.7},
+    {1.3, -0.1, 0.45, 2.5},
+    {2.0, -0.4, 30.0, 0.2},
+    {0.3, 0.3, 200.0, 180.0},
+    {1.0, 0.1, -1.0, 1.5},
+    {-1.0, 0.5, 2.0, 2.0},
+    {0.0, 0.5, 2.0, 2.0},
+    {1.0, 0.0, 1.0, 1e-3},
+    {1.0, 0.0, 500.0, 1.2},
+    {std::numeric_limits<double>::quiet_NaN(), 0.0, 1.0, 1.0},
+    {std::numeric_limits<double>::infinity(), 0.0, 1.0, 1.0},
+};
+
+/// Values where something happens: limits, whole target values, their neighbours, and any bits.
+template <class S>
+std::vector<S> Sources(std::mt19937& random)
+{
+    std::vector<S> values;
+    if constexpr (std::is_floating_point_v<S>) {
+        using Limits = std::numeric_limits<S>;
+        values = {S{0},
+                  -S{0},
+                  Limits::quiet_NaN(),
+                  Limits::infinity(),
+                  -Limits::infinity(),
+                  Limits::max(),
+                  Limits::lowest(),
+                  Limits::min(),
+                  Limits::denorm_min(),
+                  S{1},
+                  S{-1}};
+        for (const int last : {255, 4095, 65535})
+            for (int i = 0; i <= last; i += last > 255 ? 37 : 1) {
+                const S exact = static_cast<S>(i) / static_cast<S>(last);
+                values.insert(values.end(),
+                              {exact, std::nextafter(exact, S{2}), std::nextafter(exact, S{-2})});
+            }
+        std::uniform_real_distribution<S> around(S(-0.5), S(1.5));
+        for (int i = 0; i < 3000; ++i)
+            values.push_back(around(random));
+    } else {
+        for (std::uint64_t i = 0; i <= 255; ++i)
+            for (const int d : {-1, 0, 1})
+                values.push_back(static_cast<S>(static_cast<std::uint32_t>(i * 4294967295u / 255) +
+                                                static_cast<std::uint32_t>(d)));
+    }
+    for (int i = 0; i < 3000; ++i) {
+        const std::uint64_t bits = std::uint64_t{random()} << 32 | random();
+        S value;
+        std::memcpy(&value, &bits, sizeof value);
+        values.push_back(value);
+    }
+    return values;
+}
+
+template <class D>
+void ExpectSameCurves(const Kernels& wide, const Kernels& plain, std::mt19937& random)
+{
+    const auto check = [&]<class S>(S) {
+        const std::vector<S> sources = Sources<S>(random);
+        std::vector<D> expected(sources.size());
+        std::vector<D> actual(sources.size());
+        const auto run = [&](const Kernels& kernels, const ToneCurve& curve, std::vector<D>& target) {
+            const auto& pairs = curve.IsLinear() ? kernels.curve.linear : kernels.curve.bent;
+            pairs[CurveKernels::SourceIndex<S>][ElementIndex<D>()](
+                curve, reinterpret_cast<const std::uint8_t*>(sources.data()),
+                reinterpret_cast<std::uint8_t*>(target.data()), sources.size());
+        };
+        for (const ToneParameters& tone : tones) {
+            SCOPED_TRACE(testing::Message() << "contrast " << tone.contrast << ", gamma " << tone.gamma
+                                            << ", sigma " << tone.sigma << ", source " << ElementIndex<S>());
+            const ToneCurve curve(tone, value_range<S>.span, value_range<D>, ToneCurve::Bounds::exact);
+            run(plain, curve, expected);
+            run(wide, curve, actual);
+            for (std::size_t i = 0; i < sources.size(); ++i)
+                ASSERT_EQ(std::memcmp(&actual[i], &expected[i], sizeof(D)), 0)
+                    << +sources[i] << " gave " << +actual[i] << " instead of " << +expected[i];
+        }
+    };
+    check(std::int32_t{});
+    check(std::uint32_t{});
+    check(float{});
+    check(double{});
+}
+
+template <class D>
+void ExpectSameFilling(const Kernels& wide, const Kernels& plain)
+{
+    std::vector<D> expected(65536);
+    std::vector<D> actual(65536);
+    for (const ToneParameters& tone : tones)
+        for (const std::size_t count : {std::size_t{256}, std::size_t{4096}, std::size_t{65536}}) {
+            SCOPED_TRACE(testing::Message() << "contrast " << tone.contrast << ", gamma " << tone.gamma
+                                            << ", sigma " << tone.sigma << ", " << count << " entries");
+            const ToneCurve curve(tone, static_cast<double>(count - 1), value_range<D>,
+                                  ToneCurve::Bounds::whole);
+            const auto fill = [&](const Kernels& kernels, std::size_t first, std::size_t last,
+                                  std::vector<D>& table) {
+                const auto& loops = curve.IsLinear() ? kernels.curve.fillLinear : kernels.curve.fillBent;
+                loops[ElementIndex<D>()](curve, first, reinterpret_cast<std::uint8_t*>(&table[first]),
+                                         last - first);
+            };
+            fill(plain, 0, count, expected);
+            fill(wide, 0, 3, actual);
+            fill(wide, 3, 130, actual);
+            fill(wide, 130, count, actual);
+            ASSERT_EQ(std::memcmp(actual.data(), expected.data(), count * sizeof(D)), 0);
+        }
+}
+
+} // namespace
+
+TEST_P(NumericKernel, LooksUpBytes)
+{
+    for (std::size_t i = 0; i < sizeCount; ++i) {
+        SCOPED_TRACE(sizes[i]);
+        const Bytes table(256 * (sizes[i] == 3 ? 4 : sizes[i]), 8, random_);
+        ExpectSamePixels(
+            wide_, plain_, 1, sizes[i], sizes[i] == 1, random_,
+            [&](const Kernels& kernels, const std::uint8_t* src, std::uint8_t* dst, std::size_t count) {
+                kernels.lookup.from8[i](table.Data(), 0xFF, src, dst, count);
+            });
+    }
+}
+
+TEST_P(NumericKernel, LooksUpFieldsOfEveryWidth)
+{
+    for (int bits = 9; bits <= 16; ++bits)
+        for (std::size_t i = 0; i < sizeCount; ++i) {
+            SCOPED_TRACE(std::to_string(bits) + " bits to " + std::to_string(sizes[i]));
+            const Bytes table((std::size_t{1} << bits) * (sizes[i] == 3 ? 4 : sizes[i]), 8, random_);
+            const std::uint32_t mask = (1u << bits) - 1;
+            ExpectSamePixels(
+                wide_, plain_, 2, sizes[i], sizes[i] == 2, random_,
+                [&](const Kernels& kernels, const std::uint8_t* src, std::uint8_t* dst, std::size_t count) {
+                    kernels.lookup.from16[i](table.Data(), mask, src, dst, count);
+                });
+        }
+}
+
+TEST_P(NumericKernel, FindsTheRangeOfFields)
+{
+    for (const std::size_t count : Counts()) {
+        if (count == 0)
+            continue;
+        const Bytes source(2 * count, random_() % 64, random_);
+        for (const auto& [mask, sign] :
+             {std::pair{0xFFFFu, 0u}, {0xFFFFu, 0x8000u}, {0xFFFu, 0x800u}, {0x1FFu, 0u}}) {
+            const IndexRange expected = plain_.lookup.rangeOf16(mask, sign, source.Data(), count);
+            const IndexRange actual = wide_.lookup.rangeOf16(mask, sign, source.Data(), count);
+            ASSERT_EQ(actual.first, expected.first) << count;
+            ASSERT_EQ(actual.last, expected.last) << count;
+        }
+    }
+}
+
+TEST_P(NumericKernel, StepsThroughATableLikeLookingItUp)
+{
+    if (wide_.lookup.stepped == nullptr)
+        return; // This level looks all bytes up.
+    std::vector<std::uint8_t> source(2 * 65536 + 2 * 77);
+    for (std::size_t i = 0; i < source.size() / 2; ++i) {
+        source[2 * i] = static_cast<std::uint8_t>(i);
+        source[2 * i + 1] = static_cast<std::uint8_t>(i >> 8);
+    }
+    std::vector<std::uint8_t> expected(source.size() / 2);
+    std::vector<std::uint8_t> actual(source.size() / 2);
+    SteppedTable stepped;
+    int built = 0;
+    for (int bits = 9; bits <= 16; ++bits)
+        for (const double contrast : {1.0, 1.2, 0.3, -1.0, 2.9, 7.5, 30.0}) {
+            SCOPED_TRACE(testing::Message() << bits << " bits, contrast " << contrast);
+            std::vector<std::uint8_t> table(std::size_t{1} << bits);
+            const ToneCurve curve({contrast, contrast < 0 ? 1.0 : 0.0, 1.0, 1.0},
+                                  static_cast<double>(table.size() - 1), value_range<std::uint8_t>,
+                                  ToneCurve::Bounds::whole);
+            plain_.curve.fillLinear[ElementIndex<std::uint8_t>()](curve, 0, table.data(), table.size());
+            if (!stepped.Build(table.data(), bits))
+                continue;
+            ++built;
+            const auto mask = static_cast<std::uint32_t>(table.size() - 1);
+            plain_.lookup.from16[0](table.data(), mask, source.data(), expected.data(), expected.size());
+            wide_.lookup.stepped(stepped, source.data(), actual.data(), actual.size());
+            ASSERT_EQ(actual, expected);
+        }
+    EXPECT_GE(built, 30);
+}
+
+TEST(SteppedTable, HasNoFormForManyStepsOrLargeOnes)
+{
+    SteppedTable stepped;
+    std::vector<std::uint8_t> table(65536);
+    EXPECT_TRUE(stepped.Build(table.data(), 16));
+    EXPECT_EQ(stepped.Steps(), 0u);
+
+    table[300] = 2; // by two, and back
+    EXPECT_FALSE(stepped.Build(table.data(), 16));
+    table[300] = 1; // up and down
+    EXPECT_FALSE(stepped.Build(table.data(), 16));
+
+    for (std::size_t i = 0; i < table.size(); ++i)
+        table[i] = static_cast<std::uint8_t>(std::min<std::size_t>(i / 16, 255));
+    EXPECT_FALSE(stepped.Build(table.data(), 16)) << "sixteen in a block";
+}
+
+TEST_P(NumericKernel, ComputesTheCurveToTheLastBit)
+{
+    const auto check = [this]<class D>(D) {
+        SCOPED_TRACE(ElementIndex<D>());
+        ExpectSameCurves<D>(wide_, plain_, random_);
+    };
+    check(std::int8_t{});
+    check(std::uint8_t{});
+    check(std::int16_t{});
+    check(std::uint16_t{});
+    check(std::int32_t{});
+    check(std::uint32_t{});
+    check(float{});
+    check(double{});
+}
+
+TEST_P(NumericKernel, FillsTablesToTheLastBit)
+{
+    const auto check = [this]<class D>(D) {
+        SCOPED_TRACE(ElementIndex<D>());
+        ExpectSameFilling<D>(wide_, plain_);
+    };
+    check(std::int8_t{});
+    check(std::uint8_t{});
+    check(std::int16_t{});
+    check(std::uint16_t{});
+    check(std::int32_t{});
+    check(std::uint32_t{});
+    check(float{});
+    check(double{});
+}
+
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NumericKernel);
+INSTANTIATE_TEST_SUITE_P(Levels, NumericKernel, testing::ValuesIn(WideLevels()), LevelName);
