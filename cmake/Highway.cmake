@@ -2,7 +2,8 @@
 # time. Debian's package carries the sources that tools/setup fetches, MSYS2 a built library.
 set(highway_cache ${PROJECT_SOURCE_DIR}/build/cache/highway)
 if(EXISTS ${highway_cache}/complete)
-  add_library(tavlo_highway STATIC EXCLUDE_FROM_ALL ${highway_cache}/hwy/per_target.cc ${highway_cache}/hwy/targets.cc)
+  set(highway_sources ${highway_cache}/hwy/per_target.cc ${highway_cache}/hwy/targets.cc)
+  add_library(tavlo_highway STATIC EXCLUDE_FROM_ALL ${highway_sources})
   target_include_directories(tavlo_highway SYSTEM PUBLIC ${highway_cache})
   target_compile_options(tavlo_highway PRIVATE -w)
 else()
@@ -15,7 +16,8 @@ endif()
 
 # Loops are written for AVX2 and for AVX-512 with its byte permutes. Everything below uses the
 # plain ones, which are the language's own.
-target_compile_definitions(tavlo_highway INTERFACE HWY_WANT_AVX3_DL HWY_DISABLED_TARGETS=\(HWY_SSSE3|HWY_SSE4|HWY_AVX3\))
+set(highway_definitions HWY_WANT_AVX3_DL "HWY_DISABLED_TARGETS=(HWY_SSSE3|HWY_SSE4|HWY_AVX3)")
+target_compile_definitions(tavlo_highway INTERFACE ${highway_definitions})
 
 # The Windows calling convention aligns stacks to 16 bytes only, and GCC puts wider vectors
 # there as if they were aligned: the assembler makes these moves bear any address.

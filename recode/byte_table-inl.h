@@ -9,7 +9,7 @@
 
 HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
-#if HWY_TARGET != HWY_SCALAR
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
 
 /// A table of 256 bytes that looks up a vector of them at a time.
 class ByteTable

@@ -14,7 +14,7 @@
 
 HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
-#if HWY_TARGET != HWY_SCALAR
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
 
 /// The linear curve from 32-bit sources to bytes with half as wide arithmetic. Values are computed as
 /// fixed-point numbers with a known error; where this error reaches over a whole number, the caller takes the

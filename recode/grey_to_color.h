@@ -47,11 +47,11 @@ public:
     RecodeResult Cast(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
                       std::uint64_t height) override
     {
-        const auto toColor = [this](S v) {
-            if constexpr (isFloat)
-                return OpaqueGrey(PlainConversion<D>(v));
-            else
-                return OpaqueGrey(PlainConversion<D>(sample_field<S>(KeyByte(src.Bits)).Value(v)));
+        const auto toColor = [bits = KeyByte(src.Bits)](S v) {
+            S value = v;
+            if constexpr (!isFloat)
+                value = sample_field<S>(bits).Value(v);
+            return OpaqueGrey(PlainConversion<D>(value));
         };
         Run(srcPixels, dstPixels, width, height,
             [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {

@@ -13,7 +13,7 @@
 
 HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
-#if HWY_TARGET != HWY_SCALAR
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
 
 using Words = hn::ScalableTag<std::uint16_t>;
 using Quads = hn::ScalableTag<std::uint32_t>;
