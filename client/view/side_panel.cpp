@@ -23,7 +23,8 @@ constexpr int roomForRamps = 566;
 std::wstring Decimals(double value)
 {
     char text[64];
-    std::snprintf(text, sizeof text, "%.2f", value);
+    // What rounds to zero has no sign.
+    std::snprintf(text, sizeof text, "%.2f", std::abs(value) < 0.005 ? 0.0 : value);
     return Wide(text);
 }
 

@@ -40,9 +40,12 @@ class Talk:
         return line[3:]
 
     def say(self, line):
+        self.write(line)
+        return self.answer()
+
+    def write(self, line):
         self.process.stdin.write(line + "\n")
         self.process.stdin.flush()
-        return self.answer()
 
     def end(self):
         self.process.stdin.close()
@@ -67,6 +70,11 @@ class Desktop:
         """The user's hands on the keyboard and the mouse."""
         subprocess.run(["xdotool", *(str(action) for action in actions)], check=True, timeout=PATIENCE,
                        env=dict(os.environ, DISPLAY=self.screen.display))
+
+    def run(self, *arguments):
+        """Runs the program to its end."""
+        return subprocess.run(self.emulator + [self.program, *arguments], env=self.environment,
+                              stdin=subprocess.DEVNULL, capture_output=True, timeout=PATIENCE)
 
     def view(self, what, *options):
         """Opens a viewer and gives its window."""

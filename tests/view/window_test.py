@@ -6,7 +6,6 @@ window_test.py [--shots FOLDER] -- EMULATOR... PROGRAM DRIVER PRODUCER
 import math
 import os
 import struct
-import subprocess
 import sys
 import time
 import unittest
@@ -154,12 +153,13 @@ class Picture(ViewerTest):
 
     def test_automatic_contrast_over_a_region_by_keys(self):
         viewer = self.view_phantom()
+        viewer.move(26 + 256, 10 + 256)
+        viewer.wait_for_text("STATUS", r"^\(256, 256\)")
         viewer.key("M")
         viewer.key("right", "control", "shift", times=3)
         viewer.key("down", "control", times=9)
-        found = viewer.wait_for_text("STATUS", r"region (\d+),(\d+),(\d+),(\d+)")
-        left, top, right, bottom = (int(n) for n in found.groups())
-        self.assertEqual((right - left, bottom - top), (49, 10))
+        left, top, right, bottom = 256, 256, 256 + 3 * 16 + 1, 256 + 9 + 1
+        viewer.wait_for_text("STATUS", f"region {left},{top},{right},{bottom} ")
         viewer.key("enter")
         levels = automatic(self.region(viewer.image, left, top, right, bottom))
         viewer.wait_for_text("PANEL", f"black {levels[0]}\\|white {levels[1]}\\|")
@@ -173,9 +173,10 @@ class Picture(ViewerTest):
 
     def test_keys_go_to_a_pixel(self):
         viewer = self.view_phantom()
-        viewer.move(300, 300)
-        found = viewer.wait_for_text("STATUS", r"^\((\d+), (\d+)\)")
-        x, y = (int(n) for n in found.groups())
+        left, top = (viewer.place()[2] - 512) // 2, (viewer.place()[3] - 512) // 2
+        x, y = 300, 200
+        viewer.move(left + x, top + y)
+        viewer.wait_for_text("STATUS", f"^\\({x}, {y}\\)")
         viewer.key("left", "control", times=2)
         viewer.key("up", "control", "shift")
         x, y = x - 2, y - 16
@@ -250,10 +251,14 @@ class Picture(ViewerTest):
         before = viewer.place("PANEL")[2]
         viewer.user.say("dpi 192")
         self.assertEqual(viewer.place("PANEL")[2], 2 * before)
-        viewer.user.say("resize 1280 840")
+        viewer.user.say("resize 1040 700")
+        viewer.wait_for(lambda: viewer.place("STATUS")[2] > 1000, "the size")
+        self.assertEqual(viewer.place("STATUS")[3], 56)
         if shots:
-            viewer.wait_for_text("STATUS", ".")
-            desktop.screen.grab().save(os.path.join(shots, "dpi.png"))
+            looks = []
+            viewer.wait_for(lambda: looks.append(desktop.screen.grab()) or
+                            len(looks) > 20 and looks[-1].rows == looks[-20].rows, "a still picture")
+            looks[-1].save(os.path.join(shots, "dpi.png"))
 
     def test_a_key_closes_the_window_and_ends_the_program(self):
         viewer = desktop.view(os.path.realpath(PHANTOM))
@@ -397,6 +402,22 @@ class Live(ViewerTest):
         producer.end()
         self.assert_tells_of_the_end(viewer, rows)
 
+    def test_a_producer_that_dies_leaves_its_last_picture_and_a_message(self):
+        viewer, producer, rows = self.painted()
+        producer.write("die")
+        self.assert_tells_of_the_end(viewer, rows)
+        producer.end()
+
+    def test_a_third_process_paints(self):
+        name, _ = self.produce(320, 200, UNSIGNED, 16)
+        viewer = self.view_live(name)
+        done = desktop.run("paint", name, "--pattern", "solid", "--value", "65535", "--rect", "5,6,70,80")
+        self.assertEqual(done.returncode, 0, done.stderr)
+        viewer.wait_for_text("STATUS", r"changed 5,6,70,80$")
+        rows = self.blank(viewer, 320, 200)
+        self.paint(rows, 5, 6, 70, 80, (255, 255, 255))
+        self.assert_shows(viewer, rows)
+
     def test_a_stream_of_full_hd_leaves_no_backlog(self):
         name, producer = self.produce(1920, 1080, UNSIGNED, 8)
         viewer = self.view_live(name)
@@ -410,8 +431,7 @@ class Live(ViewerTest):
 
     def test_what_is_no_image_is_refused(self):
         for what in ("there-is-none", "nor/such/a/file.png"):
-            done = subprocess.run(desktop.emulator + [desktop.program, "view", what], env=desktop.environment,
-                                  stdin=subprocess.DEVNULL, capture_output=True, timeout=PATIENCE)
+            done = desktop.run("view", what)
             self.assertEqual(done.returncode, 1)
             self.assertIn(b"there is no such picture", done.stderr)
 
