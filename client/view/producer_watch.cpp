@@ -4,7 +4,6 @@
 #include "client/view/messages.h"
 
 #include <array>
-#include <memory>
 
 namespace Mardu::Sentel::Tavlo::Client::View {
 namespace {
@@ -25,15 +24,18 @@ bool Answers(ITavlo2& image) noexcept
 struct ProducerWatch::Shared
 {
     ComPtr<ITavlo2> image;
+    ComPtr<ITavloEvents> handler;
     HWND window = nullptr;
     Handle stop;
     Handle process;
     Handle done;
 };
 
-ProducerWatch::ProducerWatch(ITavlo2& image, DWORD process, HWND window) : shared_(std::make_shared<Shared>())
+ProducerWatch::ProducerWatch(ITavlo2& image, ITavloEvents& handler, DWORD process, HWND window)
+    : shared_(std::make_shared<Shared>())
 {
     shared_->image = &image;
+    shared_->handler = &handler;
     shared_->window = window;
     shared_->stop.reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     shared_->done.reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
@@ -61,8 +63,11 @@ void ProducerWatch::Run(const std::shared_ptr<Shared>& shared) noexcept
     DWORD result = WAIT_TIMEOUT;
     while (result == WAIT_TIMEOUT && Answers(*shared->image.Get()))
         result = WaitForMultipleObjects(count, events.data(), FALSE, period);
-    if (result != WAIT_OBJECT_0)
+    if (result == WAIT_OBJECT_0)
+        shared->image->Unsubscribe(shared->handler.Get());
+    else
         PostMessageW(shared->window, ProducerClosed, 0, 0);
+    shared->handler.Reset();
     shared->image.Reset();
     if (SUCCEEDED(entered))
         CoUninitialize();

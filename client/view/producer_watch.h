@@ -3,18 +3,20 @@
 #include "client/component.h"
 #include "client/handle.h"
 
+#include <memory>
 #include <thread>
 
 namespace Mardu::Sentel::Tavlo::Client::View {
 
 /// Tells a window once when an image of another process can no longer change: its process has
 /// ended, or the image no longer answers. A thread waits for the one, at no cost, and asks for
-/// the other every second, so that a producer that hangs does not stop the window.
+/// the other every second, so that a producer that hangs does not stop the window. The thread ends the
+/// handler's subscription too, when it is told to stop.
 class ProducerWatch
 {
 public:
     /// process is 0 when it is not known.
-    ProducerWatch(ITavlo2& image, DWORD process, HWND window);
+    ProducerWatch(ITavlo2& image, ITavloEvents& handler, DWORD process, HWND window);
     ~ProducerWatch();
     ProducerWatch(const ProducerWatch&) = delete;
     ProducerWatch& operator=(const ProducerWatch&) = delete;

@@ -20,21 +20,15 @@ constexpr auto tick = 100ms;
 /// A stream of updates has come to rest when none came for so long.
 constexpr auto rest = 1200ms;
 
-constexpr Size firstSize = {1100, 720};
+/// While updates come, the histogram follows more slowly than the picture.
+constexpr auto measurePause = 400ms;
 
-constexpr std::int32_t panStep = 64;
-constexpr std::int32_t probeStep = 16;
-constexpr double toneStep = 16; ///< pixels of a drag that a key stands for
+constexpr Size firstSize = {1100, 720};
 
 constexpr DWORD framed = WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN;
 
 /// Not in older headers; where the platform does not know it, frames stay light.
 constexpr DWORD useDarkFrame = 20;
-
-std::uint32_t HeldModifiers() noexcept
-{
-    return (GetKeyState(VK_SHIFT) < 0 ? Shift : 0u) | (GetKeyState(VK_CONTROL) < 0 ? Control : 0u);
-}
 
 bool IsBlank(const std::vector<Histogram>& histograms) noexcept
 {
@@ -66,18 +60,14 @@ Viewer::Viewer(Source source, const ViewOptions& options)
     OpenWindow(options);
     if (source_.isShared) {
         listener_->Tell(Handle());
-        watch_.emplace(*source_.image.Get(), source_.process, Handle());
+        watch_.emplace(*source_.image.Get(), *listener_.Get(), source_.process, Handle());
     }
 }
 
 Viewer::~Viewer()
 {
-    if (!listener_)
-        return;
-    listener_->Tell(nullptr);
-    watch_.reset();
-    if (scene_.producer == Producer::Alive)
-        source_.image->Unsubscribe(listener_.Get());
+    if (listener_)
+        listener_->Tell(nullptr);
 }
 
 void Viewer::OpenWindow(const ViewOptions& options)
@@ -276,6 +266,7 @@ void Viewer::MeasureValues()
 {
     scene_.histograms = HistogramsOf(Whole(scene_.viewport.Image()));
     areValuesOld_ = false;
+    lastMeasure_ = Clock::now();
 }
 
 // Updates
@@ -311,7 +302,8 @@ void Viewer::OnTimer()
         areValuesOld_ = true;
         pane_->Repaint();
     }
-    if (areValuesOld_ && (hasPanel_ || scene_.isFollowing || isFirstLookDue_)) {
+    const bool isUrgent = isAtRest || scene_.isFollowing || isFirstLookDue_;
+    if (areValuesOld_ && (isUrgent || (hasPanel_ && now - lastMeasure_ >= measurePause))) {
         MeasureValues();
         if (scene_.isFollowing) {
             scene_.levels = AutomaticLevels(scene_.histograms, scene_.range);
@@ -334,184 +326,6 @@ void Viewer::OnClosed()
     scene_.isFollowing = false;
     pane_->Repaint();
     status_->Refresh();
-}
-
-// Keys
-
-bool Viewer::OnKey(WPARAM code)
-{
-    Task task = Task::Close;
-    if (!FindTask(static_cast<std::uint32_t>(code), HeldModifiers(), task))
-        return false;
-    Do(task);
-    return true;
-}
-
-bool Viewer::DoWithView(Task task)
-{
-    switch (task) {
-    case Task::Fit:
-        Fit();
-        return true;
-    case Task::OneToOne:
-        scene_.viewport.ScaleTo(1, ProbePoint());
-        ViewChanged();
-        return true;
-    case Task::ZoomIn:
-        Zoom(1, ProbePoint());
-        return true;
-    case Task::ZoomOut:
-        Zoom(-1, ProbePoint());
-        return true;
-    case Task::PanLeft:
-        PanBy(look_->Px(panStep), 0);
-        return true;
-    case Task::PanRight:
-        PanBy(-look_->Px(panStep), 0);
-        return true;
-    case Task::PanUp:
-        PanBy(0, look_->Px(panStep));
-        return true;
-    case Task::PanDown:
-        PanBy(0, -look_->Px(panStep));
-        return true;
-    case Task::ProbeLeft:
-        MoveProbe(-1, 0);
-        return true;
-    case Task::ProbeRight:
-        MoveProbe(1, 0);
-        return true;
-    case Task::ProbeUp:
-        MoveProbe(0, -1);
-        return true;
-    case Task::ProbeDown:
-        MoveProbe(0, 1);
-        return true;
-    case Task::ProbeFarLeft:
-        MoveProbe(-probeStep, 0);
-        return true;
-    case Task::ProbeFarRight:
-        MoveProbe(probeStep, 0);
-        return true;
-    case Task::ProbeFarUp:
-        MoveProbe(0, -probeStep);
-        return true;
-    case Task::ProbeFarDown:
-        MoveProbe(0, probeStep);
-        return true;
-    default:
-        return false;
-    }
-}
-
-bool Viewer::DoWithTone(Task task)
-{
-    const auto drag = [this](double dx, double dy) {
-        scene_.isFollowing = false;
-        scene_.levels = Dragged(scene_.levels, dx * toneStep, dy * toneStep, scene_.range);
-        ToneChanged();
-    };
-    const std::size_t ramps = Ramps().size();
-    switch (task) {
-    case Task::MoreContrast:
-        drag(1, 0);
-        return true;
-    case Task::LessContrast:
-        drag(-1, 0);
-        return true;
-    case Task::Brighter:
-        drag(0, -1);
-        return true;
-    case Task::Darker:
-        drag(0, 1);
-        return true;
-    case Task::GammaUp:
-        StepGamma(1);
-        return true;
-    case Task::GammaDown:
-        StepGamma(-1);
-        return true;
-    case Task::SigmaUp:
-        StepSigma(1);
-        return true;
-    case Task::SigmaDown:
-        StepSigma(-1);
-        return true;
-    case Task::NextRamp:
-        ChooseRamp((scene_.ramp + 1) % ramps);
-        return true;
-    case Task::PreviousRamp:
-        ChooseRamp((scene_.ramp + ramps - 1) % ramps);
-        return true;
-    case Task::TurnRamp:
-        scene_.isRampTurned = HasRamp(scene_.route) && !scene_.isRampTurned;
-        ToneChanged();
-        return true;
-    case Task::AutomaticContrast:
-        scene_.isFollowing = false;
-        MeasureValues();
-        scene_.levels = AutomaticLevels(scene_.histograms, scene_.range);
-        ToneChanged();
-        return true;
-    case Task::FollowContrast:
-        scene_.isFollowing = !scene_.isFollowing && scene_.producer == Producer::Alive;
-        MeasureValues();
-        scene_.levels = AutomaticLevels(scene_.histograms, scene_.range);
-        ToneChanged();
-        return true;
-    case Task::Reset:
-        scene_.isFollowing = false;
-        scene_.levels = FullLevels(scene_.range);
-        scene_.gamma.Reset();
-        scene_.sigma.Reset();
-        ToneChanged();
-        return true;
-    default:
-        return false;
-    }
-}
-
-void Viewer::Do(Task task)
-{
-    if (DoWithView(task) || DoWithTone(task))
-        return;
-    switch (task) {
-    case Task::Region:
-        if (scene_.regionStart) {
-            EndRegion();
-        } else {
-            scene_.regionStart = scene_.probe;
-            MoveProbe(0, 0);
-        }
-        break;
-    case Task::Panel:
-        hasPanel_ = !hasPanel_;
-        Layout();
-        break;
-    case Task::FullScreen:
-        ToggleFullScreen();
-        break;
-    case Task::KeyList:
-        scene_.hasKeyList = !scene_.hasKeyList;
-        pane_->Redraw();
-        break;
-    case Task::Cancel:
-        if (scene_.regionStart)
-            DropRegion();
-        else if (scene_.hasKeyList)
-            scene_.hasKeyList = false;
-        else if (beforeFullScreen_)
-            ToggleFullScreen();
-        else
-            scene_.isProbeMarked = false;
-        pane_->Redraw();
-        break;
-    case Task::Close:
-        SendMessageW(Handle(), WM_CLOSE, 0, 0);
-        break;
-    default:
-        break;
-    }
 }
 
 // The window

@@ -80,6 +80,7 @@ private:
     int wheelRest_ = 0;
     std::chrono::steady_clock::time_point lastTick_;
     std::chrono::steady_clock::time_point lastUpdate_;
+    std::chrono::steady_clock::time_point lastMeasure_;
     std::optional<WINDOWPLACEMENT> beforeFullScreen_;
 };
 
