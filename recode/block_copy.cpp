@@ -35,6 +35,21 @@ void CopyRows(const SourceBlock& source, const TargetBlock& target, std::size_t 
         std::memmove(target.Row(y), source.Row(y), bytes);
 }
 
+/// Bytes that lie two to four bytes apart.
+void PickRows(const SourceBlock& source, const TargetBlock& target, std::uint64_t width,
+              std::uint64_t height) noexcept
+{
+    const PickKernels& kernels = ActiveKernels().pick;
+    const auto pick = source.strideX == 2   ? kernels.ofTwo
+                      : source.strideX == 3 ? kernels.ofThree
+                                            : kernels.ofFour;
+    const auto row = static_cast<std::ptrdiff_t>(width);
+    if (IsOneRow(source, target, row * source.strideX, row))
+        return pick(source.first, target.first, width * height);
+    for (std::uint64_t y = 0; y < height; ++y)
+        pick(source.Row(y), target.Row(y), width);
+}
+
 } // namespace
 
 void CopyBlock(const SourceBlock& source, const TargetBlock& target, std::size_t elementSize,
@@ -62,6 +77,8 @@ void CopyBlock(const SourceBlock& source, const TargetBlock& target, std::size_t
     if (target.strideX == size && source.strideY == -size)
         return move.transpose[index](source.first - (h - 1) * size, source.strideX,
                                      target.first + (h - 1) * target.strideY, -target.strideY, width, height);
+    if (elementSize == 1 && target.strideX == 1 && source.strideX >= 2 && source.strideX <= 4)
+        return PickRows(source, target, width, height);
     strided[index](source, target, width, height);
 }
 

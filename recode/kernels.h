@@ -105,12 +105,23 @@ struct MoveKernels
     std::array<Transpose, sizeCount> transpose;
 };
 
+/// Bytes out of interleaved ones, such as the upper bytes of 16-bit pixels or one channel of colours.
+struct PickKernels
+{
+    /// The first byte of each group; nothing is read beyond the first one of the last group.
+    using Function = void (*)(const std::uint8_t* src, std::uint8_t* dst, std::size_t count);
+    Function ofTwo;
+    Function ofThree;
+    Function ofFour;
+};
+
 struct Kernels
 {
     const LookupKernels& lookup;
     const CurveKernels& curve;
     const ColorKernels& color;
     const MoveKernels& move;
+    const PickKernels& pick;
 };
 
 const Kernels& KernelsOf(SimdLevel level) noexcept;

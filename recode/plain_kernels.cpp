@@ -31,8 +31,10 @@ constexpr MoveKernels move{
     .reverse = {Reverse<1>, Reverse<2>, Reverse<3>, Reverse<4>, Reverse<8>},
     .transpose = {Transpose<1>, Transpose<2>, Transpose<3>, Transpose<4>, Transpose<8>}};
 
+constexpr PickKernels pick{Pick<2>, Pick<3>, Pick<4>};
+
 } // namespace
 
-const Kernels plainKernels{lookup, curve, color, move};
+const Kernels plainKernels{lookup, curve, color, move, pick};
 
 } // namespace Mardu::Sentel::Tavlo

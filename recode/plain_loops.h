@@ -152,4 +152,11 @@ inline IndexRange Range(std::uint32_t mask, std::uint32_t sign, const std::uint8
     return range;
 }
 
+template <std::size_t distance>
+void Pick(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
+{
+    for (std::size_t i = 0; i < count; ++i)
+        dst[i] = src[i * distance];
+}
+
 } // namespace Mardu::Sentel::Tavlo::Plain

@@ -14,5 +14,7 @@ extern const ColorKernels avx2Color;
 extern const ColorKernels avx512Color;
 extern const MoveKernels avx2Move;
 extern const MoveKernels avx512Move;
+extern const PickKernels avx2Pick;
+extern const PickKernels avx512Pick;
 
 } // namespace Mardu::Sentel::Tavlo

@@ -55,6 +55,23 @@ TEST_P(Kernel, GreyOfEveryColorIsThePlainOne)
 
 // Moves.
 
+TEST_P(Kernel, PickedBytesAreThePlainOnes)
+{
+    using Pick = PickKernels::Function PickKernels::*;
+    constexpr std::pair<std::size_t, Pick> picks[] = {
+        {2, &PickKernels::ofTwo}, {3, &PickKernels::ofThree}, {4, &PickKernels::ofFour}};
+    for (const auto& [distance, pick] : picks)
+        for (const std::size_t count : CountsAndALargeOne(1)) {
+            SCOPED_TRACE(std::to_string(count) + " of " + std::to_string(distance));
+            const Bytes source(count == 0 ? 0 : (count - 1) * distance + 1, random_() % 64, random_);
+            Bytes expected(count, random_() % 64, random_);
+            Bytes actual = expected;
+            (plain_.pick.*pick)(source.Data(), expected.Data(), count);
+            (wide_.pick.*pick)(source.Data(), actual.Data(), count);
+            ASSERT_TRUE(actual == expected);
+        }
+}
+
 TEST_P(Kernel, ReversedPixelsAreThePlainOnes)
 {
     for (std::size_t i = 0; i < sizeCount; ++i) {
