@@ -63,8 +63,11 @@ class Desktop:
         self.user = Talk(emulator + ["explorer", f"/desktop={name},{WIDTH}x{HEIGHT}", driver], self.environment)
 
     def close(self):
-        self.user.end()
-        self.screen.close()
+        # Without its screen, whatever is left on the desktop ends too.
+        try:
+            self.user.end()
+        finally:
+            self.screen.close()
 
     def hands(self, *actions):
         """The user's hands on the keyboard and the mouse."""
