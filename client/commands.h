@@ -20,6 +20,7 @@ Action SetUpWatch(CLI::App& options);
 Action SetUpPaint(CLI::App& options);
 Action SetUpRecode(CLI::App& options);
 Action SetUpView(CLI::App& options);
+Action SetUpScript(CLI::App& options);
 Action SetUpRegister(CLI::App& options);
 Action SetUpUnregister(CLI::App& options);
 Action SetUpRegisterCommon(CLI::App& options);
@@ -34,6 +35,7 @@ inline constexpr Command commands[] = {
     {"paint", "Fill a published image, or a part of it, with a test pattern", SetUpPaint},
     {"recode", "Convert a picture's pixels to another type, range or colours", SetUpRecode},
     {"view", "Show an image in a window, live", SetUpView},
+    {"script", "Run a VBScript or JScript with a published image", SetUpScript},
     {"register", "Register the component, its proxies and the common type library", SetUpRegister},
     {"unregister", "Remove what register has registered", SetUpUnregister},
     {"register-common", "Register the common type library alone", SetUpRegisterCommon},

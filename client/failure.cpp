@@ -12,18 +12,6 @@
 namespace Mardu::Sentel::Tavlo::Client {
 namespace {
 
-std::string SystemText(HRESULT result)
-{
-    wchar_t* text = nullptr;
-    const DWORD length = FormatMessageW(
-        FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
-        static_cast<DWORD>(result), 0, reinterpret_cast<wchar_t*>(&text), 0, nullptr);
-    std::string utf8 = Utf8({text, length});
-    LocalFree(text);
-    utf8.erase(utf8.find_last_not_of(" \r\n.") + 1);
-    return utf8;
-}
-
 std::string Message(HRESULT result, std::string_view what, std::string_view description)
 {
     std::ostringstream message;
@@ -49,6 +37,18 @@ std::string TakeDescription()
 }
 
 } // namespace
+
+std::string SystemText(HRESULT result)
+{
+    wchar_t* text = nullptr;
+    const DWORD length = FormatMessageW(
+        FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
+        static_cast<DWORD>(result), 0, reinterpret_cast<wchar_t*>(&text), 0, nullptr);
+    std::string utf8 = Utf8({text, length});
+    LocalFree(text);
+    utf8.erase(utf8.find_last_not_of(" \r\n.") + 1);
+    return utf8;
+}
 
 Failure::Failure(HRESULT result, std::string_view what, std::string_view description)
     : std::runtime_error(Message(result, what, description)), result_(result)

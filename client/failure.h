@@ -8,6 +8,9 @@
 
 namespace Mardu::Sentel::Tavlo::Client {
 
+/// The system's text for a result, without an end; empty when it has none.
+std::string SystemText(HRESULT result);
+
 /// What ends a command: its text says what could not be done, the HRESULT in
 /// hexadecimal, the system's text for it, and more where more is known.
 class Failure : public std::runtime_error

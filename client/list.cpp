@@ -1,5 +1,5 @@
+#include "client/apartment.h"
 #include "client/commands.h"
-#include "client/failure.h"
 #include "client/print.h"
 #include "client/published_image.h"
 #include "client/shared_image.h"
@@ -27,16 +27,12 @@ struct Answer
 
 Answer Ask(const std::wstring& name)
 {
-    if (const HRESULT result = CoInitializeEx(nullptr, COINIT_MULTITHREADED); FAILED(result))
-        return {{}, Failure(result, "start the component runtime").what()};
-    Answer answer;
     try {
-        answer.descriptor = GeometryOf(*BindImage(name).Get());
+        const Apartment apartment(COINIT_MULTITHREADED);
+        return {GeometryOf(*BindImage(name).Get()), {}};
     } catch (const std::exception& failure) {
-        answer.failure = failure.what();
+        return {{}, failure.what()};
     }
-    CoUninitialize();
-    return answer;
 }
 
 /// Asks every image at once. A process that does not answer, because it is stopped or

@@ -1,10 +1,8 @@
+#include "client/apartment.h"
 #include "client/commands.h"
-#include "client/failure.h"
 #include "client/text.h"
 
 #include <windows.h>
-
-#include <objbase.h>
 
 #include <fcntl.h>
 #include <io.h>
@@ -40,20 +38,11 @@ private:
     UINT before_;
 };
 
-/// The multithreaded apartment, where every image and accessor is at home.
-class Apartment
-{
-public:
-    Apartment() { Check(CoInitializeEx(nullptr, COINIT_MULTITHREADED), "start the component runtime"); }
-    ~Apartment() { CoUninitialize(); }
-    Apartment(const Apartment&) = delete;
-    Apartment& operator=(const Apartment&) = delete;
-};
-
 ExitCode Run(const Action& action)
 {
     try {
-        const Apartment apartment;
+        // Where every image and accessor is at home.
+        const Apartment apartment(COINIT_MULTITHREADED);
         action();
         return Done;
     } catch (const std::exception& failure) {

@@ -32,23 +32,4 @@ STDMETHODIMP UpdateQueue::OnImageUpdate(ITavlo*, RECT* dirty)
     return S_OK;
 }
 
-STDMETHODIMP UpdateQueue::QueryInterface(REFIID iid, void** result)
-{
-    if (result == nullptr)
-        return E_POINTER;
-    const bool isKnown = IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IID_ITavloEvents);
-    *result = isKnown ? this : nullptr;
-    if (isKnown)
-        AddRef();
-    return isKnown ? S_OK : E_NOINTERFACE;
-}
-
-STDMETHODIMP_(ULONG) UpdateQueue::Release()
-{
-    const ULONG left = --references_;
-    if (left == 0)
-        delete this;
-    return left;
-}
-
 } // namespace Mardu::Sentel::Tavlo::Client

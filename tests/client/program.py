@@ -29,45 +29,89 @@ class Result:
 
 
 def run(*arguments, folder):
-    done = subprocess.run(
-        program + list(arguments), cwd=folder, env=ENVIRONMENT, stdin=subprocess.DEVNULL, capture_output=True, timeout=PATIENCE
-    )
-    return Result(done.returncode, done.stdout, done.stderr)
+    # Into files: Wine may start a process that outlives the program and keeps its output open.
+    with tempfile.TemporaryFile() as output, tempfile.TemporaryFile() as errors:
+        done = subprocess.run(
+            program + list(arguments),
+            cwd=folder,
+            env=ENVIRONMENT,
+            stdin=subprocess.DEVNULL,
+            stdout=output,
+            stderr=errors,
+            timeout=PATIENCE,
+        )
+        output.seek(0)
+        errors.seek(0)
+        return Result(done.returncode, output.read(), errors.read())
+
+
+class Output:
+    """The lines that a process writes, as they come. Its end is the process's, told by finish,
+    and not that of the pipe: Wine may start a process that outlives the program and keeps it open."""
+
+    END = b"\0\n"
+
+    def __init__(self):
+        source, self.target = os.pipe()
+        self.lines = queue.Queue()
+        self.ending = threading.Lock()
+        self.reader = threading.Thread(target=self.read, args=[source], daemon=True)
+        self.reader.start()
+
+    def read(self, source):
+        with open(source, "rb") as lines:
+            for line in lines:
+                if line.endswith(self.END):
+                    if line != self.END:
+                        self.lines.put(line[: -len(self.END)])
+                    break
+                self.lines.put(line)
+        self.lines.put(None)
+
+    def finish(self):
+        """Nothing is written any more."""
+        with self.ending:
+            if self.target is not None:
+                os.write(self.target, self.END)
+                os.close(self.target)
+                self.target = None
+                self.reader.join()
+
+    def next(self):
+        return self.lines.get(timeout=PATIENCE)
+
+    def rest(self):
+        self.finish()
+        rest = []
+        while not self.lines.empty():
+            rest.append(self.lines.get() or b"")
+        return b"".join(rest)
 
 
 class Running:
     """A process of the program that goes on until the with block ends, or the process itself."""
 
     def __init__(self, folder, *arguments):
+        self.output, self.errors = Output(), Output()
         self.process = subprocess.Popen(
             program + list(arguments),
             cwd=folder,
             env=ENVIRONMENT,
             stdin=subprocess.PIPE,
-            stdout=subprocess.PIPE,
-            stderr=subprocess.PIPE,
+            stdout=self.output.target,
+            stderr=self.errors.target,
         )
-        self.lines = queue.Queue()
-        self.errors = b""
-        self.readers = [threading.Thread(target=read, daemon=True) for read in (self.read_lines, self.read_errors)]
-        for reader in self.readers:
-            reader.start()
-
-    def read_lines(self):
-        for line in self.process.stdout:
-            self.lines.put(line.decode("utf-8"))
-        self.lines.put(None)
-
-    def read_errors(self):
-        self.errors = self.process.stderr.read()
+        # Its last line is the end of what there is to wait for.
+        threading.Thread(target=lambda: (self.process.wait(), self.output.finish()), daemon=True).start()
 
     def next_line(self):
         """The next line that it prints; None when it prints no more."""
         try:
-            return self.lines.get(timeout=PATIENCE)
+            line = self.output.next()
         except queue.Empty:
             self.process.kill()
             raise
+        return None if line is None else line.decode("utf-8")
 
     def end(self, last_input=b""):
         """Its result, with the lines that nobody has taken, once it has ended."""
@@ -81,12 +125,7 @@ class Running:
     def wait(self):
         """Like end, for a process that ends by itself."""
         self.process.wait(timeout=PATIENCE)
-        for reader in self.readers:
-            reader.join(timeout=PATIENCE)
-        rest = []
-        while not self.lines.empty():
-            rest.append(self.lines.get())
-        return Result(self.process.returncode, "".join(line for line in rest if line).encode("utf-8"), self.errors)
+        return Result(self.process.returncode, self.output.rest(), self.errors.rest())
 
     def kill(self):
         """Ends it at once, without any clean-up of its own."""
@@ -99,11 +138,12 @@ class Running:
     def __exit__(self, *_):
         if self.process.poll() is None:
             self.end()
-        for pipe in (self.process.stdin, self.process.stdout, self.process.stderr):
-            try:
-                pipe.close()
-            except OSError:
-                pass
+        self.output.finish()
+        self.errors.finish()
+        try:
+            self.process.stdin.close()
+        except OSError:
+            pass
 
 
 class Publisher(Running):

@@ -1,0 +1,113 @@
+#include "client/apartment.h"
+#include "client/commands.h"
+#include "client/published_image.h"
+#include "client/script/host_object.h"
+#include "client/script/script_host.h"
+#include "client/script/script_source.h"
+#include "client/text.h"
+
+#include <CLI/CLI.hpp>
+
+#include <exception>
+#include <map>
+#include <stdexcept>
+#include <thread>
+
+namespace Mardu::Sentel::Tavlo::Client {
+namespace {
+
+struct ScriptOptions
+{
+    std::string file;
+    std::string name;
+    std::string language;
+};
+
+/// Languages as users write them, and their engines.
+const std::map<std::string, const wchar_t*> languages = {{"vbscript", L"VBScript"}, {"jscript", L"JScript"}};
+
+/// The language that a file's name says; empty when it says none.
+std::string LanguageOf(const std::string& file)
+{
+    const std::string name = CLI::detail::to_lower(file);
+    return name.ends_with(".vbs") ? "vbscript" : name.ends_with(".js") ? "jscript" : "";
+}
+
+/// A host that is closed whatever happens: it and its engine hold each other.
+class ClosingHost
+{
+public:
+    explicit ClosingHost(const wchar_t* language) : host_(new ScriptHost(language)) {}
+    ~ClosingHost() { host_->Close(); }
+    ClosingHost(const ClosingHost&) = delete;
+    ClosingHost& operator=(const ClosingHost&) = delete;
+
+    ScriptHost* operator->() const noexcept { return host_.Get(); }
+    ScriptHost& operator*() const noexcept { return *host_.Get(); }
+
+private:
+    ComPtr<ScriptHost> host_;
+};
+
+void RunScript(const ScriptOptions& options)
+{
+    const Apartment apartment(COINIT_APARTMENTTHREADED);
+    const std::wstring source = ReadScript(Wide(options.file));
+    const ComPtr<ITavlo2> image = BindImage(Wide(options.name));
+    const ClosingHost host(languages.at(options.language));
+    host->Add(L"image", *image.Get());
+    const ComPtr<HostObject> object(new HostObject(*host));
+    host->Add(L"WScript", *object.Get());
+    host->Run(source);
+    object->Close();
+    if (host->Error())
+        throw std::runtime_error("cannot run '" + options.file + "': " + host->Error()->Text());
+    if (host->QuitCode().value_or(0) != 0)
+        throw std::runtime_error("the script '" + options.file + "' quit with " +
+                                 std::to_string(*host->QuitCode()));
+}
+
+/// Script engines want an apartment of their own, where events come between the
+/// script's statements.
+void RunInApartment(const ScriptOptions& options)
+{
+    std::exception_ptr failure;
+    std::thread([&] {
+        try {
+            RunScript(options);
+        } catch (const std::exception&) {
+            failure = std::current_exception();
+        }
+    }).join();
+    if (failure)
+        std::rethrow_exception(failure);
+}
+
+} // namespace
+
+Action SetUpScript(CLI::App& options)
+{
+    const auto target = std::make_shared<ScriptOptions>();
+    options.add_option("FILE", target->file, "A script, whose name ends in .vbs or .js")
+        ->required()
+        ->type_name("");
+    options
+        .add_option("--name", target->name,
+                    "Name under which the image is published that the script finds as 'image'")
+        ->required()
+        ->type_name("NAME")
+        ->check(ImageName());
+    options
+        .add_option("--language", target->language, "vbscript or jscript, whatever the file's name ends in")
+        ->check(CLI::IsMember(languages, CLI::ignore_case).description(""))
+        ->type_name("LANGUAGE");
+    options.callback([target] {
+        target->language =
+            target->language.empty() ? LanguageOf(target->file) : CLI::detail::to_lower(target->language);
+        if (target->language.empty())
+            throw CLI::RequiredError("--language, since FILE ends in neither .vbs nor .js,");
+    });
+    return [target] { RunInApartment(*target); };
+}
+
+} // namespace Mardu::Sentel::Tavlo::Client
