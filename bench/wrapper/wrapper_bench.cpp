@@ -117,8 +117,9 @@ void ComparePixels()
     };
     const double pixels = static_cast<double>(width) * height;
     Compare("a pixel read: rows()", 1, pixels, sumByHand, [&] {
+        const auto view = image.read<std::uint16_t>();
         std::uint64_t sum = 0;
-        for (const std::span<const std::uint16_t> row : image.read<std::uint16_t>().rows())
+        for (const std::span<const std::uint16_t> row : view.rows())
             for (const std::uint16_t pixel : row)
                 sum += pixel;
         sink = sum;

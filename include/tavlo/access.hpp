@@ -181,30 +181,34 @@ private:
     std::size_t channel_ = 0;
 };
 
-/// Read access to one channel, with its pixels.
-template <pixel T>
-class read_view : public read_access, public view<const T>
+/// Access to an image, with the pixels of one channel.
+template <class Access, class T>
+class access_view : public Access, public view<T>
 {
 public:
-    read_view() = default;
-    read_view(read_access access, std::size_t channel)
-        : read_access(std::move(access)), view<const T>(read_access::channel<T>(channel))
+    access_view() = default;
+    access_view(Access access, std::size_t channel)
+        : Access(std::move(access)), view<T>(Access::template channel<std::remove_const_t<T>>(channel))
     {
     }
-    using read_access::operator bool;
+    using Access::operator bool;
+
+    // What outlives the expression that it is in must not come from a temporary, as in
+    // for (auto row : image.read<T>().rows()): the access would be gone before the first pixel.
+    std::span<T> row(std::int32_t y) const& { return view<T>::row(y); }
+    std::span<T> row(std::int32_t y) const&& = delete;
+    typename view<T>::row_range rows() const& { return view<T>::rows(); }
+    typename view<T>::row_range rows() const&& = delete;
+    view<T> part(const rect& block) const& { return view<T>::part(block); }
+    view<T> part(const rect& block) const&& = delete;
 };
+
+/// Read access to one channel, with its pixels.
+template <pixel T>
+using read_view = access_view<read_access, const T>;
 
 /// Write access to one channel, with its pixels.
 template <pixel T>
-class write_view : public write_access, public view<T>
-{
-public:
-    write_view() = default;
-    write_view(write_access access, std::size_t channel)
-        : write_access(std::move(access)), view<T>(write_access::channel<T>(channel))
-    {
-    }
-    using write_access::operator bool;
-};
+using write_view = access_view<write_access, T>;
 
 } // namespace tavlo

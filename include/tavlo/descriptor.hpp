@@ -4,6 +4,7 @@
 #include <tavlo/error.hpp>
 
 #include <cstdint>
+#include <span>
 
 namespace tavlo {
 namespace detail {
@@ -138,5 +139,31 @@ struct descriptor
 
     friend bool operator==(const descriptor&, const descriptor&) = default;
 };
+
+namespace detail {
+
+/// A new descriptor object of several channels. E_INVALIDARG when they differ in size.
+inline com_ptr<ITavloDescriptor> object_of(std::span<const descriptor> channels)
+{
+    const char* const operation = "describe an image";
+    auto created = detail::create<ITavloDescriptor>(__uuidof(TavloDescriptor), operation);
+    check(created->put_Channels(static_cast<LONG>(channels.size())), operation);
+    LONG index = 0;
+    for (const descriptor& channel : channels) {
+        if (channel.width != channels.front().width || channel.height != channels.front().height)
+            throw error(E_INVALIDARG, operation, L"channels differ in width or height");
+        check(created->put_Width(channel.width), operation);
+        check(created->put_Height(channel.height), operation);
+        check(created->put_Bits(index, channel.bits), operation);
+        check(created->put_Encoding(index, channel.encoding), operation);
+        check(created->put_Offset(index, channel.offset), operation);
+        check(created->put_Stride_x(index, channel.stride_x), operation);
+        check(created->put_Stride_y(index, channel.stride_y), operation);
+        ++index;
+    }
+    return created;
+}
+
+} // namespace detail
 
 } // namespace tavlo

@@ -40,7 +40,8 @@ public:
     static image create(std::span<const tavlo::descriptor> channels, TavloAccess access = Tavlo_SingleWriter)
     {
         com_ptr<ITavlo> object;
-        check(planes_factory()->Create(object_of(channels).get(), access, object.put()), "create an image");
+        check(planes_factory()->Create(detail::object_of(channels).get(), access, object.put()),
+              "create an image");
         return {object.query<ITavlo2>(), list_of(channels)};
     }
 
@@ -60,7 +61,8 @@ public:
                        TavloAccess access = Tavlo_SingleWriter)
     {
         com_ptr<ITavlo> object;
-        check(planes_factory()->Adopt(bstr(section).get(), object_of(channels).get(), access, object.put()),
+        check(planes_factory()->Adopt(bstr(section).get(), detail::object_of(channels).get(), access,
+                                      object.put()),
               "adopt a section");
         return {object.query<ITavlo2>(), list_of(channels)};
     }
@@ -174,27 +176,6 @@ private:
     static com_ptr<ITavloFactory> planes_factory()
     {
         return detail::create<ITavloFactory>(__uuidof(TavloFactory), "create the image factory");
-    }
-
-    static com_ptr<ITavloDescriptor> object_of(std::span<const tavlo::descriptor> channels)
-    {
-        const char* const operation = "describe an image";
-        auto created = detail::create<ITavloDescriptor>(__uuidof(TavloDescriptor), operation);
-        check(created->put_Channels(static_cast<LONG>(channels.size())), operation);
-        LONG index = 0;
-        for (const tavlo::descriptor& channel : channels) {
-            if (channel.width != channels.front().width || channel.height != channels.front().height)
-                throw error(E_INVALIDARG, operation, L"channels differ in width or height");
-            check(created->put_Width(channel.width), operation);
-            check(created->put_Height(channel.height), operation);
-            check(created->put_Bits(index, channel.bits), operation);
-            check(created->put_Encoding(index, channel.encoding), operation);
-            check(created->put_Offset(index, channel.offset), operation);
-            check(created->put_Stride_x(index, channel.stride_x), operation);
-            check(created->put_Stride_y(index, channel.stride_y), operation);
-            ++index;
-        }
-        return created;
     }
 
     static detail::channel_list channels_of(ITavlo2& object)

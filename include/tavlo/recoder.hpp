@@ -218,6 +218,15 @@ public:
               "cast");
     }
 
+    /// The bytes that an image of these channels takes.
+    std::uint32_t data_size(std::span<const descriptor> channels) const
+    {
+        ULONG size = 0;
+        check(object_->TavloDataSize(detail::object_of(channels).get(), &size), "find an image's size");
+        return size;
+    }
+    std::uint32_t data_size(const descriptor& geometry) const { return data_size(std::span(&geometry, 1)); }
+
     /// A converter with a tone curve and a colour ramp.
     lut_recoder lut(const descriptor& source, const descriptor& target, const tone& curve = {}) const
     {

@@ -46,6 +46,8 @@ public:
     // A failure makes the image drop the handler.
     STDMETHODIMP OnImageUpdate(ITavlo*, RECT* dirty) override
     {
+        if (dirty == nullptr)
+            return E_POINTER;
         const call running(*this);
         if (closed_.load())
             return E_ABORT;
@@ -195,7 +197,7 @@ concept update_callable = std::invocable < std::decay_t<Callable>
 /// it is not called again, writers and other subscribers notice nothing, and failure() has the
 /// exception.
 ///
-/// A subscription is destroyed in the apartment that made it.
+/// A subscription is destroyed in the apartment that made it, by one thread at a time.
 class subscription
 {
 public:

@@ -162,7 +162,8 @@ TEST(WrapperImage, TakesStridesThatDoNotMatterAsTheyAre)
     const auto image = tavlo::image::create(
         {.width = 1, .height = 1, .encoding = Tavlo_Float, .stride_x = 1, .stride_y = -3, .offset = 4});
     image.write<float>().at(0, 0) = 0.5f;
-    EXPECT_EQ(0.5f, image.read<float>().row(0)[0]);
+    const auto pixels = image.read<float>();
+    EXPECT_EQ(0.5f, pixels.row(0)[0]);
 }
 
 TEST(WrapperImage, ReadsColoursWithAFourthByte)
@@ -290,6 +291,27 @@ TEST(WrapperImage, LivesAsLongAsItsAccesses)
     EXPECT_FALSE(image);
     EXPECT_EQ(4, reading.at(2, 2));
     EXPECT_EQ(Grey(4, 3), reading.descriptor());
+}
+
+TEST(WrapperImage, TemporariesGiveNothingThatOutlivesThem)
+{
+    constexpr auto row = [](auto&& pixels) -> decltype(std::forward<decltype(pixels)>(pixels).row(0)) {
+        return {};
+    };
+    constexpr auto rows = [](auto&& pixels) -> decltype(std::forward<decltype(pixels)>(pixels).rows()) {
+        return pixels.rows();
+    };
+    constexpr auto part = [](auto&& pixels) -> decltype(std::forward<decltype(pixels)>(pixels).part({})) {
+        return {};
+    };
+    using reading = tavlo::read_view<float>;
+    using writing = tavlo::write_view<float>;
+    static_assert(std::is_invocable_v<decltype(row), reading&> &&
+                  !std::is_invocable_v<decltype(row), reading>);
+    static_assert(std::is_invocable_v<decltype(rows), reading&> &&
+                  !std::is_invocable_v<decltype(rows), reading>);
+    static_assert(std::is_invocable_v<decltype(part), writing&> &&
+                  !std::is_invocable_v<decltype(part), writing>);
 }
 
 TEST(WrapperImage, AccessesMove)

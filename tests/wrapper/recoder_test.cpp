@@ -64,7 +64,8 @@ TEST(WrapperRecoder, MovesARectangleToAPoint)
     const tavlo::recoder recoder;
     recoder.cast(source.read(), target.write(), {.from = tavlo::rect{1, 1, 3, 2}, .to = {.x = 2, .y = 2}});
     std::vector<int> found;
-    for (const auto row : target.read<std::uint16_t>().rows())
+    const auto pixels = target.read<std::uint16_t>();
+    for (const auto row : pixels.rows())
         found.insert(found.end(), row.begin(), row.end());
     EXPECT_EQ((std::vector{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 6, 7}), found);
     recoder.recode(source.read(), target.write(), {.from = tavlo::rect{0, 0, 1, 1}, .to = {.x = 1}});
@@ -93,6 +94,15 @@ TEST(WrapperRecoder, StaysInsideItsChannel)
     const auto target = tavlo::image::create(Words(4, 3));
     tavlo::recoder().cast(source.read(1), target.write());
     EXPECT_EQ(5, target.read<std::uint16_t>().at(0, 0));
+}
+
+TEST(WrapperRecoder, KnowsTheSizeOfImages)
+{
+    const tavlo::recoder recoder;
+    EXPECT_EQ(12u, recoder.data_size(Grey(4, 3)));
+    const std::vector<tavlo::descriptor> channels = {
+        Grey(4, 3), {.width = 4, .height = 3, .encoding = Tavlo_Unsigned, .bits = 16, .offset = 100}};
+    EXPECT_EQ(124u, recoder.data_size(channels));
 }
 
 TEST(WrapperRecoder, UsesAServiceThatIsThere)
