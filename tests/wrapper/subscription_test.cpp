@@ -58,7 +58,68 @@ private:
     Signal& gone_;
 };
 
+/// An image that only writes down who subscribes.
+class Register final : public ClientObject<ITavlo2>
+{
+public:
+    STDMETHODIMP Subscribe(ITavloEvents* handler, EventMode mode) override
+    {
+        subscribed.emplace_back(handler, mode);
+        return answer;
+    }
+    STDMETHODIMP Unsubscribe(ITavloEvents* handler) override
+    {
+        unsubscribed.push_back(handler);
+        return S_OK;
+    }
+
+    STDMETHODIMP get_Descriptor(ITavloDescriptor2**) override { return E_NOTIMPL; }
+    STDMETHODIMP GetReadAccess(RECT*, double, IReadAccessor**) override { return E_NOTIMPL; }
+    STDMETHODIMP GetWriteAccess(IWriteAccessor**) override { return E_NOTIMPL; }
+    STDMETHODIMP Clone(TavloAccess, ITavlo2**) override { return E_NOTIMPL; }
+    STDMETHODIMP Dispose() override { return E_NOTIMPL; }
+    STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+    STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override
+    {
+        return E_NOTIMPL;
+    }
+
+    HRESULT answer = S_OK;
+    std::vector<std::pair<ITavloEvents*, EventMode>> subscribed;
+    std::vector<ITavloEvents*> unsubscribed;
+};
+
 } // namespace
+
+TEST(WrapperSubscription, TellsTheImageWhenItComesAndGoes)
+{
+    const auto image = New<Register>();
+    {
+        const tavlo::subscription subscription(*image.Get(), Diary(), Tavlo_Asynchronous);
+        ASSERT_EQ(1u, image->subscribed.size());
+        EXPECT_EQ(Tavlo_Asynchronous, image->subscribed[0].second);
+        EXPECT_EQ(2u, image->References());
+        ITavloEvents& handler = *image->subscribed[0].first;
+        EXPECT_HR(E_POINTER, handler.OnImageUpdate(nullptr, nullptr));
+        EXPECT_HR(E_POINTER, handler.QueryInterface(__uuidof(ITavloEvents), nullptr));
+        ComPtr<ITavlo2> other;
+        EXPECT_HR(E_NOINTERFACE, handler.QueryInterface(__uuidof(ITavlo2), &other));
+        EXPECT_TRUE(image->unsubscribed.empty());
+    }
+    EXPECT_EQ(std::vector{image->subscribed[0].first}, image->unsubscribed);
+    EXPECT_EQ(1u, image->References());
+}
+
+TEST(WrapperSubscription, IsNoneWhenTheImageRefuses)
+{
+    const auto image = New<Register>();
+    image->answer = E_OUTOFMEMORY;
+    EXPECT_THROWS_HR(E_OUTOFMEMORY, tavlo::subscription(*image.Get(), Diary(), Tavlo_Synchronous));
+    EXPECT_TRUE(image->unsubscribed.empty());
+    EXPECT_EQ(1u, image->References());
+}
 
 TEST(WrapperSubscription, IsToldAtOnceOnTheWritersThread)
 {
@@ -222,25 +283,39 @@ TEST(WrapperSubscription, WaitsForEachOfSeveralCalls)
     const auto image = Shared();
     constexpr int writers = 4;
     std::atomic<int> inside = 0;
-    std::atomic<int> left = 0;
-    Signal full;
-    Signal leave;
+    std::atomic<bool> ended = false;
+    Signal firstIn;
+    Signal allIn;
+    Signal firstLeaves;
+    Signal othersLeave;
     std::optional<tavlo::subscription> subscription = image.subscribe([&](const tavlo::rect&) {
-        if (++inside == writers)
-            full.Set();
-        leave.Wait();
-        for (int i = 0; i < 100; ++i)
-            SwitchToThread();
-        ++left;
+        const int order = ++inside;
+        if (order == 1)
+            firstIn.Set();
+        if (order == writers)
+            allIn.Set();
+        (order == 1 ? firstLeaves : othersLeave).Wait();
     });
-    std::vector<std::thread> threads;
-    for (int i = 0; i < writers; ++i)
-        threads.push_back(InApartment(COINIT_MULTITHREADED, [&] { image.write().invalidate(); }));
-    ASSERT_TRUE(full.Wait());
-    leave.Set();
-    subscription.reset();
-    EXPECT_EQ(writers, left);
-    for (auto& thread : threads)
+    const auto write = [&] { image.write().invalidate(); };
+    auto first = InApartment(COINIT_MULTITHREADED, write);
+    ASSERT_TRUE(firstIn.Wait());
+    std::vector<std::thread> others;
+    for (int i = 1; i < writers; ++i)
+        others.push_back(InApartment(COINIT_MULTITHREADED, write));
+    ASSERT_TRUE(allIn.Wait());
+    auto destroyer = InApartment(COINIT_MULTITHREADED, [&] {
+        subscription.reset();
+        ended = true;
+    });
+    firstLeaves.Set();
+    first.join();
+    // One that forgets the others would be through by now.
+    for (int i = 0; i < 10000 && !ended; ++i)
+        SwitchToThread();
+    EXPECT_FALSE(ended);
+    othersLeave.Set();
+    destroyer.join();
+    for (auto& thread : others)
         thread.join();
 }
 
@@ -258,7 +333,7 @@ TEST(WrapperSubscription, MayEndInsideItsOwnCall)
             [&, kept = std::move(text)](const tavlo::rect&) {
                 ++calls;
                 subscription.reset();
-                after = *kept;
+                after = owned.expired() ? "gone" : *kept;
                 done.Set();
             },
             mode);
