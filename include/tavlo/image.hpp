@@ -20,9 +20,9 @@ class image
 public:
     image() = default;
 
-    /// An image that was handed over, for instance by another process.
+    /// An image that was handed over, for instance by another process. E_POINTER for null.
     explicit image(com_ptr<ITavlo2> object)
-        : object_(std::move(object)), channels_(channels_of(*object_.get()))
+        : object_(std::move(object)), channels_(channels_of(object_.get()))
     {
     }
     explicit image(ITavlo2* object) : image(com_ptr<ITavlo2>(object)) {}
@@ -178,12 +178,14 @@ private:
         return detail::create<ITavloFactory>(__uuidof(TavloFactory), "create the image factory");
     }
 
-    static detail::channel_list channels_of(ITavlo2& object)
+    static detail::channel_list channels_of(ITavlo2* object)
     {
         const char* const operation = "read an image's descriptor";
+        if (object == nullptr)
+            throw error(E_POINTER, operation, L"there is no image");
         std::vector<tavlo::descriptor> channels;
         com_ptr<ITavlo> planes;
-        check(object.QueryInterface(__uuidof(ITavlo), planes.put_void()), operation);
+        check(object->QueryInterface(__uuidof(ITavlo), planes.put_void()), operation);
         com_ptr<ITavloDescriptor> all;
         check(planes->get_Descriptor(all.put()), operation);
         LONG count = 0;

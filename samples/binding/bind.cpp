@@ -5,125 +5,80 @@
 //     tavlo paint scan                            (in a third)
 //
 // Tavlo.dll and TavloPS.dll must be registered: tavlo register.
-#include "TavloLib.h"
+#include <tavlo/tavlo.hpp>
 
-#include <windows.h>
-
-#include <atomic>
 #include <cstdio>
 #include <string>
-#include <wrl/client.h>
-
-using Microsoft::WRL::ComPtr;
 
 namespace {
 
 /// Published images are in the running object table as items named "Tavlo." and their name.
 /// Names beyond ASCII are written there as % and two hexadecimal digits for each byte of
 /// their UTF-8, as are '%' and '!'.
-HRESULT Bind(const std::wstring& name, ComPtr<ITavlo2>& image)
+tavlo::image Bind(const std::wstring& name)
 {
-    ComPtr<IRunningObjectTable> table;
-    HRESULT hr = GetRunningObjectTable(0, &table);
-    if (FAILED(hr))
-        return hr;
-    ComPtr<IMoniker> moniker;
-    hr = CreateItemMoniker(L"!", (L"Tavlo." + name).c_str(), &moniker);
-    if (FAILED(hr))
-        return hr;
-    ComPtr<IUnknown> object;
-    hr = table->GetObject(moniker.Get(), &object); // MK_E_UNAVAILABLE: nobody publishes that
-    return SUCCEEDED(hr) ? object.As(&image) : hr;
+    tavlo::com_ptr<IRunningObjectTable> table;
+    tavlo::check(GetRunningObjectTable(0, table.put()), "open the running object table");
+    tavlo::com_ptr<IMoniker> moniker;
+    tavlo::check(CreateItemMoniker(L"!", (L"Tavlo." + name).c_str(), moniker.put()), "name the image");
+    tavlo::com_ptr<IUnknown> object;
+    // MK_E_UNAVAILABLE: nobody publishes that.
+    tavlo::check(table->GetObject(moniker.get(), object.put()), "bind to the image");
+    return tavlo::image(object.query<ITavlo2>());
 }
 
-/// Keeps the first update for whoever waits for it. Called by the publishing process, on a
-/// thread of the component runtime: in the multithreaded apartment that may be any thread.
-class FirstUpdate final : public ITavloEvents
+/// Keeps the first update for whoever waits for it.
+class FirstUpdate
 {
 public:
     FirstUpdate() : came_(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
+    ~FirstUpdate() { CloseHandle(came_); }
     FirstUpdate(const FirstUpdate&) = delete;
     FirstUpdate& operator=(const FirstUpdate&) = delete;
 
-    STDMETHODIMP OnImageUpdate(ITavlo*, RECT* dirty) override
+    /// Called by the publishing process, on a thread of the component runtime: in the
+    /// multithreaded apartment that may be any thread.
+    void Keep(const tavlo::rect& changed)
     {
         if (WaitForSingleObject(came_, 0) != WAIT_OBJECT_0) {
-            dirty_ = *dirty;
+            changed_ = changed;
             SetEvent(came_);
         }
-        return S_OK; // a failure would end the subscription
     }
 
-    RECT Wait() const
+    tavlo::rect Wait() const
     {
         WaitForSingleObject(came_, INFINITE);
-        return dirty_;
-    }
-
-    STDMETHODIMP QueryInterface(REFIID iid, void** result) override
-    {
-        const bool known = IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IID_ITavloEvents);
-        *result = known ? this : nullptr;
-        if (known)
-            AddRef();
-        return known ? S_OK : E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
-    STDMETHODIMP_(ULONG) Release() override
-    {
-        const ULONG left = --references_;
-        if (left == 0)
-            delete this;
-        return left;
+        return changed_;
     }
 
 private:
-    ~FirstUpdate() { CloseHandle(came_); }
-
     HANDLE came_;
-    RECT dirty_ = {};
-    std::atomic<ULONG> references_ = 0;
+    tavlo::rect changed_;
 };
 
-HRESULT Run(const std::wstring& name)
+void Run(const std::wstring& name)
 {
-    ComPtr<ITavlo2> image;
-    HRESULT hr = Bind(name, image);
-    if (FAILED(hr))
-        return hr;
+    // The image is a proxy here; every call goes to its process and may fail with that
+    // process. Its geometry has come along.
+    const tavlo::image image = Bind(name);
+    std::printf("bound to %d x %d pixels\n", image.width(), image.height());
 
-    // The image is a proxy from here on; every call goes to its process and may fail with
-    // that process. Descriptors travel by value, so this is one call.
-    ComPtr<ITavloDescriptor2> descriptor;
-    hr = image->get_Descriptor(&descriptor);
-    if (FAILED(hr))
-        return hr;
-    LONG width = 0, height = 0, offset = 0;
-    descriptor->get_Width(&width);
-    descriptor->get_Height(&height);
-    descriptor->get_Offset(&offset);
-    std::printf("bound to %ld x %ld pixels\n", width, height);
-
-    // An accessor travels by value too: the memory is mapped into this process, and reading
-    // it costs no call.
-    ComPtr<IReadAccessor> reader;
-    hr = image->GetReadAccess(nullptr, 1.0, &reader);
-    if (FAILED(hr))
-        return hr;
-    const auto* first = static_cast<const unsigned char*>(reader->Ptr(offset));
+    // An access travels by value: the memory is mapped into this process, and reading it
+    // costs no call.
+    const tavlo::read_access access = image.read();
+    const auto* first = static_cast<const unsigned char*>(access.base()) + image.descriptor().offset;
     std::printf("the first byte is %d\n", *first);
 
     // Asynchronous: the process that changes the image does not wait for this one.
-    const ComPtr<FirstUpdate> update(new FirstUpdate);
-    hr = image->Subscribe(update.Get(), Tavlo_Asynchronous);
-    if (FAILED(hr))
-        return hr;
+    FirstUpdate update;
+    const auto subscription =
+        image.subscribe([&](const tavlo::rect& changed) { update.Keep(changed); }, Tavlo_Asynchronous);
     std::puts("waiting for an update");
     std::fflush(stdout);
-    const RECT dirty = update->Wait();
-    std::printf("updated: (%ld, %ld) to (%ld, %ld), the first byte is %d\n", dirty.left, dirty.top,
-                dirty.right, dirty.bottom, *first);
-    return image->Unsubscribe(update.Get());
+    const tavlo::rect changed = update.Wait();
+    std::printf("updated: (%d, %d) to (%d, %d), the first byte is %d\n", changed.left, changed.top,
+                changed.right, changed.bottom, *first);
 }
 
 } // namespace
@@ -134,14 +89,13 @@ int wmain(int count, wchar_t** arguments)
         std::puts("usage: bind_sample NAME");
         return 2;
     }
-    HRESULT hr = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-    if (SUCCEEDED(hr)) {
-        hr = Run(arguments[1]);
-        CoUninitialize();
-    }
-    if (FAILED(hr))
-        std::printf("failed: 0x%08lx\n", static_cast<unsigned long>(hr));
-    else
+    try {
+        const tavlo::apartment apartment;
+        Run(arguments[1]);
         std::puts("done");
-    return SUCCEEDED(hr) ? 0 : 1;
+        return 0;
+    } catch (const std::exception& failure) {
+        std::puts(failure.what());
+        return 1;
+    }
 }

@@ -225,6 +225,12 @@ TEST(WrapperImage, WrapsWhatOthersMade)
     EXPECT_EQ(3, image.read<std::uint8_t>().at(4, 5));
 }
 
+TEST(WrapperImage, RefusesToWrapNothing)
+{
+    EXPECT_THROWS_HR(E_POINTER, tavlo::image(static_cast<ITavlo2*>(nullptr)));
+    EXPECT_THROWS_HR(E_POINTER, tavlo::image(tavlo::com_ptr<ITavlo2>()));
+}
+
 TEST(WrapperImage, HasSeveralChannels)
 {
     const auto channels = TwoChannels();
