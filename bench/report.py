@@ -48,8 +48,8 @@ def describe(measured):
     text = f"{m['processor']} ({m['family']}, {m['instructions']}), {m['system']}"
     if "compiler" in measured:
         text += (f"; {measured['compiler']}; OpenCV {measured['opencv']}, libyuv {measured['libyuv']}")
-    if measured.get("forced_level"):
-        text += f"; forced level: {measured['forced_level']}"
+    if "level" in measured:
+        text += f"; Tavlo at level {measured['level']}"
     return text
 
 
@@ -76,12 +76,19 @@ def goal(row):
     return [f"{row['goal']:g} x {against}", times(row["ratio"]), verdict]
 
 
+def at_level(row, level):
+    """The ratio that the goal is about, with the instructions of a smaller processor."""
+    return times(row["ratio"] / ratios(row)[level]) if "goal" in row else ""
+
+
 def conversions_table(measured):
-    rows = [["work", "size", "Mpixel/s"] + ["x " + p for p in PEERS] + ["goal", "is", ""]]
+    levels = sorted({name for row in measured["table"] for name in ratios(row) if name.startswith("at ")})
+    rows = [["work", "size", "Mpixel/s"] + ["x " + p for p in PEERS] + ["goal"] + levels + ["is", ""]]
     for row in measured["table"]:
-        found = ratios(row)
+        found, aim = ratios(row), goal(row)
         rows.append([row["work"], row["size"], rate(row["contenders"][0]["rate"])] +
-                    [times(found.get(p)) for p in PEERS] + goal(row))
+                    [times(found.get(p)) for p in PEERS] + aim[:1] + [at_level(row, level) for level in levels] +
+                    aim[1:])
     return rows
 
 

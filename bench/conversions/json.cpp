@@ -1,10 +1,13 @@
 #include "conversions/json.h"
 
+#include "recode/simd_level.h"
+
 #include <libyuv/version.h>
 #include <opencv2/core/version.hpp>
 
 #include <cstdio>
-#include <cstdlib>
+
+using namespace Mardu::Sentel::Tavlo;
 
 namespace Bench {
 namespace {
@@ -68,11 +71,10 @@ std::string Of(const std::vector<Outcome>& outcomes)
 
 std::string ToJson(const std::vector<Outcome>& table, const std::vector<Outcome>& curve)
 {
-    const char* const level = std::getenv("TAVLO_SIMD");
+    const std::string level = NameOf(ActiveSimdLevel());
     return "{\n \"compiler\": " + Quoted("GCC " __VERSION__) + ",\n \"opencv\": " + Quoted(CV_VERSION) +
-           ",\n \"libyuv\": " + Quoted(std::to_string(LIBYUV_VERSION)) +
-           ",\n \"forced_level\": " + Quoted(level != nullptr ? level : "") + ",\n \"table\": " + Of(table) +
-           ",\n \"curve\": " + Of(curve) + "\n}\n";
+           ",\n \"libyuv\": " + Quoted(std::to_string(LIBYUV_VERSION)) + ",\n \"level\": " + Quoted(level) +
+           ",\n \"table\": " + Of(table) + ",\n \"curve\": " + Of(curve) + "\n}\n";
 }
 
 } // namespace Bench

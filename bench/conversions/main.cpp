@@ -1,6 +1,8 @@
 #include "conversions/json.h"
 #include "conversions/rows.h"
 
+#include "recode/simd_level.h"
+
 #include <opencv2/core/utility.hpp>
 
 #include <algorithm>
@@ -19,6 +21,8 @@
 // makes a table and a plot of it. Progress goes to the standard error.
 namespace Bench {
 namespace {
+
+using namespace Mardu::Sentel::Tavlo;
 
 struct Options
 {
@@ -79,6 +83,20 @@ const std::vector<std::string> curveWorks = {"8 to 8, contrast", "16 to 8, high 
                                              "8 to RGBA, ramp",  "copy part, 8",       "transposed 8"};
 constexpr Extent curveSizes[] = {{64, 64}, {512, 512}, {2048, 2048}, {8192, 8192}};
 
+/// Ours again with the instructions of smaller processors, for the goals there.
+void AddLowerLevels(Contest& contest)
+{
+    const SimdLevel best = ActiveSimdLevel();
+    for (const SimdLevel level : simdLevels)
+        if (level != SimdLevel::plain && level < best)
+            contest.contenders.push_back(
+                {std::string("at ") + NameOf(level), [level, best, run = contest.contenders.front().run] {
+                     ForceSimdLevel(level);
+                     run();
+                     ForceSimdLevel(best);
+                 }});
+}
+
 class Runner
 {
 public:
@@ -96,20 +114,37 @@ public:
                           [](const Contender& c) { return c.name != "ours" && c.name != "memcpy"; });
             contest.goal = 0;
         }
+        AddLowerLevels(contest);
         std::fprintf(stderr, "%s, %s\n", row.work.c_str(), contest.size.c_str());
         const bool checked = contest.sameResult != nullptr;
         outcomes.push_back(Measure(std::move(contest)));
         for (const Standing& standing : outcomes.back().standings)
-            if (checked && standing.name == "plain" && !standing.sameResult)
-                throw std::runtime_error(row.work + ": the plain loop gives another result");
+            if (checked && !standing.sameResult &&
+                (standing.name == "plain" || standing.name.starts_with("at ")))
+                throw std::runtime_error(row.work + ": another result than of " + standing.name);
     }
 
 private:
     std::regex filter_;
 };
 
+/// The variable TAVLO_SIMD names the instructions that ours uses; the best ones without it.
+void ForceNamedLevel()
+{
+    const char* const wanted = std::getenv("TAVLO_SIMD");
+    if (wanted == nullptr)
+        return;
+    const auto* const level =
+        std::find_if(std::begin(simdLevels), std::end(simdLevels),
+                     [wanted](SimdLevel l) { return wanted == std::string(NameOf(l)); });
+    if (level == std::end(simdLevels) || *level > BestSimdLevel())
+        throw std::invalid_argument(std::string("TAVLO_SIMD: there is no ") + wanted);
+    ForceSimdLevel(*level);
+}
+
 void Main(const Options& options)
 {
+    ForceNamedLevel();
     // Nothing of ours starts threads, so nobody else does.
     cv::setNumThreads(1);
     Runner runner(options.filter);
