@@ -8,8 +8,9 @@ import statistics
 import subprocess
 import sys
 
-ROUNDS = 15
-SECONDS = 0.02
+SESSIONS = 3  # with programs of their own, that is with other memory
+TURNS = 7     # of each work in a session
+SECONDS = 0.015
 GOAL = 0.9  # the component's speed as a part of the native library's
 
 
@@ -35,19 +36,31 @@ class Program:
         return [tuple(line.split("|")) for line in works[:-1]]
 
 
-def duel(number, work, size, native, component):
-    seconds = {native: [], component: []}
-    for turn in range(ROUNDS + 1):
-        for program in (native, component) if turn % 2 else (component, native):
-            found = float(program.ask(f"run {number} {SECONDS}"))
-            if turn > 0:  # the first turn warms up
-                seconds[program].append(found)
-    ratio = statistics.median(n / c for n, c in zip(seconds[native], seconds[component]))
+def session(commands, seconds, checksums):
+    """Adds each program's times and checksums of all works."""
+    native, component = programs = [Program(command) for command in commands]
+    works = native.works()
+    if works != component.works():
+        sys.exit("duel: the two programs know different works")
+    for number, work in enumerate(works):
+        for turn in range(TURNS + 1):
+            for program in programs if turn % 2 else reversed(programs):
+                found = float(program.ask(f"run {number} {SECONDS}"))
+                if turn > 0:  # the first turn warms up
+                    seconds.setdefault(work, ([], []))[programs.index(program)].append(found)
+        checksums.setdefault(work, set()).update(program.ask(f"check {number}") for program in programs)
+    for program in programs:
+        program.process.stdin.close()
+        program.process.wait()
+
+
+def row(work, seconds, checksums):
+    name, size = work
     width, height = map(int, size.split("x"))
-    rate = {program: width * height / statistics.median(found) for program, found in seconds.items()}
-    same = native.ask(f"check {number}") == component.ask(f"check {number}")
-    return {"work": work, "size": size, "rounds": ROUNDS, "native": rate[native], "dll": rate[component],
-            "ratio": ratio, "goal": GOAL, "met": round(ratio, 2) >= GOAL, "same_result": same}
+    native, component = (width * height / statistics.median(found) for found in seconds)
+    ratio = statistics.median(n / c for n, c in zip(*seconds))
+    return {"work": name, "size": size, "rounds": len(seconds[0]), "native": native, "dll": component,
+            "ratio": ratio, "goal": GOAL, "met": round(ratio, 2) >= GOAL, "same_result": len(checksums) == 1}
 
 
 def main():
@@ -56,17 +69,11 @@ def main():
     parser.add_argument("native")
     parser.add_argument("component", nargs="+")
     arguments = parser.parse_args()
-    native, component = Program([arguments.native]), Program(arguments.component)
-    works = native.works()
-    if works != component.works():
-        sys.exit("duel: the two programs know different works")
-    rows = []
-    for number, (work, size) in enumerate(works):
-        print(f"{work}, through the interface", file=sys.stderr)
-        rows.append(duel(number, work, size, native, component))
-    for program in (native, component):
-        program.process.stdin.close()
-        program.process.wait()
+    seconds, checksums = {}, {}
+    for number in range(SESSIONS):
+        print(f"the component beside the library, session {number + 1} of {SESSIONS}", file=sys.stderr)
+        session([[arguments.native], arguments.component], seconds, checksums)
+    rows = [row(work, seconds[work], checksums[work]) for work in seconds]
     with open(arguments.json, "w", encoding="utf-8") as file:
         json.dump({"interface": rows}, file, indent=1)
 

@@ -18,8 +18,11 @@ namespace {
 
 using enum Work::How;
 
-constexpr std::int32_t width = 1920;
-constexpr std::int32_t height = 1080;
+// Small enough that the code counts and not which pages of memory a program was given.
+constexpr std::int32_t width = 960;
+constexpr std::int32_t height = 540;
+constexpr std::int32_t middleWidth = 320;
+constexpr std::int32_t middleHeight = 240;
 constexpr std::int32_t smallSide = 64;
 
 Geometry Packed(std::int32_t bits, std::int32_t encoding, std::int32_t columns = width,
@@ -40,6 +43,9 @@ std::vector<Work> Works()
 {
     const Geometry byte = Packed(8, Tavlo_Unsigned), word = Packed(16, Tavlo_Unsigned);
     const Geometry single = Packed(32, Tavlo_Float), rgb = Packed(24, Tavlo_RGB);
+    // So slow a work has a small image, for the sake of turns that nobody interrupts.
+    const Geometry middleByte = Packed(8, Tavlo_Unsigned, middleWidth, middleHeight);
+    const Geometry middleSingle = Packed(32, Tavlo_Float, middleWidth, middleHeight);
     const Geometry smallByte = Packed(8, Tavlo_Unsigned, smallSide, smallSide);
     const Geometry smallWord = Packed(16, Tavlo_Unsigned, smallSide, smallSide);
     return {
@@ -52,7 +58,7 @@ std::vector<Work> Works()
         {"16 to float", tone, word, single},
         {"float to 8", tone, single, byte},
         {"32 unsigned to float", tone, Packed(32, Tavlo_Unsigned), single},
-        {"float to 8, gamma and sigma", tone, single, byte, 1.2, -0.1, 2.2, 1.5},
+        {"float to 8, gamma and sigma", tone, middleSingle, middleByte, 1.2, -0.1, 2.2, 1.5},
         {"16 to float, gamma and sigma", tone, word, single, 1.2, -0.1, 2.2, 1.5},
         {"RGB to grey", tone, rgb, byte},
         {"RGB to BGRA, contrast", tone, rgb, Packed(32, Tavlo_BGRA), 1.2},
