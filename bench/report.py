@@ -101,6 +101,20 @@ def steepest_fall(rows):
     return worst
 
 
+def missed_table(measured):
+    """Only for the page: what the tables above say, gathered."""
+    rows = [["work", "size", "goal", "is", "x memcpy"]]
+    for row in measured["table"]:
+        if not row.get("met", True):
+            aim = goal(row)
+            rows.append([row["work"], row["size"], aim[0], aim[1], times(ratios(row)["memcpy"])])
+    for row in measured.get("interface", []):
+        if not row["met"]:
+            rows.append([row["work"] + ", through the interface", row["size"], f"{row['goal']:g} x native",
+                         times(row["ratio"]), ""])
+    return rows
+
+
 def curve_table(measured):
     sizes = list(dict.fromkeys(row["size"] for row in measured["curve"]))
     rows = [["Mpixel/s (x memcpy) at"] + sizes + ["steepest fall, of memcpy's", ""]]
@@ -177,7 +191,8 @@ def main():
     for rows in made.values():
         print("\n" + as_text(rows))
     with_goal = [row for key in ("table", "interface") for row in measured.get(key, []) if "goal" in row]
-    print(f"\n{sum(row['met'] for row in with_goal)} of {len(with_goal)} goals met")
+    if with_goal:
+        print(f"\n{sum(row['met'] for row in with_goal)} of {len(with_goal)} goals met")
 
     if arguments.json:
         with open(arguments.json, "w", encoding="utf-8") as file:
@@ -188,6 +203,8 @@ def main():
             file.write(performance_plot.draw(measured, describe(measured)))
     if arguments.markdown:
         blocks = {key: as_markdown(rows) for key, rows in made.items()}
+        if "table" in made:
+            blocks["missed"] = as_markdown(missed_table(measured))
         put_between_marks(arguments.markdown, {"machine": describe(measured) + "."} | blocks)
 
 
