@@ -10,7 +10,7 @@
 void Resources::Sample()
 {
     Sampled sampled = {};
-    sampled.handles = HandleCount(GetProcessId(process_));
+    sampled.handles = HandleCount(process_);
     PROCESS_MEMORY_COUNTERS memory = {};
     memory.cb = sizeof(memory);
     GetProcessMemoryInfo(process_, &memory, sizeof(memory));

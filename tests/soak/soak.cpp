@@ -207,7 +207,7 @@ void Producer::Sample()
 void Producer::Run()
 {
     start_ = std::chrono::steady_clock::now();
-    const long every = std::max(1l, options_.updates / 100);
+    const long every = std::max(1l, options_.updates / 20);
     for (long i = 0; i < options_.updates; ++i) {
         if (i % every == 0)
             Sample();
