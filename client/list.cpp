@@ -1,11 +1,11 @@
 #include "client/apartment.h"
 #include "client/commands.h"
+#include "client/fields.h"
+#include "client/parsed_option.h"
 #include "client/print.h"
 #include "client/published_image.h"
 #include "client/shared_image.h"
 #include "client/text.h"
-
-#include <CLI/CLI.hpp>
 
 #include <chrono>
 #include <condition_variable>
@@ -86,10 +86,10 @@ std::string Line(const PublishedImage& image, const Answer& answer)
     return Utf8(image.name) + ": " + state + ", " + process + "\n";
 }
 
-void List()
+void List(std::chrono::seconds patience)
 {
     const std::vector<PublishedImage> images = PublishedImages();
-    const std::vector<Answer> answers = Questions(images).Answers(std::chrono::seconds(5));
+    const std::vector<Answer> answers = Questions(images).Answers(patience);
     std::string text;
     for (std::size_t i = 0; i < images.size(); ++i)
         text += Line(images[i], answers[i]);
@@ -98,9 +98,15 @@ void List()
 
 } // namespace
 
-Action SetUpList(CLI::App&)
+Action SetUpList(CLI::App& options)
 {
-    return List;
+    const auto patience = std::make_shared<std::int32_t>(5);
+    AddParsed(
+        options, "--patience", "SECONDS",
+        "How long to wait for processes that do not answer; 5 when left out",
+        [](const std::string& text) { return ParseNumberFrom(0, "the patience", text); },
+        [patience](std::int32_t seconds) { *patience = seconds; });
+    return [patience] { List(std::chrono::seconds(*patience)); };
 }
 
 } // namespace Mardu::Sentel::Tavlo::Client

@@ -138,7 +138,10 @@ ComPtr<ITavlo2> BindImage(std::wstring_view name)
         throw Failure(result, purpose, "no image is published under this name");
     Check(result, purpose);
     ComPtr<ITavlo2> image;
-    Check(object.As(&image), purpose);
+    const HRESULT kind = object.As(&image);
+    if (kind == E_NOINTERFACE)
+        throw Failure(kind, purpose, "what is published under this name is no image");
+    Check(kind, purpose);
     return image;
 }
 

@@ -51,7 +51,7 @@ void PrintUpdate(const Rectangle& dirty)
 
 /// Waits for one of the events. When the process behind the image is not known, the image
 /// itself is asked every second whether it is still there.
-DWORD WaitForAny(std::vector<HANDLE> events, HANDLE publisher, ITavlo2& image)
+DWORD WaitForAny(std::vector<HANDLE> events, HANDLE publisher, ITavlo2& image, std::string_view purpose)
 {
     if (publisher != nullptr)
         events.push_back(publisher);
@@ -59,10 +59,11 @@ DWORD WaitForAny(std::vector<HANDLE> events, HANDLE publisher, ITavlo2& image)
         const DWORD came = WaitForMultipleObjects(static_cast<DWORD>(events.size()), events.data(), FALSE,
                                                   publisher == nullptr ? 1000 : INFINITE);
         if (came == WAIT_FAILED)
-            ThrowLastError("wait for updates");
+            ThrowLastError(purpose);
         if (came != WAIT_TIMEOUT)
             return came - WAIT_OBJECT_0;
-        GeometryOf(image);
+        ComPtr<ITavloDescriptor2> descriptor;
+        Check(image.get_Descriptor(&descriptor), purpose);
     }
 }
 
@@ -89,9 +90,11 @@ void Watch(const WatchOptions& options)
         Updated,
         Ended
     };
+    const std::string purpose = "watch '" + options.name + "' any longer";
     std::int32_t count = 0;
     for (;;) {
-        const DWORD came = WaitForAny({updates->Event(), end.Event()}, publisher.get(), *image.Get());
+        const DWORD came =
+            WaitForAny({updates->Event(), end.Event()}, publisher.get(), *image.Get(), purpose);
         for (const Rectangle& dirty : updates->Take()) {
             PrintUpdate(dirty);
             if (++count == options.count)
@@ -100,8 +103,7 @@ void Watch(const WatchOptions& options)
         if (came == Ended)
             return;
         if (came != Updated)
-            throw Failure(HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE),
-                          "watch '" + options.name + "' any longer",
+            throw Failure(HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE), purpose,
                           "process " + std::to_string(process) + ", which published it, has ended");
     }
 }

@@ -9,7 +9,7 @@ import signal
 import struct
 import uuid
 
-from program import ProgramTest, main, pictures
+from program import ProgramTest, Running, main, pictures
 from test_pictures import TIFF_FLOAT, tiff
 
 NOT_PUBLISHED = "0x800401E3"
@@ -25,9 +25,9 @@ class NamedTest(ProgramTest):
     def publish_named(self, *options, name=None, picture=None, **more):
         return self.publish(picture or self.grey16(), *options, name=name or self.unused_name(), **more)
 
-    def listed(self, name):
+    def listed(self, name, patience=60):
         """The line that list has for a name; others may be published meanwhile."""
-        result = self.run_program("list")
+        result = self.run_program("list", "--patience", str(patience))
         self.assert_done(result)
         lines = [line for line in result.output.splitlines() if line.startswith(name + ": ")]
         self.assertLessEqual(len(lines), 1)
@@ -130,7 +130,7 @@ class Listing(NamedTest):
     def test_lines_are_ordered_by_name(self):
         start = self.unused_name()
         with self.publish_named(name=start + " b"), self.publish_named(name=start + " a"):
-            result = self.run_program("list")
+            result = self.run_program("list", "--patience", "60")
             lines = [line for line in result.output.splitlines() if line.startswith(start)]
             self.assertEqual([line.split(":")[0] for line in lines], [start + " a", start + " b"])
 
@@ -138,11 +138,53 @@ class Listing(NamedTest):
         with self.publish_named() as silent, self.publish_named() as other:
             os.kill(silent.process.pid, signal.SIGSTOP)
             try:
-                self.assertRegex(self.listed(silent.name), r": does not answer, process \d+$")
-                self.assertRegex(self.listed(other.name), r": 37 x 11, ")
+                self.assertRegex(self.listed(silent.name, patience=1), r": does not answer, process \d+$")
+                self.assertRegex(self.listed(other.name, patience=15), r": 37 x 11, ")
             finally:
                 os.kill(silent.process.pid, signal.SIGCONT)
             self.assertRegex(self.listed(silent.name), r": 37 x 11, ")
+
+
+    def test_wrong_usage(self):
+        for arguments, part in ((["scan"], "scan"), (["--patience", "-1"], "the patience must be at least 0")):
+            result = self.run_program("list", *arguments)
+            self.assertEqual((result.code, result.output), (2, ""))
+            self.assertIn(part, result.errors)
+
+
+class Foreign(NamedTest):
+    """Entries of programs that follow the convention in part, or not at all."""
+
+    def enter(self, name, kind):
+        program = Running(self.folder, name, kind, other=os.environ["PLAIN_PUBLISHER"])
+        self.assertEqual(program.next_line().rstrip(), "published")
+        return program
+
+    def test_an_image_whose_process_is_not_told(self):
+        name = self.unused_name()
+        with self.enter(name, "image") as program:
+            self.assertEqual(self.listed(name), f"{name}: 4 x 3, Unsigned(8), process unknown")
+            with self.watch(name) as watcher:
+                self.paint(name, "--rect", "1,1,2,2")
+                self.assertEqual(watcher.next_line(), "1,1,2,2\n")
+                program.kill()
+                result = watcher.wait()
+                self.assertEqual((result.code, result.output), (1, ""))
+                self.assertIn(f"tavlo: cannot watch '{name}' any longer: {NO_SERVER}: ", result.errors)
+
+    def test_its_name_is_in_use_too(self):
+        name = self.unused_name()
+        with self.enter(name, "image"):
+            result = self.run_program("publish", self.grey16(), "--name", name)
+            self.assert_failed(result, IN_USE, "the name is in use")
+            self.assertEqual(self.listed(name), f"{name}: 4 x 3, Unsigned(8), process unknown")
+
+    def test_what_is_no_image(self):
+        name = self.unused_name()
+        with self.enter(name, "nothing"):
+            self.assertRegex(self.listed(name), r": cannot bind to the image '.*': 0x80004002: .*no image, process unknown$")
+            for command in (["watch", name], ["paint", name], ["info", "--name", name]):
+                self.assert_failed(self.run_program(*command), "0x80004002", "what is published under this name is no image")
 
 
 class Watching(NamedTest):

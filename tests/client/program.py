@@ -91,10 +91,11 @@ class Output:
 class Running:
     """A process of the program that goes on until the with block ends, or the process itself."""
 
-    def __init__(self, folder, *arguments):
+    def __init__(self, folder, *arguments, other=None):
+        """other: a program that is run in the client's place."""
         self.output, self.errors = Output(), Output()
         self.process = subprocess.Popen(
-            program + list(arguments),
+            (program[:-1] + [other] if other else program) + list(arguments),
             cwd=folder,
             env=ENVIRONMENT,
             stdin=subprocess.PIPE,

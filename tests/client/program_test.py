@@ -51,7 +51,6 @@ class Usage(ProgramTest):
             (["info", "--descriptor", good], "--section is required"),
             (["info", "--name", "n", "--section", "s"], "--name excludes --section"),
             (["info", "--name", "n", "--descriptor", good], "--name excludes --descriptor"),
-            (["list", "scan"], "scan"),
             (["info", "--section", "s", "--descriptor", good, "--all"], "--all"),
         ]
         for arguments, part in cases:

@@ -49,15 +49,19 @@ class RegistrationTest(ProgramTest):
 
     @classmethod
     def wine(cls, *arguments, folder=None):
-        subprocess.run(
-            [program.program[0], *arguments],
-            cwd=folder,
-            env=program.ENVIRONMENT,
-            stdin=subprocess.DEVNULL,
-            stdout=subprocess.DEVNULL,
-            stderr=subprocess.DEVNULL,
-            check=False,
-        )
+        """What it writes, which goes to a file: the first program starts services that keep it open."""
+        with tempfile.TemporaryFile() as output:
+            subprocess.run(
+                [program.program[0], *arguments],
+                cwd=folder,
+                env=program.ENVIRONMENT,
+                stdin=subprocess.DEVNULL,
+                stdout=output,
+                stderr=subprocess.DEVNULL,
+                check=False,
+            )
+            output.seek(0)
+            return output.read().decode("utf-8", "replace")
 
     def keys(self, root):
         """The keys of a root's classes, less what the platform shows of them to 32-bit programs."""
@@ -127,6 +131,15 @@ class Registering(RegistrationTest):
             self.assert_done(self.run_program("paint", "n"))
             self.assertEqual(watcher.next_line(), "0,0,37,11\n")
             self.assertEqual(self.export(publisher).samples[-1], 65535)
+
+    def test_the_proxies_serve_what_the_type_library_claims(self):
+        for scope, root in ([], "HKLM"), (["--user"], "HKCU"):
+            self.assert_done(self.run_program("register", *scope))
+            key = root + r"\Software\Classes\Interface\{8F352F7B-AFCF-4BE1-9408-3461C7C8EAD4}\ProxyStubClsid32"
+            query = self.wine("reg", "query", key, "/ve")
+            self.assertRegex(query, r"REG_SZ\s+\{[0-9A-Fa-f-]{36}\}")
+            self.assertNotIn("{00020424-0000-0000-C000-000000000046}", query, "the platform's own for type libraries")
+            self.assert_done(self.run_program("unregister", *scope))
 
     def test_a_second_time_changes_nothing(self):
         self.assert_done(self.run_program("register"))

@@ -7,21 +7,9 @@ script_test.py [--group NAME] -- RUNNER... PROGRAM; BIND_SAMPLE in the environme
 import os
 import uuid
 
-import program
 from program import ProgramTest, Running, main
 
 SAMPLES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "samples", "binding")
-
-
-class Sample(Running):
-    """A program that is no command of the client."""
-
-    def __init__(self, folder, *command):
-        saved, program.program[-1:] = program.program[-1:], []
-        try:
-            super().__init__(folder, *command)
-        finally:
-            program.program[:] = program.program + saved
 
 
 class ScriptTest(ProgramTest):
@@ -203,7 +191,7 @@ class Samples(ScriptTest):
     def test_cpp(self):
         with self.publish_named() as publisher:
             self.paint(publisher, "--value", "17")
-            with Sample(self.folder, os.environ["BIND_SAMPLE"], publisher.name) as sample:
+            with Running(self.folder, publisher.name, other=os.environ["BIND_SAMPLE"]) as sample:
                 for line in ("bound to 37 x 11 pixels\n", "the first byte is 17\n", "waiting for an update\n"):
                     self.assertEqual(sample.next_line().replace("\r", ""), line)
                 self.paint(publisher, "--value", "18", "--rect", "0,0,5,6")
@@ -214,7 +202,8 @@ class Samples(ScriptTest):
                 )
 
     def test_cpp_without_the_image(self):
-        with Sample(self.folder, os.environ["BIND_SAMPLE"], f"script test {uuid.uuid4()}") as sample:
+        name = f"script test {uuid.uuid4()}"
+        with Running(self.folder, name, other=os.environ["BIND_SAMPLE"]) as sample:
             result = sample.wait()
             self.assertEqual(result.code, 1)
             self.assertRegex(result.output, r"^bind to the image.* \(0x800401E3\)\s*$")

@@ -1,0 +1,49 @@
+// plain_publisher NAME KIND: what a program may enter in the running object table under an
+// image's name that tells no process: an image, or an object that is none. Ends with the input.
+#include "client/apartment.h"
+#include "client/com_object.h"
+#include "client/print.h"
+#include "client/published_image.h"
+#include "client/published_name.h"
+#include "client/shared_image.h"
+#include "client/text.h"
+
+#include <cstdio>
+
+using namespace Mardu::Sentel::Tavlo::Client;
+
+namespace {
+
+class NoImage final : public ComObject<IPersist>
+{
+public:
+    STDMETHODIMP GetClassID(CLSID*) override { return E_NOTIMPL; }
+};
+
+void Publish(const std::string& name, const std::wstring& kind)
+{
+    const Apartment apartment(COINIT_MULTITHREADED);
+    ComPtr<IUnknown> object(new NoImage);
+    if (kind == L"image") {
+        const Descriptor descriptor{4, 3, 8, Encoding::Unsigned, 0, 1, 4};
+        object = Create(*CreateFactory().Get(), descriptor, Tavlo_SingleWriter);
+    }
+    const RunningObject entry(*object.Get(), ImageItem(name));
+    Print("published\n");
+    std::getchar();
+}
+
+} // namespace
+
+int wmain(int count, wchar_t** arguments)
+{
+    if (count != 3)
+        return 2;
+    try {
+        Publish(Utf8(arguments[1]), arguments[2]);
+        return 0;
+    } catch (const std::exception& failure) {
+        std::fprintf(stderr, "%s\n", failure.what());
+        return 1;
+    }
+}
