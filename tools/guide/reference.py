@@ -7,6 +7,7 @@ import pathlib
 import re
 import sys
 
+LONGEST = 100  # of a signature in one line
 FILES = ["TavloLib.idl", "SentelCommon.idl"]
 ATTRIBUTES = r"\[(?P<attributes>(?:[^\[\]\"]|\"[^\"]*\"|\[[^\]]*\])*)\]\s*"
 MEMBER = re.compile(r"\s*" + ATTRIBUTES + r"(?P<type>[\w ]+?)\s*(?P<star>\*?)\s*\b(?P<name>\w+)\s*\((?P<parameters>.*?)\);", re.S)
@@ -37,7 +38,11 @@ class Member:
         self.access = "get" if "propget" in bare else "put" if "propput" in bare else ""
         kept = [self.spelled(a, d) for a, d in PARAMETER.findall(match["parameters"])]
         result = match["type"].strip() + match["star"]
-        self.signature = f"{result} {'get_' if self.access == 'get' else 'put_' if self.access else ''}{self.name}({', '.join(kept)})"
+        head = f"{result} {'get_' if self.access == 'get' else 'put_' if self.access else ''}{self.name}("
+        self.signature = head + ", ".join(kept) + ")"
+        if len(self.signature) > LONGEST:
+            # A parameter a line, under the first one.
+            self.signature = head + (",\n" + " " * (4 + len(head))).join(kept) + ")"
 
     @staticmethod
     def spelled(attributes, declaration):
