@@ -10,6 +10,9 @@ find_path(TAVLO_STDOLE stdole2.tlb
   NO_CMAKE_FIND_ROOT_PATH REQUIRED)
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 set(TAVLO_WIDL_FLAGS -m64 --win64 -Oicf)
+# Type libraries carry the time of their making, as a number and as a local date; ours is always
+# the same one.
+set(TAVLO_WIDL_AT_NO_TIME ${CMAKE_COMMAND} -E env WIDL_TIME_OVERRIDE=1 TZ=UTC ${TAVLO_WIDL})
 
 # Runs widl on idl/NAME.idl; MODES name what comes out: h (header), i (GUIDs),
 # tlb (type library), p (proxies). Files go to DIRECTORY.
@@ -31,7 +34,7 @@ function(tavlo_widl name directory)
     endif()
     add_custom_command(
       OUTPUT ${directory}/${output_${mode}}
-      COMMAND ${TAVLO_WIDL} ${TAVLO_WIDL_FLAGS} -I ${TAVLO_WIDL_INCLUDE} -I ${PROJECT_SOURCE_DIR}/idl
+      COMMAND ${TAVLO_WIDL_AT_NO_TIME} ${TAVLO_WIDL_FLAGS} -I ${TAVLO_WIDL_INCLUDE} -I ${PROJECT_SOURCE_DIR}/idl
         -L ${TAVLO_STDOLE} -L ${directory} ${option_${mode}} -o ${directory}/${output_${mode}} ${name}.idl
       ${finish}
       WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}/idl
