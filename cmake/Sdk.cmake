@@ -14,12 +14,14 @@ install(FILES idl/SentelCommon.idl idl/TavloLib.idl idl/TavloInternal.idl
   ${PROJECT_BINARY_DIR}/idl/SentelCommon_i.c ${PROJECT_BINARY_DIR}/idl/TavloLib_i.c DESTINATION idl)
 
 # Libraries of both worlds are archives of the same objects. MSVC's linker looks for .lib, and
-# so does mingw-w64's when there is nothing else.
+# so does mingw-w64's when there is nothing else. Its members are named after the process that
+# makes it, and its symbols after the path that it is made at, unless told otherwise.
 set(import_library ${PROJECT_BINARY_DIR}/lib/Tavlo.lib)
 add_custom_command(OUTPUT ${import_library}
   COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/lib
   COMMAND ${CMAKE_DLLTOOL} --input-def ${PROJECT_SOURCE_DIR}/module/Tavlo.def --dllname Tavlo.dll
-    --output-lib ${import_library}
+    --output-lib lib/Tavlo.lib --deterministic-libraries --temp-prefix Tavlo
+  WORKING_DIRECTORY ${PROJECT_BINARY_DIR}
   DEPENDS module/Tavlo.def
   COMMENT "Import library Tavlo.lib"
   VERBATIM)
