@@ -2,14 +2,56 @@
 
 #include "recode/kernels.h"
 
+#include <algorithm>
 #include <array>
+#include <cstdlib>
+#include <utility>
 
 namespace Mardu::Sentel::Tavlo {
 namespace {
 
+/// Two blocks of so many elements each way.
+struct Blocks
+{
+    SourceBlock source;
+    TargetBlock target;
+    std::uint64_t width;
+    std::uint64_t height;
+};
+
+template <class Block>
+void ExchangeAxes(Block& block) noexcept
+{
+    std::swap(block.strideX, block.strideY);
+}
+
+/// The last element of a row becomes its first one.
+template <class Block>
+void MirrorX(Block& block, std::uint64_t width) noexcept
+{
+    block.first += static_cast<std::ptrdiff_t>(width - 1) * block.strideX;
+    block.strideX = -block.strideX;
+}
+
+/// The same pairs of elements, so that the target's rows are what lies together in memory, in its order.
+void FollowTarget(Blocks& blocks) noexcept
+{
+    const TargetBlock& target = blocks.target;
+    const bool goesDown = target.strideY != 0 && std::abs(target.strideY) < std::abs(target.strideX);
+    if (blocks.height > 1 && (blocks.width == 1 || goesDown)) {
+        ExchangeAxes(blocks.source);
+        ExchangeAxes(blocks.target);
+        std::swap(blocks.width, blocks.height);
+    }
+    if (target.strideX < 0) {
+        MirrorX(blocks.source, blocks.width);
+        MirrorX(blocks.target, blocks.width);
+    }
+}
+
 template <std::size_t size>
-void CopyStrided(const SourceBlock& source, const TargetBlock& target, std::uint64_t width,
-                 std::uint64_t height) noexcept
+void CopyPart(const SourceBlock& source, const TargetBlock& target, std::uint64_t width,
+              std::uint64_t height) noexcept
 {
     using Bytes = std::array<std::uint8_t, size>;
     for (std::uint64_t y = 0; y < height; ++y) {
@@ -20,34 +62,66 @@ void CopyStrided(const SourceBlock& source, const TargetBlock& target, std::uint
     }
 }
 
-using Strided = void (*)(const SourceBlock&, const TargetBlock&, std::uint64_t, std::uint64_t) noexcept;
-constexpr std::array<Strided, sizeCount> strided{CopyStrided<1>, CopyStrided<2>, CopyStrided<3>,
-                                                 CopyStrided<4>, CopyStrided<8>};
-
-void CopyRows(const SourceBlock& source, const TargetBlock& target, std::size_t bytes,
-              std::uint64_t height) noexcept
+/// Where the source's columns lie closer together than its rows' elements, a few of them at a time, so that
+/// what comes into the cache with one element is used up by its neighbours.
+template <std::size_t size>
+void CopyStrided(const Blocks& b) noexcept
 {
-    if (IsOneRow(source, target, static_cast<std::ptrdiff_t>(bytes), static_cast<std::ptrdiff_t>(bytes))) {
-        std::memmove(target.first, source.first, bytes * height);
+    const bool goesDown = std::abs(b.source.strideY) < std::abs(b.source.strideX);
+    const std::uint64_t columns = goesDown ? std::min<std::uint64_t>(b.width, 64) : b.width;
+    for (std::uint64_t x = 0; x < b.width; x += columns)
+        CopyPart<size>(b.source.Part(x, 0), b.target.Part(x, 0), std::min(columns, b.width - x), b.height);
+}
+
+constexpr std::array<void (*)(const Blocks&) noexcept, sizeCount> strided{
+    CopyStrided<1>, CopyStrided<2>, CopyStrided<3>, CopyStrided<4>, CopyStrided<8>};
+
+/// Large copies are made in pieces: the library's own way with large ones goes past the caches even where
+/// they would hold both sides.
+void CopyBytes(const std::uint8_t* src, std::uint8_t* dst, std::size_t bytes) noexcept
+{
+    constexpr std::size_t piece = 16384;
+    for (; bytes > piece; src += piece, dst += piece, bytes -= piece)
+        std::memmove(dst, src, piece);
+    std::memmove(dst, src, bytes);
+}
+
+void CopyRows(const Blocks& b, std::size_t bytes) noexcept
+{
+    const auto row = static_cast<std::ptrdiff_t>(bytes);
+    if (IsOneRow(b.source, b.target, row, row)) {
+        CopyBytes(b.source.first, b.target.first, bytes * b.height);
         return;
     }
-    for (std::uint64_t y = 0; y < height; ++y)
-        std::memmove(target.Row(y), source.Row(y), bytes);
+    if (IsOneRow(b.source, b.target, -row, -row)) {
+        CopyBytes(b.source.Row(b.height - 1), b.target.Row(b.height - 1), bytes * b.height);
+        return;
+    }
+    for (std::uint64_t y = 0; y < b.height; ++y)
+        CopyBytes(b.source.Row(y), b.target.Row(y), bytes);
+}
+
+void ReverseRows(const Blocks& b, MoveKernels::Reverse reverse) noexcept
+{
+    SourceBlock source = b.source;
+    MirrorX(source, b.width);
+    for (std::uint64_t y = 0; y < b.height; ++y)
+        reverse(source.Row(y), b.target.Row(y), b.width);
 }
 
 /// Bytes that lie two to four bytes apart.
-void PickRows(const SourceBlock& source, const TargetBlock& target, std::uint64_t width,
-              std::uint64_t height) noexcept
+void PickRows(const Blocks& b) noexcept
 {
     const PickKernels& kernels = ActiveKernels().pick;
-    const auto pick = source.strideX == 2   ? kernels.ofTwo
-                      : source.strideX == 3 ? kernels.ofThree
-                                            : kernels.ofFour;
-    const auto row = static_cast<std::ptrdiff_t>(width);
-    if (IsOneRow(source, target, row * source.strideX, row))
-        return pick(source.first, target.first, width * height);
-    for (std::uint64_t y = 0; y < height; ++y)
-        pick(source.Row(y), target.Row(y), width);
+    const std::ptrdiff_t distance = b.source.strideX;
+    const auto pick = distance == 2 ? kernels.ofTwo : distance == 3 ? kernels.ofThree : kernels.ofFour;
+    const auto row = static_cast<std::ptrdiff_t>(b.width);
+    if (IsOneRow(b.source, b.target, row * distance, row)) {
+        pick(b.source.first, b.target.first, b.width * b.height);
+        return;
+    }
+    for (std::uint64_t y = 0; y < b.height; ++y)
+        pick(b.source.Row(y), b.target.Row(y), b.width);
 }
 
 } // namespace
@@ -57,29 +131,27 @@ void CopyBlock(const SourceBlock& source, const TargetBlock& target, std::size_t
 {
     if (width == 0 || height == 0)
         return;
+    Blocks b{source, target, width, height};
+    FollowTarget(b);
     const auto size = static_cast<std::ptrdiff_t>(elementSize);
     const std::size_t index = SizeIndex(elementSize);
-    const auto w = static_cast<std::ptrdiff_t>(width);
-    const auto h = static_cast<std::ptrdiff_t>(height);
     const MoveKernels& move = ActiveKernels().move;
-
-    if (target.strideX == size && source.strideX == size)
-        return CopyRows(source, target, elementSize * width, height);
-    if (target.strideX == size && source.strideX == -size) {
-        for (std::ptrdiff_t y = 0; y < h; ++y)
-            move.reverse[index](source.Row(static_cast<std::uint64_t>(y)) - (w - 1) * size,
-                                target.Row(static_cast<std::uint64_t>(y)), width);
-        return;
-    }
-    if (target.strideX == size && source.strideY == size)
-        return move.transpose[index](source.first, source.strideX, target.first, target.strideY, width,
-                                     height);
-    if (target.strideX == size && source.strideY == -size)
-        return move.transpose[index](source.first - (h - 1) * size, source.strideX,
-                                     target.first + (h - 1) * target.strideY, -target.strideY, width, height);
-    if (elementSize == 1 && target.strideX == 1 && source.strideX >= 2 && source.strideX <= 4)
-        return PickRows(source, target, width, height);
-    strided[index](source, target, width, height);
+    if (b.target.strideX != size)
+        strided[index](b);
+    else if (b.source.strideX == size)
+        CopyRows(b, elementSize * b.width);
+    else if (b.source.strideX == -size)
+        ReverseRows(b, move.reverse[index]);
+    else if (b.source.strideY == size)
+        move.transpose[index](b.source.first, b.source.strideX, b.target.first, b.target.strideY, b.width,
+                              b.height);
+    else if (b.source.strideY == -size)
+        move.transpose[index](b.source.Row(b.height - 1), b.source.strideX, b.target.Row(b.height - 1),
+                              -b.target.strideY, b.width, b.height);
+    else if (size == 1 && b.source.strideX >= 2 && b.source.strideX <= 4)
+        PickRows(b);
+    else
+        strided[index](b);
 }
 
 } // namespace Mardu::Sentel::Tavlo

@@ -81,8 +81,12 @@ private:
         if (sizeof(S) == 1 || source.strideX != sizeof(S) || height >= lut.Count() / width)
             return lut.RequireAll();
         const auto rangeOf = ActiveKernels().lookup.rangeOf16;
-        for (std::uint64_t y = 0; y < height; ++y)
-            lut.Require(rangeOf(field.Mask(), field.Sign(), source.Row(y), width));
+        IndexRange needed{lut.Count() - 1, 0};
+        for (std::uint64_t y = 0; y < height; ++y) {
+            const IndexRange row = rangeOf(field.Mask(), field.Sign(), source.Row(y), width);
+            needed = {std::min(needed.first, row.first), std::max(needed.last, row.last)};
+        }
+        lut.Require(needed);
     }
 
     /// Whether the smaller form of the table exists and serves. It is made for images that it pays for.

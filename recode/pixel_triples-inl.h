@@ -9,7 +9,7 @@
 
 HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
-#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
+#if HWY_TARGET != HWY_SCALAR
 
 // Three vectors hold as many three-byte pixels as one has bytes. Their bytes change places by a
 // Pattern, whose From says for a byte of the result which one it is. Patterns know one period of bytes.
@@ -33,8 +33,9 @@ public:
     template <class Map>
     HWY_INLINE void Each(const Map& map)
     {
-        for (ByteVector& v : v_)
-            v = map(v);
+        v_[0] = map(v_[0]);
+        v_[1] = map(v_[1]);
+        v_[2] = map(v_[2]);
     }
 
     template <class Pattern, class Store>
@@ -110,8 +111,9 @@ public:
     template <class Map>
     HWY_INLINE void Each(const Map& map)
     {
-        for (ByteVector& v : v_)
-            v = map(v);
+        v_[0] = map(v_[0]);
+        v_[1] = map(v_[1]);
+        v_[2] = map(v_[2]);
     }
 
     template <class Pattern, class Store>

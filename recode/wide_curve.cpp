@@ -66,7 +66,7 @@ Vector LoadUnits(const std::uint8_t* at)
 }
 
 /// Values that fit, truncated; Highway's own conversion would look after larger ones too.
-hn::Vec<Few<std::int32_t>> ToIntegers(Vector y)
+HWY_INLINE hn::Vec<Few<std::int32_t>> ToIntegers(Vector y)
 {
 #if HWY_TARGET <= HWY_AVX3_DL
     return hn::Vec<Few<std::int32_t>>{_mm512_cvttpd_epi32(y.raw)};
@@ -130,7 +130,7 @@ void StoreQuantised(Vector first, Vector second, std::uint8_t* at)
 }
 
 /// The processor's maximum gives its second operand where one is NaN.
-Vector Saturated(Vector y, Vector min, Vector max)
+HWY_INLINE Vector Saturated(Vector y, Vector min, Vector max)
 {
     return hn::Min(hn::Max(y, min), max);
 }
@@ -230,7 +230,7 @@ constexpr double powerError = 4.5e-13;
 constexpr double largestExponent = 64.0;
 
 /// log2 of positive normal numbers, off by less than 2^-49 of itself.
-Vector Log2(Vector x)
+HWY_INLINE Vector Log2(Vector x)
 {
     const hn::RebindToSigned<Doubles> integers;
     // The mantissa from the square root of 1/2 up to that of 2.
@@ -257,7 +257,7 @@ Vector Log2(Vector x)
 }
 
 /// 2^p for p within the largest exponent.
-Vector Exp2(Vector p)
+HWY_INLINE Vector Exp2(Vector p)
 {
     const hn::RebindToSigned<Doubles> integers;
     const Vector big = hn::Set(doubles, 6755399441055744.0);
@@ -274,7 +274,7 @@ Vector Exp2(Vector p)
 
 /// x to a positive power, for x from 0 to about 1, or 0 and a note in `doubtful` where the result is
 /// not known. That of 0 is exact, and so is the power 1.
-Vector Power(Vector x, double power, Mask& doubtful)
+HWY_INLINE Vector Power(Vector x, double power, Mask& doubtful)
 {
     if (power == 1.0)
         return x;
@@ -304,7 +304,7 @@ public:
 
     /// Stores the values of the curve as the target's type.
     template <class D>
-    void Store(Vector first, Vector second, std::uint8_t* at) const
+    HWY_INLINE void Store(Vector first, Vector second, std::uint8_t* at) const
     {
         Mask isFirstDoubtful, isSecondDoubtful;
         const Vector a = Values<D>(first, isFirstDoubtful);
@@ -319,7 +319,7 @@ public:
 private:
     /// The values for sources, and which of them may be wrong by more than the target's type forgives.
     template <class D>
-    Vector Values(Vector source, Mask& doubtful) const
+    HWY_INLINE Vector Values(Vector source, Mask& doubtful) const
     {
         const Vector low = hn::Set(doubles, c_.low);
         const Vector high = hn::Set(doubles, c_.high);

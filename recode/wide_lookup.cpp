@@ -24,30 +24,21 @@ void LookupByte(const void* entries, std::uint32_t, const std::uint8_t* src, std
     });
 }
 
-/// As many 16-bit values as `Out` holds, one store; the plain loop makes one store a pixel.
-template <class Entry, class S>
+/// As many bytes as eight bytes hold entries, and one store; the plain loop makes one store a pixel.
+template <class Entry>
 void LookupTogether(const void* table, std::uint32_t mask, const std::uint8_t* src, std::uint8_t* dst,
                     std::size_t count)
 {
     const auto* entries = static_cast<const Entry*>(table);
     constexpr std::size_t together = 8 / sizeof(Entry);
-    const std::uint64_t wideMask = sizeof(S) == 1 ? ~std::uint64_t{0} : mask * 0x0001000100010001u;
     std::size_t i = 0;
     for (; i + together <= count; i += together) {
         std::uint64_t out = 0;
-        for (std::size_t part = 0; part < together; part += 4) {
-            constexpr std::size_t now = together < 4 ? together : 4;
-            std::uint64_t in = 0;
-            std::memcpy(&in, src + (i + part) * sizeof(S), now * sizeof(S));
-            in &= wideMask;
-            for (std::size_t k = 0; k < now; ++k) {
-                const auto index = static_cast<S>(in >> (8 * sizeof(S) * k));
-                out |= static_cast<std::uint64_t>(entries[index]) << (8 * sizeof(Entry) * (part + k));
-            }
-        }
+        for (std::size_t k = 0; k < together; ++k)
+            out |= static_cast<std::uint64_t>(entries[src[i + k]]) << (8 * sizeof(Entry) * k);
         std::memcpy(dst + i * sizeof(Entry), &out, sizeof out);
     }
-    Plain::Lookup<S, Entry>(table, mask, src + i * sizeof(S), dst + i * sizeof(Entry), count - i);
+    Plain::Lookup<std::uint8_t, Entry>(table, mask, src + i, dst + i * sizeof(Entry), count - i);
 }
 
 #if HWY_TARGET <= HWY_AVX3_DL
@@ -79,7 +70,7 @@ void LookupTwo(const void* entries, std::uint32_t mask, const std::uint8_t* src,
                std::size_t count)
 {
     if (count < worthSplitting)
-        return LookupTogether<std::uint16_t, std::uint8_t>(entries, mask, src, dst, count);
+        return LookupTogether<std::uint16_t>(entries, mask, src, dst, count);
     const Planes<2> planes(static_cast<const std::uint8_t*>(entries));
     const ByteTable low(planes.plane[0]), high(planes.plane[1]);
     EachVector<step, 1, 2>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
@@ -92,7 +83,7 @@ void LookupFour(const void* entries, std::uint32_t mask, const std::uint8_t* src
                 std::size_t count)
 {
     if (count < worthSplitting)
-        return LookupTogether<std::uint32_t, std::uint8_t>(entries, mask, src, dst, count);
+        return LookupTogether<std::uint32_t>(entries, mask, src, dst, count);
     const Planes<4> planes(static_cast<const std::uint8_t*>(entries));
     const ByteTable b0(planes.plane[0]), b1(planes.plane[1]), b2(planes.plane[2]), b3(planes.plane[3]);
     EachVector<step, 1, 4>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
@@ -139,9 +130,9 @@ void Stepped(const SteppedTable& table, const std::uint8_t* src, std::uint8_t* d
 #else
 
 constexpr LookupKernels::Stepped Stepped = nullptr;
-constexpr auto LookupTwo = LookupTogether<std::uint16_t, std::uint8_t>;
+constexpr auto LookupTwo = LookupTogether<std::uint16_t>;
 constexpr auto LookupThree = Plain::LookupThree<std::uint8_t>;
-constexpr auto LookupFour = LookupTogether<std::uint32_t, std::uint8_t>;
+constexpr auto LookupFour = LookupTogether<std::uint32_t>;
 
 #endif
 
@@ -201,7 +192,7 @@ IndexRange Range(std::uint32_t mask, std::uint32_t sign, const std::uint8_t* src
 
 constexpr LookupKernels lookupKernels{
     .from8 = {LookupByte, LookupTwo, LookupThree, LookupFour, Plain::Lookup<std::uint8_t, std::uint64_t>},
-    .from16 = {LookupTogether<std::uint8_t, std::uint16_t>, LookupTogether<std::uint16_t, std::uint16_t>,
+    .from16 = {Plain::Lookup<std::uint16_t, std::uint8_t>, Plain::Lookup<std::uint16_t, std::uint16_t>,
                Plain::LookupThree<std::uint16_t>, Gather<std::int32_t>, Gather<std::int64_t>},
     .rangeOf16 = Range,
     .stepped = Stepped};

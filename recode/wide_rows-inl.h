@@ -51,7 +51,7 @@ HWY_INLINE void EachVector(const std::uint8_t* src, std::uint8_t* dst, std::size
 
 /// Targets of this many bytes and more displace each other in most caches before anybody reads them. They
 /// are written past the caches, which saves reading their lines first.
-constexpr std::size_t streamedBytes = std::size_t{16} << 20;
+constexpr std::size_t streamedBytes = std::size_t{12} << 20;
 
 struct CachedStore
 {

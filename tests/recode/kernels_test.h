@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <new>
 #include <random>
 #include <string>
 #include <vector>
@@ -27,21 +28,24 @@ inline std::vector<std::size_t> Counts()
     return counts;
 }
 
-/// With one more, that makes a target of more than 16 MiB, which may be written in another way.
+/// Targets of this many bytes may be written in another way.
+inline constexpr std::size_t largeTarget = std::size_t{16} << 20;
+
+/// With one more, for a large target.
 inline std::vector<std::size_t> CountsAndALargeOne(std::size_t targetSize)
 {
     std::vector<std::size_t> counts = Counts();
-    counts.push_back((std::size_t{16} << 20) / targetSize + 100);
+    counts.push_back(largeTarget / targetSize + 100);
     return counts;
 }
 
-/// Random bytes that end where the allocation ends, at an address that no vector is aligned to. What lies
-/// beyond is left to the address sanitizer.
+/// Random bytes that end where the allocation ends, at some distance from an address that is a multiple
+/// of 64. What lies beyond is left to the address sanitizer.
 class Bytes
 {
 public:
     Bytes(std::size_t size, std::size_t misalignment, std::mt19937& random)
-        : misalignment_(misalignment), size_(size), all_(new std::uint8_t[misalignment + size])
+        : misalignment_(misalignment), size_(size), all_(New(misalignment + size))
     {
         auto state = static_cast<std::uint32_t>(random());
         std::generate_n(all_.get(), misalignment + size, [&] {
@@ -51,9 +55,7 @@ public:
     }
 
     Bytes(const Bytes& other)
-        : misalignment_(other.misalignment_),
-          size_(other.size_),
-          all_(new std::uint8_t[misalignment_ + size_])
+        : misalignment_(other.misalignment_), size_(other.size_), all_(New(misalignment_ + size_))
     {
         std::copy_n(other.all_.get(), misalignment_ + size_, all_.get());
     }
@@ -68,9 +70,21 @@ public:
     }
 
 private:
+    static constexpr std::align_val_t alignment{64};
+
+    struct Delete
+    {
+        void operator()(std::uint8_t* all) const { ::operator delete[](all, alignment); }
+    };
+
+    static std::uint8_t* New(std::size_t size)
+    {
+        return static_cast<std::uint8_t*>(::operator new[](size, alignment));
+    }
+
     std::size_t misalignment_;
     std::size_t size_;
-    std::unique_ptr<std::uint8_t[]> all_;
+    std::unique_ptr<std::uint8_t[], Delete> all_;
 };
 
 /// Loops of a level above the plain one, and the plain ones.
