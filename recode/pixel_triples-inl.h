@@ -9,7 +9,7 @@
 
 HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
-#if HWY_TARGET != HWY_SCALAR
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
 
 // Three vectors hold as many three-byte pixels as one has bytes. Their bytes change places by a
 // Pattern, whose From says for a byte of the result which one it is. Patterns know one period of bytes.

@@ -14,7 +14,7 @@
 
 HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
-#if HWY_TARGET != HWY_SCALAR
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
 
 /// Blocks of 16 bytes, as vectors have them, of as many rows as a block has elements.
 template <std::size_t size>
