@@ -22,7 +22,7 @@ void Export(const ExportOptions& options)
     if (!format)
         throw Failure(HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED), "export the image",
                       WhyNotPng(descriptor.Type()));
-    const Reader reader(*image.Get(), descriptor, static_cast<std::int64_t>(format->Sample()));
+    const Reader reader(image, descriptor, static_cast<std::int64_t>(format->Sample()));
 
     OutputFile file(Wide(options.picture));
     WritePng(descriptor, *format, reader.Base(), [&](auto bytes) { file.Write(bytes); });

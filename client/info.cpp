@@ -49,7 +49,7 @@ void Info(const ImageOptions& options)
         Print(GeometryText(descriptor) + "values: not known for this encoding and bit depth\n");
         return;
     }
-    const Reader reader(*image.Get(), descriptor, type->Size());
+    const Reader reader(image, descriptor, type->Size());
     Print(GeometryText(descriptor) + StatisticsText(StatisticsOf(descriptor, *type, reader.Base())));
 }
 

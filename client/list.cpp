@@ -29,7 +29,7 @@ Answer Ask(const std::wstring& name)
 {
     try {
         const Apartment apartment(COINIT_MULTITHREADED);
-        return {GeometryOf(*BindImage(name).Get()), {}};
+        return {GeometryOf(*BindImage(name).get()), {}};
     } catch (const std::exception& failure) {
         return {{}, failure.what()};
     }

@@ -41,14 +41,14 @@ Rectangle PartOf(const Descriptor& descriptor, const std::optional<Rectangle>& w
 
 void PaintPublished(const PaintOptions& options)
 {
-    const ComPtr<ITavlo2> image = BindImage(Wide(options.name));
-    const Descriptor descriptor = GeometryOf(*image.Get());
+    const tavlo::image image = BindImage(Wide(options.name));
+    const Descriptor descriptor = GeometryOf(*image.get());
     const std::optional<SampleType> type = SampleTypeOf(descriptor);
     if (!type)
         throw Failure(HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED), "paint the image",
                       PixelTypeText(descriptor.Type()) + " is no type of pixels");
     const Rectangle part = PartOf(descriptor, options.part);
-    const Writer writer(*image.Get(), descriptor, type->Size());
+    const Writer writer(image, descriptor, type->Size());
     Paint(descriptor, *type, options.pattern, part, writer.Base());
     writer.Invalidate(part);
     Print("painted " + RectangleText(part) + "\n");

@@ -25,7 +25,7 @@ struct PublishOptions
 };
 
 /// A new section. One that exists already belongs to somebody else and is left alone.
-Handle CreateSection(const std::wstring& name, std::int32_t size)
+Handle CreateSection(const std::wstring& name, std::int64_t size)
 {
     const std::string purpose = "create section '" + Utf8(name) + "'";
     Handle section(CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0,
@@ -46,45 +46,39 @@ std::string Argument(const std::string& name)
 
 /// A read-only image grants no write access to anybody: another image over the same
 /// section takes the pixels in first.
-ComPtr<ITavlo2> PublishSection(const PictureFile& picture, const std::wstring& name, TavloAccess access,
-                               Handle& section)
+tavlo::image PublishSection(const PictureFile& picture, const std::wstring& name, TavloAccess access,
+                            Handle& section)
 {
     const Descriptor& geometry = picture.Geometry();
-    const ComPtr<ITavloFactory2> factory = CreateFactory();
-    const std::int32_t size = SizeFor(*factory.Get(), geometry);
-    section = CreateSection(name, size);
+    section = CreateSection(name, ImageSize(geometry));
     const TavloAccess filling = access == Tavlo_ReadOnly ? Tavlo_SingleWriter : access;
-    const ComPtr<ITavlo2> image = Adopt(*factory.Get(), name, geometry, filling);
-    Fill(*image.Get(), picture, size);
-    return access == filling ? image : Adopt(*factory.Get(), name, geometry, access);
+    const tavlo::image image = Adopt(name, geometry, filling);
+    Fill(image, picture);
+    return access == filling ? image : Adopt(name, geometry, access);
 }
 
 /// An image whose section nobody needs to know: whoever binds to it gets accessors. The
 /// read-only one is a copy.
-ComPtr<ITavlo2> PublishNameless(const PictureFile& picture, TavloAccess access)
+tavlo::image PublishNameless(const PictureFile& picture, TavloAccess access)
 {
-    const ComPtr<ITavloFactory2> factory = CreateFactory();
-    const std::int32_t size = SizeFor(*factory.Get(), picture.Geometry());
-    const ComPtr<ITavlo2> image =
-        Create(*factory.Get(), picture.Geometry(), access == Tavlo_ReadOnly ? Tavlo_SingleWriter : access);
-    Fill(*image.Get(), picture, size);
+    const tavlo::image image =
+        Create(picture.Geometry(), access == Tavlo_ReadOnly ? Tavlo_SingleWriter : access);
+    Fill(image, picture);
     if (access != Tavlo_ReadOnly)
         return image;
-    ComPtr<ITavlo2> copy;
-    Check(image->Clone(Tavlo_ReadOnly, &copy), "make the image read-only");
-    return copy;
+    return Attempt("make the image read-only", [&] { return image.clone(Tavlo_ReadOnly); });
 }
 
 void Publish(const PublishOptions& options)
 {
     const PictureFile picture(Wide(options.picture));
     Handle section;
-    const ComPtr<ITavlo2> image =
-        options.section.empty() ? PublishNameless(picture, options.access)
-                                : PublishSection(picture, Wide(options.section), options.access, section);
+    const tavlo::image image = options.section.empty()
+                                   ? PublishNameless(picture, options.access)
+                                   : PublishSection(picture, Wide(options.section), options.access, section);
     std::optional<Publication> publication;
     if (!options.name.empty())
-        publication.emplace(*image.Get(), Wide(options.name));
+        publication.emplace(*image.get(), Wide(options.name));
 
     const EndOfInput end;
     std::string lines;

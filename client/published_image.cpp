@@ -127,7 +127,7 @@ Publication::Publication(ITavlo2& image, std::wstring_view name)
                    "the name is in use; nothing was changed");
 }
 
-ComPtr<ITavlo2> BindImage(std::wstring_view name)
+tavlo::image BindImage(std::wstring_view name)
 {
     const std::string utf8 = Utf8(name);
     const std::string purpose = "bind to the image '" + utf8 + "'";
@@ -137,12 +137,12 @@ ComPtr<ITavlo2> BindImage(std::wstring_view name)
     if (result == MK_E_UNAVAILABLE)
         throw Failure(result, purpose, "no image is published under this name");
     Check(result, purpose);
-    ComPtr<ITavlo2> image;
-    const HRESULT kind = object.As(&image);
+    tavlo::com_ptr<ITavlo2> image;
+    const HRESULT kind = object->QueryInterface(__uuidof(ITavlo2), image.put_void());
     if (kind == E_NOINTERFACE)
         throw Failure(kind, purpose, "what is published under this name is no image");
     Check(kind, purpose);
-    return image;
+    return Attempt(purpose, [&] { return tavlo::image(std::move(image)); });
 }
 
 std::vector<PublishedImage> PublishedImages()

@@ -41,7 +41,7 @@ private:
 };
 
 /// The image that is published under this name.
-ComPtr<ITavlo2> BindImage(std::wstring_view name);
+tavlo::image BindImage(std::wstring_view name);
 
 /// What the running object table tells about an image. Whether the image can be reached
 /// is not known.

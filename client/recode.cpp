@@ -44,16 +44,15 @@ struct RecodeOptions
 struct Picture
 {
     Descriptor geometry;
-    ComPtr<ITavlo2> image;
+    tavlo::image image;
 };
 
 /// Leaves the file closed, so that the result may replace it.
-Picture Load(ITavloFactory2& factory, const std::string& path)
+Picture Load(const std::string& path)
 {
     const PictureFile file(Wide(path));
-    const Descriptor& geometry = file.Geometry();
-    Picture picture{geometry, Create(factory, geometry, Tavlo_SingleWriter)};
-    Fill(*picture.image.Get(), file, SizeFor(factory, geometry));
+    Picture picture{file.Geometry(), Create(file.Geometry(), Tavlo_SingleWriter)};
+    Fill(picture.image, file);
     return picture;
 }
 
@@ -73,7 +72,7 @@ PngFormat FormatFor(const RecodeOptions& options, const PixelType& type)
     return *format;
 }
 
-RECT PartOf(const RecodeOptions& options, const Descriptor& source)
+tavlo::rect PartOf(const RecodeOptions& options, const Descriptor& source)
 {
     const Rectangle part = options.part.value_or(Rectangle{0, 0, source.width, source.height});
     if (part.right > source.width || part.bottom > source.height) {
@@ -84,92 +83,79 @@ RECT PartOf(const RecodeOptions& options, const Descriptor& source)
     return {part.left, part.top, part.right, part.bottom};
 }
 
-Descriptor ResultGeometry(const RecodeOptions& options, const RECT& part, const PixelType& type)
+Descriptor ResultGeometry(const RecodeOptions& options, const tavlo::rect& part, const PixelType& type)
 {
-    const std::optional<Descriptor> geometry =
-        PackedGeometry(part.right - part.left, part.bottom - part.top, type);
+    const std::optional<Descriptor> geometry = PackedGeometry(part.width(), part.height(), type);
     if (!geometry)
         throw Failure(E_OUTOFMEMORY, options.Purpose(), imageSizeLimit);
     return *geometry;
 }
 
-TavloDescriptorData DataOf(const Descriptor& descriptor)
-{
-    const auto encoding = static_cast<TavloEncoding>(descriptor.encoding);
-    return {descriptor.width,  descriptor.height,  descriptor.bits,   encoding,
-            descriptor.offset, descriptor.strideX, descriptor.strideY};
-}
-
 /// Converts some rows of the source to a point of the target.
-using Converter = std::function<HRESULT(const std::uint8_t* source, std::uint8_t* target, const RECT& rows,
-                                        const POINT& point)>;
+using Converter = std::function<void(const tavlo::recode_source& source, const tavlo::recode_target& target,
+                                     const tavlo::region& rows)>;
 
-Converter PlainConverter(bool isCast, const TavloDescriptorData& source, const TavloDescriptorData& target)
+Converter PlainConverter(bool isCast)
 {
-    const auto method = isCast ? &IRecode::Cast : &IRecode::Recode;
-    return [=, recoder = CreateRecoder()](auto from, auto to, const RECT& rows, const POINT& point) {
-        return (recoder.Get()->*method)(&source, from, &target, to, &rows, &point);
+    return [isCast, recoder = tavlo::recoder()](auto& source, auto& target, auto& rows) {
+        isCast ? recoder.cast(source, target, rows) : recoder.recode(source, target, rows);
     };
 }
 
-void SetRamp(ILUTRecode& recoder, const RecodeOptions& options, const PixelType& source,
+void SetRamp(tavlo::lut_recoder& recoder, const RecodeOptions& options, const PixelType& source,
              const PixelType& target)
 {
     for (const ControlPoint& point : options.ramp) {
-        const HRESULT result = recoder.SetColor(point.position, point.color);
-        if (result == E_INVALIDARG) {
-            throw Failure(result, options.Purpose(),
+        try {
+            recoder.set_color(point.position, tavlo::rgba::from(point.color));
+        } catch (const tavlo::error& error) {
+            if (error.code() != E_INVALIDARG)
+                throw;
+            throw Failure(error.code(), options.Purpose(),
                           "a colour ramp is for grey that turns into colour, not for " +
                               PixelTypeText(source) + " to " + PixelTypeText(target));
         }
-        Check(result, options.Purpose());
     }
 }
 
 Converter ToneConverter(const RecodeOptions& options, const Descriptor& source, const Descriptor& target)
 {
-    const TavloDescriptorData sourceData = DataOf(source);
-    const TavloDescriptorData targetData = DataOf(target);
-    ComPtr<ILUTRecode> recoder;
-    Check(CreateRecoder()->CreateLUTRecoder(&sourceData, &targetData, &recoder), options.Purpose());
-    const auto set = [&](auto setter, const std::optional<double>& value) {
-        if (value)
-            Check((recoder.Get()->*setter)(*value), options.Purpose());
-    };
-    set(&ILUTRecode::SetContrast, options.contrast);
-    set(&ILUTRecode::SetBrightness, options.brightness);
-    set(&ILUTRecode::SetGamma, options.gamma);
-    set(&ILUTRecode::SetSigma, options.sigma);
-    SetRamp(*recoder.Get(), options, source.Type(), target.Type());
-    return [recoder](auto from, auto to, const RECT& rows, const POINT& point) {
-        return recoder->Recode(from, to, &rows, &point);
-    };
+    tavlo::lut_recoder recoder(ForComponent(source), ForComponent(target),
+                               {.contrast = options.contrast.value_or(1),
+                                .brightness = options.brightness.value_or(0),
+                                .gamma = options.gamma.value_or(1),
+                                .sigma = options.sigma.value_or(1)});
+    SetRamp(recoder, options, source.Type(), target.Type());
+    return [recoder](auto& from, auto& to, auto& rows) mutable { recoder.recode(from, to, rows); };
+}
+
+Converter ConverterFor(const RecodeOptions& options, const Descriptor& source, const Descriptor& target)
+{
+    return Attempt(options.Purpose(), [&] {
+        return options.NeedsToneCurve() ? ToneConverter(options, source, target)
+                                        : PlainConverter(options.isCast);
+    });
 }
 
 /// Converts part of the source, band by band, into the whole target.
-void Convert(const Converter& convert, const Picture& source, const RECT& part, const Picture& target,
+void Convert(const Converter& convert, const Picture& source, const tavlo::rect& part, const Picture& target,
              std::string_view purpose, Progress& progress)
 {
     // A band takes a moment, and is large enough for a table of its own not to count.
     constexpr std::int32_t bandPixels = 1 << 20;
     const std::int32_t band = std::max(bandPixels / target.geometry.width, 1);
 
-    ComPtr<IReadAccessor> from;
-    ComPtr<IWriteAccessor> to;
-    Check(source.image->GetReadAccess(nullptr, 1.0, &from), "read the image");
-    Check(target.image->GetWriteAccess(&to), "write the image");
-    const auto pixels = static_cast<const std::uint8_t*>(from->Ptr(0));
-    const auto result = static_cast<std::uint8_t*>(to->Ptr(0));
+    const auto from = Attempt("read the image", [&] { return source.image.read(); });
+    const auto to = Attempt("write the image", [&] { return target.image.write(); });
     const std::int32_t height = target.geometry.height;
     for (std::int32_t done = 0; done < height;) {
         progress.Report("recoding", done, height);
         const std::int32_t next = done + std::min(band, height - done);
-        const RECT rows{part.left, part.top + done, part.right, part.top + next};
-        const POINT point{0, done};
-        Check(convert(pixels, result, rows, point), purpose);
+        const tavlo::rect rows = {part.left, part.top + done, part.right, part.top + next};
+        Attempt(purpose, [&] { convert(from, to, {.from = rows, .to = {0, done}}); });
         done = next;
     }
-    Check(to->Invalidate(nullptr), "report the image's change");
+    Attempt("report the image's change", [&] { to.invalidate(); });
 }
 
 void Recode(const RecodeOptions& options)
@@ -177,21 +163,18 @@ void Recode(const RecodeOptions& options)
     Progress progress(TerminalSink());
     if (options.type)
         FormatFor(options, *options.type);
-    const ComPtr<ITavloFactory2> factory = CreateFactory();
-    const Picture source = Load(*factory.Get(), options.picture);
+    const Picture source = Load(options.picture);
 
     const PixelType type = ResultType(options, source.geometry.Type());
     const PngFormat format = FormatFor(options, type);
-    const RECT part = PartOf(options, source.geometry);
+    const tavlo::rect part = PartOf(options, source.geometry);
     const Descriptor geometry = ResultGeometry(options, part, type);
-    const Converter converter =
-        options.NeedsToneCurve() ? ToneConverter(options, source.geometry, geometry)
-                                 : PlainConverter(options.isCast, DataOf(source.geometry), DataOf(geometry));
+    const Converter converter = ConverterFor(options, source.geometry, geometry);
     OutputFile file(Wide(options.result));
-    const Picture target{geometry, Create(*factory.Get(), geometry, Tavlo_SingleWriter)};
+    const Picture target{geometry, Create(geometry, Tavlo_SingleWriter)};
     Convert(converter, source, part, target, options.Purpose(), progress);
 
-    const Reader reader(*target.image.Get(), geometry, static_cast<std::int64_t>(format.Sample()));
+    const Reader reader(target.image, geometry, static_cast<std::int64_t>(format.Sample()));
     WritePng(
         geometry, format, reader.Base(), [&](auto bytes) { file.Write(bytes); },
         [&](std::int32_t rows) { progress.Report("writing", rows, geometry.height); });

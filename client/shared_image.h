@@ -5,7 +5,6 @@
 #include "client/rectangle.h"
 
 #include <cstdint>
-#include <string>
 #include <string_view>
 
 namespace Mardu::Sentel::Tavlo::Client {
@@ -13,44 +12,43 @@ namespace Mardu::Sentel::Tavlo::Client {
 class PictureFile;
 struct ImageOptions;
 
+/// The geometry as the component's C++ layer has it.
+tavlo::descriptor ForComponent(const Descriptor& descriptor) noexcept;
+
 /// An image over the section of this name, which stays as it is when this fails.
-ComPtr<ITavlo2> Adopt(ITavloFactory2& factory, std::wstring_view section, const Descriptor& descriptor,
-                      TavloAccess access);
+tavlo::image Adopt(std::wstring_view section, const Descriptor& descriptor, TavloAccess access);
 
 /// A new image in memory of its own.
-ComPtr<ITavlo2> Create(ITavloFactory2& factory, const Descriptor& descriptor, TavloAccess access);
+tavlo::image Create(const Descriptor& descriptor, TavloAccess access);
 
-/// The geometry of an existing image.
+/// The geometry of an existing image. Asks the image, and so tells whether it is still there.
 Descriptor GeometryOf(ITavlo2& image);
 
 /// An existing image and what lies in it.
 struct OpenedImage
 {
-    ComPtr<ITavlo2> image;
+    tavlo::image image;
     Descriptor descriptor;
 };
 
 /// The image that the user names.
 OpenedImage Open(const ImageOptions& options);
 
-/// The bytes of an image whose first byte is the first of its memory.
-std::int32_t SizeFor(ITavloFactory2& factory, const Descriptor& descriptor);
-
-/// Decodes a picture into an image of the picture's geometry, which has size bytes.
-void Fill(ITavlo2& image, const PictureFile& picture, std::int32_t size);
+/// Decodes a picture into an image of the picture's geometry.
+void Fill(const tavlo::image& image, const PictureFile& picture);
 
 /// Read access to an image of which every sample is known to lie in its section.
 class Reader
 {
 public:
     /// Throws a Failure when the samples, of sampleSize bytes each, are not all there.
-    Reader(ITavlo2& image, const Descriptor& descriptor, std::int64_t sampleSize);
+    Reader(const tavlo::image& image, const Descriptor& descriptor, std::int64_t sampleSize);
 
     /// Byte 0 of the image's memory.
     const std::uint8_t* Base() const noexcept { return base_; }
 
 private:
-    ComPtr<IReadAccessor> access_;
+    tavlo::read_access access_;
     const std::uint8_t* base_;
 };
 
@@ -59,7 +57,7 @@ class Writer
 {
 public:
     /// Throws a Failure like Reader, and when nobody or somebody else may write.
-    Writer(ITavlo2& image, const Descriptor& descriptor, std::int64_t sampleSize);
+    Writer(const tavlo::image& image, const Descriptor& descriptor, std::int64_t sampleSize);
 
     /// Byte 0 of the image's memory.
     std::uint8_t* Base() const noexcept { return base_; }
@@ -68,7 +66,7 @@ public:
     void Invalidate(const Rectangle& changed) const;
 
 private:
-    ComPtr<IWriteAccessor> access_;
+    tavlo::write_access access_;
     std::uint8_t* base_;
 };
 

@@ -18,18 +18,13 @@ std::vector<Rectangle> UpdateQueue::Take()
     return std::exchange(updates_, {});
 }
 
-STDMETHODIMP UpdateQueue::OnImageUpdate(ITavlo*, RECT* dirty)
+void UpdateQueue::Add(const tavlo::rect& changed)
 {
-    if (dirty == nullptr)
-        return S_OK;
-    try {
+    {
         const std::lock_guard lock(mutex_);
-        updates_.push_back({dirty->left, dirty->top, dirty->right, dirty->bottom});
-    } catch (const std::exception&) {
-        return E_OUTOFMEMORY;
+        updates_.push_back({changed.left, changed.top, changed.right, changed.bottom});
     }
     SetEvent(event_.get());
-    return S_OK;
 }
 
 } // namespace Mardu::Sentel::Tavlo::Client

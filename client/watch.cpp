@@ -21,28 +21,6 @@ struct WatchOptions
     bool isMerged = false;
 };
 
-/// A handler is told of an image's updates as long as this object lives.
-class Subscription
-{
-public:
-    Subscription(ITavlo2& image, ITavloEvents& handler, EventMode mode) : image_(image), handler_(handler)
-    {
-        Check(image.Subscribe(&handler, mode), "subscribe to the image's updates");
-    }
-    ~Subscription()
-    {
-        image_.Unsubscribe(&handler_);
-        // An asynchronous subscription ends a little later; nobody calls in from here on.
-        CoDisconnectObject(&handler_, 0);
-    }
-    Subscription(const Subscription&) = delete;
-    Subscription& operator=(const Subscription&) = delete;
-
-private:
-    ITavlo2& image_;
-    ITavloEvents& handler_;
-};
-
 /// What a user sees of one update.
 void PrintUpdate(const Rectangle& dirty)
 {
@@ -72,15 +50,16 @@ void Watch(const WatchOptions& options)
     const std::wstring name = Wide(options.name);
     const DWORD process = PublisherOf(name);
     const Handle publisher(process == 0 ? nullptr : OpenProcess(SYNCHRONIZE, FALSE, process));
-    const ComPtr<ITavlo2> image = BindImage(name);
-    const Descriptor descriptor = GeometryOf(*image.Get());
+    const tavlo::image image = BindImage(name);
+    const Descriptor descriptor = GeometryOf(*image.get());
 
     // The pixels stay in reach for as long as they are watched.
-    ComPtr<IReadAccessor> access;
-    Check(image->GetReadAccess(nullptr, 1.0, &access), "read the image");
-    const ComPtr<UpdateQueue> updates(new UpdateQueue);
-    const Subscription subscription(*image.Get(), *updates.Get(),
-                                    options.isMerged ? Tavlo_Asynchronous : Tavlo_Synchronous);
+    const auto access = Attempt("read the image", [&] { return image.read(); });
+    UpdateQueue updates;
+    const auto subscription = Attempt("subscribe to the image's updates", [&] {
+        return image.subscribe([&](const tavlo::rect& changed) { updates.Add(changed); },
+                               options.isMerged ? Tavlo_Asynchronous : Tavlo_Synchronous);
+    });
     const EndOfInput end;
     Print("watching " + options.name + ": " + std::to_string(descriptor.width) + " x " +
           std::to_string(descriptor.height) + ", " + PixelTypeText(descriptor.Type()) + "\n");
@@ -93,9 +72,8 @@ void Watch(const WatchOptions& options)
     const std::string purpose = "watch '" + options.name + "' any longer";
     std::int32_t count = 0;
     for (;;) {
-        const DWORD came =
-            WaitForAny({updates->Event(), end.Event()}, publisher.get(), *image.Get(), purpose);
-        for (const Rectangle& dirty : updates->Take()) {
+        const DWORD came = WaitForAny({updates.Event(), end.Event()}, publisher.get(), *image.get(), purpose);
+        for (const Rectangle& dirty : updates.Take()) {
             PrintUpdate(dirty);
             if (++count == options.count)
                 return;

@@ -53,9 +53,9 @@ void RunScript(const ScriptOptions& options)
 {
     const Apartment apartment(COINIT_APARTMENTTHREADED);
     const std::wstring source = ReadScript(Wide(options.file));
-    const ComPtr<ITavlo2> image = BindImage(Wide(options.name));
+    const tavlo::image image = BindImage(Wide(options.name));
     const ClosingHost host(languages.at(options.language));
-    host->Add(L"image", *image.Get());
+    host->Add(L"image", *image.get());
     const ComPtr<HostObject> object(new HostObject(*host));
     host->Add(L"WScript", *object.Get());
     host->Run(source);

@@ -1,6 +1,6 @@
 #include "client/view/recoding_converter.h"
 
-#include "client/failure.h"
+#include "client/shared_image.h"
 
 #include <algorithm>
 
@@ -8,12 +8,6 @@ namespace Mardu::Sentel::Tavlo::Client::View {
 namespace {
 
 constexpr std::string_view purpose = "convert the image's pixels into colours";
-
-TavloDescriptorData DataOf(const Descriptor& d) noexcept
-{
-    return {d.width,  d.height,  d.bits,   static_cast<TavloEncoding>(d.encoding),
-            d.offset, d.strideX, d.strideY};
-}
 
 /// Every step-th pixel of every step-th row, as an image of its own.
 Descriptor Sampled(Descriptor d, std::int32_t step) noexcept
@@ -60,7 +54,10 @@ void ShowThrough(const Rectangle& samples, const Surface& out) noexcept
 } // namespace
 
 RecodingConverter::RecodingConverter(const Descriptor& descriptor, const std::uint8_t* base)
-    : image_(descriptor), base_(base), route_(RequiredRoute(descriptor)), recode_(CreateRecoder())
+    : image_(descriptor),
+      base_(base),
+      route_(RequiredRoute(descriptor)),
+      service_(Attempt(purpose, [] { return tavlo::recoder(); }))
 {
 }
 
@@ -73,16 +70,18 @@ void RecodingConverter::Render(const Rendering& rendering)
 
 void RecodingConverter::Apply()
 {
-    Check(tone_->SetContrast(rendering_.tone.contrast), purpose);
-    Check(tone_->SetBrightness(rendering_.tone.brightness), purpose);
-    Check(tone_->SetGamma(rendering_.gamma), purpose);
-    Check(tone_->SetSigma(rendering_.sigma), purpose);
-    if (!HasRamp(route_))
-        return;
-    ILUTRecode& ramp = route_ == Route::Ramp ? *tone_.Get() : *ramp_.Get();
-    Check(ramp.ResetColorLUT(), purpose);
-    for (const ControlPoint& point : rendering_.ramp)
-        Check(ramp.SetColor(point.position, point.color), purpose);
+    Attempt(purpose, [this] {
+        tone_.set({.contrast = rendering_.tone.contrast,
+                   .brightness = rendering_.tone.brightness,
+                   .gamma = rendering_.gamma,
+                   .sigma = rendering_.sigma});
+        if (!HasRamp(route_))
+            return;
+        tavlo::lut_recoder& ramp = route_ == Route::Ramp ? tone_ : ramp_;
+        ramp.reset_colors();
+        for (const ControlPoint& point : rendering_.ramp)
+            ramp.set_color(point.position, tavlo::rgba::from(point.color));
+    });
 }
 
 void RecodingConverter::Prepare(std::int32_t step, std::ptrdiff_t rowPixels)
@@ -98,16 +97,14 @@ void RecodingConverter::Prepare(std::int32_t step, std::ptrdiff_t rowPixels)
         4 * row};
     const Descriptor grey = {samples.width, samples.height, 16, Encoding::Unsigned, 0, 2, 2 * row};
 
-    const auto make = [this](const Descriptor& from, const Descriptor& to) {
-        const TavloDescriptorData source = DataOf(from);
-        const TavloDescriptorData target = DataOf(to);
-        ComPtr<ILUTRecode> recoder;
-        Check(recode_->CreateLUTRecoder(&source, &target, &recoder), purpose);
-        return recoder;
-    };
     const bool isTwoSteps = route_ == Route::GreyAndRamp;
-    tone_ = make(samples, isTwoSteps ? grey : colors);
-    ramp_ = isTwoSteps ? make(grey, colors) : nullptr;
+    source_ = ForComponent(samples);
+    colors_ = ForComponent(colors);
+    greys_ = ForComponent(grey);
+    Attempt(purpose, [&] {
+        tone_ = service_.lut(source_, isTwoSteps ? greys_ : colors_);
+        ramp_ = isTwoSteps ? service_.lut(greys_, colors_) : tavlo::lut_recoder();
+    });
     step_ = step;
     rowPixels_ = rowPixels;
     Apply();
@@ -116,21 +113,21 @@ void RecodingConverter::Prepare(std::int32_t step, std::ptrdiff_t rowPixels)
 void RecodingConverter::Convert(const Rectangle& samples, std::int32_t step, const Surface& out)
 {
     Prepare(step, out.rowPixels);
-    const RECT part = {samples.left, samples.top, samples.right, samples.bottom};
-    const POINT origin = {0, 0};
-    auto* const target = reinterpret_cast<unsigned char*>(out.pixels);
+    const tavlo::rect part = {samples.left, samples.top, samples.right, samples.bottom};
+    const tavlo::recode_source source(source_, base_);
+    const tavlo::recode_target target(colors_, out.pixels);
     if (!ramp_) {
-        Check(tone_->Recode(base_, target, &part, &origin), purpose);
+        Attempt(purpose, [&] { tone_.recode(source, target, {.from = part}); });
         if (route_ == Route::Alpha)
             ShowThrough(samples, out);
         return;
     }
     const std::int32_t height = samples.bottom - samples.top;
     grey_.resize(std::max(grey_.size(), static_cast<std::size_t>(out.rowPixels * height)));
-    auto* const grey = reinterpret_cast<unsigned char*>(grey_.data());
-    Check(tone_->Recode(base_, grey, &part, &origin), purpose);
-    const RECT converted = {0, 0, samples.right - samples.left, height};
-    Check(ramp_->Recode(grey, target, &converted, &origin), purpose);
+    Attempt(purpose, [&] {
+        tone_.recode(source, {greys_, grey_.data()}, {.from = part});
+        ramp_.recode({greys_, grey_.data()}, target, {.from = tavlo::rect{0, 0, part.width(), height}});
+    });
 }
 
 } // namespace Mardu::Sentel::Tavlo::Client::View

@@ -38,12 +38,15 @@ private:
     const std::uint8_t* base_;
     Route route_;
     Rendering rendering_;
-    ComPtr<IRecode> recode_;
+    tavlo::recoder service_;
 
     std::int32_t step_ = 0;
     std::ptrdiff_t rowPixels_ = 0;
-    ComPtr<ILUTRecode> tone_; ///< from the image, with the tone curve
-    ComPtr<ILUTRecode> ramp_; ///< from grey to colours, on the way that has both
+    tavlo::descriptor source_;
+    tavlo::descriptor colors_;
+    tavlo::descriptor greys_;
+    tavlo::lut_recoder tone_; ///< from the image, with the tone curve
+    tavlo::lut_recoder ramp_; ///< from grey to colours, on the way that has both
     std::vector<std::uint16_t> grey_;
 };
 

@@ -18,12 +18,11 @@ bool IsFile(const std::wstring& path)
 Source OpenPicture(const std::wstring& path)
 {
     const PictureFile picture(path);
-    const ComPtr<ITavloFactory2> factory = CreateFactory();
     Source source;
     source.title = path.substr(path.find_last_of(L"\\/") + 1);
     source.descriptor = picture.Geometry();
-    source.image = Create(*factory.Get(), source.descriptor, Tavlo_SingleWriter);
-    Fill(*source.image.Get(), picture, SizeFor(*factory.Get(), source.descriptor));
+    source.image = Create(source.descriptor, Tavlo_SingleWriter);
+    Fill(source.image, picture);
     return source;
 }
 
@@ -42,7 +41,7 @@ Source OpenPublished(const std::string& name)
         throw Failure(failure.Result(), purpose,
                       "there is no such picture, and no image is published by this name");
     }
-    source.descriptor = GeometryOf(*source.image.Get());
+    source.descriptor = GeometryOf(*source.image.get());
     source.isShared = true;
     source.process = PublisherOf(source.title);
     return source;
@@ -62,7 +61,7 @@ Source OpenSource(const std::string& nameOrPicture)
                       "there is no conversion from " + PixelTypeText(source.descriptor.Type()) +
                           " pixels into colours");
     }
-    source.reader.emplace(*source.image.Get(), source.descriptor, type->Size());
+    source.reader.emplace(source.image, source.descriptor, type->Size());
     return source;
 }
 

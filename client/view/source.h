@@ -12,7 +12,7 @@ namespace Mardu::Sentel::Tavlo::Client::View {
 struct Source
 {
     std::wstring title;
-    ComPtr<ITavlo2> image;
+    tavlo::image image;
     Descriptor descriptor;
     std::optional<Reader> reader;
     bool isShared = false; ///< another process may change it

@@ -49,7 +49,7 @@ Viewer::Viewer(Source source, const ViewOptions& options)
     // What changes from here on is told; what has changed before is seen below.
     if (source_.isShared) {
         *listener_.ReleaseAndGetAddressOf() = new UpdateListener;
-        Check(source_.image->Subscribe(listener_.Get(), Tavlo_Asynchronous), "subscribe to the image");
+        Check(source_.image.get()->Subscribe(listener_.Get(), Tavlo_Asynchronous), "subscribe to the image");
     }
     MeasureValues();
     isFirstLookDue_ = IsBlank(scene_.histograms);
@@ -60,7 +60,7 @@ Viewer::Viewer(Source source, const ViewOptions& options)
     OpenWindow(options);
     if (source_.isShared) {
         listener_->Tell(Handle());
-        watch_.emplace(*source_.image.Get(), *listener_.Get(), source_.process, Handle());
+        watch_.emplace(*source_.image.get(), *listener_.Get(), source_.process, Handle());
     }
 }
 

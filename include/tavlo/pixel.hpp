@@ -38,6 +38,21 @@ struct rgba
     std::uint8_t g = 0;
     std::uint8_t b = 0;
     std::uint8_t a = 255;
+
+    /// The colour of a number 0xAABBGGRR, as the component writes colours.
+    static constexpr rgba from(std::uint32_t packed) noexcept
+    {
+        return {static_cast<std::uint8_t>(packed), static_cast<std::uint8_t>(packed >> 8),
+                static_cast<std::uint8_t>(packed >> 16), static_cast<std::uint8_t>(packed >> 24)};
+    }
+
+    /// The number 0xAABBGGRR.
+    constexpr std::uint32_t packed() const noexcept
+    {
+        return r | static_cast<std::uint32_t>(g) << 8 | static_cast<std::uint32_t>(b) << 16 |
+               static_cast<std::uint32_t>(a) << 24;
+    }
+
     friend constexpr bool operator==(const rgba&, const rgba&) = default;
 };
 

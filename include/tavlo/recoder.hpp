@@ -130,20 +130,14 @@ public:
     {
         ULONG value = 0;
         check(object_->GetColor(at, &value), "get a colour");
-        const auto part = [value](int shift) { return static_cast<std::uint8_t>(value >> shift & 0xFF); };
-        return {part(0), part(8), part(16), part(24)};
+        return rgba::from(value);
     }
 
     /// Sets the ramp's colour at a position, 0 to 1, adding a control point where there is none.
     /// E_INVALIDARG when the conversion has no ramp.
     void set_color(double at, const rgba& value)
     {
-        const auto part = [](std::uint8_t channel, int shift) {
-            return static_cast<ULONG>(channel) << shift;
-        };
-        check(object_->SetColor(at,
-                                part(value.r, 0) | part(value.g, 8) | part(value.b, 16) | part(value.a, 24)),
-              "set a colour");
+        check(object_->SetColor(at, value.packed()), "set a colour");
     }
 
     /// Puts back the ramp from black to white.

@@ -23,14 +23,15 @@ public:
 void Publish(const std::string& name, const std::wstring& kind)
 {
     const Apartment apartment(COINIT_MULTITHREADED);
-    ComPtr<IUnknown> object(new NoImage);
-    if (kind == L"image") {
-        const Descriptor descriptor{4, 3, 8, Encoding::Unsigned, 0, 1, 4};
-        object = Create(*CreateFactory().Get(), descriptor, Tavlo_SingleWriter);
-    }
-    const RunningObject entry(*object.Get(), ImageItem(name));
-    Print("published\n");
-    std::getchar();
+    const auto enter = [&](IUnknown& object) {
+        const RunningObject entry(object, ImageItem(name));
+        Print("published\n");
+        std::getchar();
+    };
+    if (kind == L"image")
+        enter(*Create({4, 3, 8, Encoding::Unsigned, 0, 1, 4}, Tavlo_SingleWriter).get());
+    else
+        enter(*ComPtr<IUnknown>(new NoImage).Get());
 }
 
 } // namespace

@@ -29,21 +29,21 @@ class Producer
 public:
     Producer(const std::wstring& name, const Descriptor& descriptor)
         : descriptor_(descriptor),
-          image_(Create(*CreateFactory().Get(), descriptor, Tavlo_MultipleWriters)),
-          publication_(*image_.Get(), name)
+          image_(Create(descriptor, Tavlo_MultipleWriters)),
+          publication_(*image_.get(), name),
+          writer_(image_.write())
     {
-        Check(image_->GetWriteAccess(&writer_), "write the image");
     }
 
-    void Paint(RECT part, std::int64_t value)
+    void Paint(const tavlo::rect& part, std::int64_t value)
     {
-        auto* const base = static_cast<std::uint8_t*>(writer_->Ptr(0));
-        for (LONG y = part.top; y < part.bottom; ++y) {
+        auto* const base = static_cast<std::uint8_t*>(writer_.base());
+        for (std::int32_t y = part.top; y < part.bottom; ++y) {
             std::uint8_t* pixel = base + y * descriptor_.strideY + part.left * descriptor_.strideX;
-            for (LONG x = part.left; x < part.right; ++x, pixel += descriptor_.strideX)
+            for (std::int32_t x = part.left; x < part.right; ++x, pixel += descriptor_.strideX)
                 std::memcpy(pixel, &value, static_cast<std::size_t>(descriptor_.strideX));
         }
-        Check(writer_->Invalidate(&part), "report the change");
+        writer_.invalidate(part);
     }
 
     /// Frame i starts at i / rate, or as soon as the one before is done.
@@ -53,8 +53,7 @@ public:
         LARGE_INTEGER start;
         QueryPerformanceFrequency(&frequency);
         QueryPerformanceCounter(&start);
-        const RECT whole = {0, 0, descriptor_.width, descriptor_.height};
-        auto* const base = static_cast<std::uint8_t*>(writer_->Ptr(0));
+        auto* const base = static_cast<std::uint8_t*>(writer_.base());
         const auto bytes = static_cast<std::size_t>(descriptor_.strideY * descriptor_.height);
         for (int i = 0; i < count; ++i) {
             LARGE_INTEGER now;
@@ -63,16 +62,15 @@ public:
             if (due > now.QuadPart)
                 Sleep(static_cast<DWORD>((due - now.QuadPart) * 1000 / frequency.QuadPart));
             std::memset(base, i, bytes);
-            RECT part = whole;
-            Check(writer_->Invalidate(&part), "report the change");
+            writer_.invalidate();
         }
     }
 
 private:
     Descriptor descriptor_;
-    ComPtr<ITavlo2> image_;
+    tavlo::image image_;
     Publication publication_;
-    ComPtr<IWriteAccessor> writer_;
+    tavlo::write_access writer_;
 };
 
 void Obey(Producer& producer, const std::string& line)
@@ -81,7 +79,7 @@ void Obey(Producer& producer, const std::string& line)
     std::string command;
     words >> command;
     if (command == "paint") {
-        RECT part = {};
+        tavlo::rect part;
         std::int64_t value = 0;
         words >> part.left >> part.top >> part.right >> part.bottom >> value;
         producer.Paint(part, value);

@@ -91,6 +91,13 @@ TEST(WrapperPixel, ColoursAreBytesInTheOrderOfTheirNames)
     EXPECT_EQ((std::vector{3, 2, 1, 255}), bytes(tavlo::bgra{.b = 3, .g = 2, .r = 1}));
 }
 
+TEST(WrapperPixel, ColoursAreNumbersWithRedLowest)
+{
+    constexpr tavlo::rgba color{.r = 1, .g = 2, .b = 3, .a = 4};
+    static_assert(color.packed() == 0x04030201);
+    static_assert(tavlo::rgba::from(0xF4F3F2F1) == tavlo::rgba{.r = 0xF1, .g = 0xF2, .b = 0xF3, .a = 0xF4});
+}
+
 TEST(WrapperPixel, EncodingsHaveNames)
 {
     EXPECT_STREQ("Unsigned", tavlo::encoding_name(Tavlo_Unsigned));
