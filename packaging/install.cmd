@@ -2,4 +2,5 @@
 rem Registers Tavlo where it lies: for all users, from an administrator's prompt, or with --user
 rem for this user only.
 "%~dp0bin\tavlo.exe" register %*
-exit /b %errorlevel%
+if not %errorlevel%==0 exit /b %errorlevel%
+echo the guide is '%~dp0guide\index.html'

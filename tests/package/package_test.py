@@ -68,6 +68,15 @@ class PackageTest(unittest.TestCase):
         """Runs one of the package's own scripts."""
         return self.output("cmd", "/c", "Z:" + os.path.join(self.unpacked, name).replace("/", "\\"), *arguments, code=code)
 
+    def files(self):
+        """Every file of the unpacked package with its bytes."""
+        paths = [os.path.join(parent, name) for parent, _, names in os.walk(self.unpacked) for name in names]
+        contents = {}
+        for path in paths:
+            with open(path, "rb") as file:
+                contents[os.path.relpath(path, self.unpacked)] = file.read()
+        return contents
+
     def registry(self):
         """Every key and value of every root."""
         roots = []
@@ -110,8 +119,12 @@ class PackageTest(unittest.TestCase):
 class Installation(PackageTest):
     def test_for_all_users(self):
         before = self.registry()
+        files = self.files()
         report = self.script("install.cmd")
         self.assertEqual(len(re.findall(r"^registered .* for all users$", report, re.MULTILINE)), 3, report)
+        (guide,) = re.findall(r"^the guide is 'Z:(.*)'$", report, re.MULTILINE)
+        self.assertEqual(guide.replace("\\", "/"), os.path.join(self.unpacked, "guide/index.html"))
+        self.assertTrue(os.path.exists(guide.replace("\\", "/")))
         installed = self.registry()
         self.assertEqual(installed[1], before[1])
         self.run_script_samples()
@@ -119,6 +132,7 @@ class Installation(PackageTest):
         self.assertEqual(len(re.findall(r"^unregistered .* for all users$", report, re.MULTILINE)), 3, report)
         self.assert_same_registry(before, self.registry())
         self.assertNotEqual(installed, before)
+        self.assertEqual(self.files(), files)
 
     def test_for_one_user(self):
         """The same as for all, but in the user's part of the registry. Wine looks for classes in the other
@@ -148,7 +162,9 @@ class Installation(PackageTest):
         proxies = os.path.join(self.unpacked, "bin", "TavloPS.dll")
         os.rename(proxies, proxies + ".away")
         try:
-            self.assertIn("TavloPS.dll", self.script("install.cmd", code=1))
+            report = self.script("install.cmd", code=1)
+            self.assertIn("TavloPS.dll", report)
+            self.assertNotIn("guide", report)
         finally:
             os.rename(proxies + ".away", proxies)
         self.assert_same_registry(before, self.registry())

@@ -104,7 +104,9 @@ def check(site):
                 continue
             target = path if not parts.path else (path.parent / urllib.parse.unquote(parts.path)).resolve()
             target = target / "index.html" if target.is_dir() else target
-            if not target.exists():
+            if not target.is_relative_to(site):
+                faults.append(f"{where} leads out of the guide")
+            elif not target.exists():
                 faults.append(f"{where} is not there")
             elif parts.fragment and target in pages and parts.fragment not in pages[target].anchors:
                 faults.append(f"{where} has no such anchor")
