@@ -5,12 +5,11 @@
 #define TAVLO_RECODE_FIXED_POINT_INL_H
 #endif
 
+#include "recode/curve_vectors-inl.h"
 #include "recode/tone_curve.h"
 
-#include <hwy/highway.h>
-
 #include <cmath>
-#include <cstring>
+#include <limits>
 
 HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
@@ -22,15 +21,13 @@ namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
 template <class S>
 class FixedPointCurve
 {
-    using Floats = hwy::HWY_NAMESPACE::ScalableTag<float>;
-    using Ints = hwy::HWY_NAMESPACE::ScalableTag<std::int32_t>;
+    using Floats = hn::ScalableTag<float>;
 
 public:
     explicit FixedPointCurve(const ToneCurve::Constants& c)
     {
-        namespace hn = hwy::HWY_NAMESPACE;
         // Integers are taken as signed ones, which are counted from -2^31 on.
-        const double shift = std::is_integral_v<S> ? 2147483648.0 * c.slope + c.shift : c.shift;
+        const double shift = std::is_integral_v<S> ? twoTo31 * c.slope + c.shift : c.shift;
         // The source, the slope, the shift and their sum are rounded to 24 bits each, and the product is as
         // large as the value and the shift together; the fixed-point number is rounded to its last bit.
         const double error = (256.0 + 2.0 * std::abs(shift)) * 0x1p-22 + 1.0 / one;
@@ -39,64 +36,82 @@ public:
             ++bits;
         const double margin = std::ldexp(1.0, bits - 1);
         const double size = std::abs(c.slope); // may be NaN, too
-        isExactEnough_ = bits <= 9 && (size == 0.0 || (size > 0x1p-80 && size < 0x1p80));
+        isExactEnough_ = bits <= 10 && (size == 0.0 || (size > 0x1p-80 && size < 0x1p80));
         slope_ = hn::Set(Floats(), static_cast<float>(c.slope * one));
         shift_ = hn::Set(Floats(), static_cast<float>(shift * one + margin));
-        close_ = hn::Set(Ints(), (one - 1) & ~((1 << bits) - 1));
+        close_ = hn::Set(int32s, (one - 1) & ~((1 << bits) - 1));
     }
 
     bool IsExactEnough() const { return isExactEnough_; }
 
-    /// False if a pixel is too close to a whole number to tell.
-    HWY_INLINE bool Store(const std::uint8_t* src, std::uint8_t* dst) const
+    /// The bytes for a whole vector of them. Some may be wrong if a pixel is too close to a whole number to
+    /// tell, which is noted.
+    HWY_INLINE ByteVector operator()(const std::uint8_t* src, bool& isDoubtful) const
     {
-        namespace hn = hwy::HWY_NAMESPACE;
-        const Ints ints;
-        // Up to 1/2 everything is 0, and from 255 1/2 on 255. NaN passes the minimum, and becomes the
-        // smallest integer.
-        const auto y = hn::Min(hn::Set(Floats(), 255.5f * one), hn::MulAdd(Sources(src), slope_, shift_));
-        const auto fixed = hn::Max(ToNearest(y), hn::Set(ints, one / 2));
-        const auto isClose = hn::Eq(hn::And(fixed, close_), hn::Zero(ints));
-        const hn::Rebind<std::uint8_t, Ints> bytesOfInts;
-        const auto whole = hn::ShiftRight<fractionBits>(fixed);
+        constexpr std::size_t apart = sizeof(S) * hn::MaxLanes(int32s);
+        const Integers a = Fixed(src), b = Fixed(src + apart);
+        const Integers c = Fixed(src + 2 * apart), d = Fixed(src + 3 * apart);
 #if HWY_TARGET <= HWY_AVX3_DL
-        const __m128i low = _mm512_cvtepi32_epi8(whole.raw);
-        std::memcpy(dst, &low, sizeof low);
+        isDoubtful = (Doubt(a) | Doubt(b) | Doubt(c) | Doubt(d)) != 0;
+        // The upper words are saturated to bytes, four vectors of which lie in turns then.
+        const hn::ScalableTag<std::uint16_t> words;
+        const auto even = hn::Add(hn::Iota(words, 0), hn::Iota(words, 0));
+        const __m512i odd = hn::Add(even, hn::Set(words, 1)).raw;
+        const __m512i inTurns = _mm512_packus_epi16(_mm512_permutex2var_epi16(a.raw, odd, b.raw),
+                                                    _mm512_permutex2var_epi16(c.raw, odd, d.raw));
+        return ByteVector{_mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), inTurns)};
 #else
-        hn::StoreU(hn::DemoteTo(bytesOfInts, whole), bytesOfInts, dst);
+        isDoubtful = !hn::AllFalse(int32s, hn::Or(hn::Or(Doubt(a), Doubt(b)), hn::Or(Doubt(c), Doubt(d))));
+        return LowBytes<std::uint8_t>(hn::ShiftRight<fractionBits>(a), hn::ShiftRight<fractionBits>(b),
+                                      hn::ShiftRight<fractionBits>(c), hn::ShiftRight<fractionBits>(d));
 #endif
-        return hn::AllFalse(ints, isClose);
     }
 
 private:
-    static constexpr int fractionBits = 15;
+    static constexpr int fractionBits = 16;
     static constexpr int one = 1 << fractionBits;
 
-    static HWY_INLINE hwy::HWY_NAMESPACE::Vec<Floats> Sources(const std::uint8_t* src)
+    HWY_INLINE Integers Fixed(const std::uint8_t* src) const
     {
-        namespace hn = hwy::HWY_NAMESPACE;
+        const auto y = hn::MulAdd(Sources(src), slope_, shift_);
+        // NaN and what does not fit become the smallest integer.
+#if HWY_TARGET <= HWY_AVX3_DL
+        return Integers{_mm512_cvtps_epi32(y.raw)};
+#else
+        return Integers{_mm256_cvtps_epi32(y.raw)};
+#endif
+    }
+
+    static HWY_INLINE hn::Vec<Floats> Sources(const std::uint8_t* src)
+    {
         if constexpr (std::is_same_v<S, float>) {
-            return hn::LoadU(Floats(), reinterpret_cast<const float*>(src));
+            return hn::LoadU(Floats(), As<float>(src));
         } else {
-            auto value = hn::LoadU(Ints(), reinterpret_cast<const std::int32_t*>(src));
+            auto value = hn::LoadU(int32s, As<std::int32_t>(src));
             if constexpr (std::is_unsigned_v<S>)
-                value = hn::Xor(value, hn::Set(Ints(), std::numeric_limits<std::int32_t>::min()));
+                value = hn::Xor(value, hn::Set(int32s, std::numeric_limits<std::int32_t>::min()));
             return hn::ConvertTo(Floats(), value);
         }
     }
 
-    static HWY_INLINE hwy::HWY_NAMESPACE::Vec<Ints> ToNearest(hwy::HWY_NAMESPACE::Vec<Floats> y)
+    /// Which are close to a whole number. The smallest integer always is; what is up to 1/2 is not, since
+    /// everything below 1 becomes 0.
+    HWY_INLINE auto Doubt(Integers fixed) const
     {
+        const hn::ScalableTag<std::uint32_t> unsigneds;
+        const auto raised =
+            hn::BitCast(int32s, hn::Max(hn::BitCast(unsigneds, fixed),
+                                        hn::Set(unsigneds, static_cast<std::uint32_t>(one / 2))));
 #if HWY_TARGET <= HWY_AVX3_DL
-        return hwy::HWY_NAMESPACE::Vec<Ints>{_mm512_cvtps_epi32(y.raw)};
+        return _mm512_testn_epi32_mask(raised.raw, close_.raw);
 #else
-        return hwy::HWY_NAMESPACE::Vec<Ints>{_mm256_cvtps_epi32(y.raw)};
+        return hn::Eq(hn::And(raised, close_), hn::Zero(int32s));
 #endif
     }
 
-    hwy::HWY_NAMESPACE::Vec<Floats> slope_;
-    hwy::HWY_NAMESPACE::Vec<Floats> shift_;
-    hwy::HWY_NAMESPACE::Vec<Ints> close_;
+    hn::Vec<Floats> slope_;
+    hn::Vec<Floats> shift_;
+    Integers close_;
     bool isExactEnough_;
 };
 

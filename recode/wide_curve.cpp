@@ -9,217 +9,11 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
-#include "recode/fixed_point-inl.h"
-#include "recode/wide_rows-inl.h"
+#include "recode/linear_curve-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
-
-using Doubles = hn::ScalableTag<double>;
-using Vector = hn::Vec<Doubles>;
-using Mask = hn::Mask<Doubles>;
-
-constexpr Doubles doubles;
-constexpr std::size_t lanes = hn::MaxLanes(doubles);
-
-constexpr double twoTo31 = 2147483648.0;
-
-/// As many values of a type as there are doubles in a vector.
-template <class T>
-using Few = hn::Rebind<T, Doubles>;
-
-template <class T>
-const T* As(const std::uint8_t* p)
-{
-    return reinterpret_cast<const T*>(p);
-}
-
-template <class T>
-T* As(std::uint8_t* p)
-{
-    return reinterpret_cast<T*>(p);
-}
-
-/// Source values counted from the smallest one. Every step is exact.
-template <class S>
-Vector LoadUnits(const std::uint8_t* at)
-{
-    if constexpr (std::is_same_v<S, double>) {
-        return hn::LoadU(doubles, As<double>(at));
-    } else if constexpr (std::is_same_v<S, float>) {
-        return hn::PromoteTo(doubles, hn::LoadU(Few<float>(), As<float>(at)));
-    } else {
-        const Few<std::int32_t> few;
-        const auto value = hn::LoadU(few, As<std::int32_t>(at));
-        const auto turned = hn::Xor(value, hn::Set(few, std::numeric_limits<std::int32_t>::min()));
-#if HWY_TARGET <= HWY_AVX3_DL
-        // Signed values with their sign bit turned over are the unsigned ones 2^31 above.
-        return Vector{_mm512_cvtepu32_pd(std::is_signed_v<S> ? turned.raw : value.raw)};
-#else
-        // Signed values are counted from -2^31 on; unsigned ones with their upper bit turned over are signed
-        // ones 2^31 below.
-        return hn::Add(hn::PromoteTo(doubles, std::is_signed_v<S> ? value : turned),
-                       hn::Set(doubles, twoTo31));
-#endif
-    }
-}
-
-/// Values that fit, truncated; Highway's own conversion would look after larger ones too.
-HWY_INLINE hn::Vec<Few<std::int32_t>> ToIntegers(Vector y)
-{
-#if HWY_TARGET <= HWY_AVX3_DL
-    return hn::Vec<Few<std::int32_t>>{_mm512_cvttpd_epi32(y.raw)};
-#else
-    return hn::Vec<Few<std::int32_t>>{_mm256_cvttpd_epi32(y.raw)};
-#endif
-}
-
-using Integers = hn::Vec<hn::Rebind<std::int32_t, hn::ScalableTag<float>>>;
-
-/// As many integers as two vectors of doubles give, stored as the low bytes of each: their values, whatever
-/// the sign, where they fit.
-template <class D>
-void StoreLowBytes(Integers integers, std::uint8_t* at)
-{
-#if HWY_TARGET <= HWY_AVX3_DL
-    if constexpr (sizeof(D) == 1) {
-        const __m128i low = _mm512_cvtepi32_epi8(integers.raw);
-        std::memcpy(at, &low, sizeof low);
-    } else {
-        const __m256i low = _mm512_cvtepi32_epi16(integers.raw);
-        std::memcpy(at, &low, sizeof low);
-    }
-#else
-    const hn::Rebind<D, hn::ScalableTag<std::int32_t>> small;
-    hn::StoreU(hn::DemoteTo(small, integers), small, As<D>(at));
-#endif
-}
-
-/// Values in the target's range, as the target's type.
-template <class D>
-void StoreQuantised(Vector y, std::uint8_t* at)
-{
-    if constexpr (std::is_same_v<D, double>) {
-        hn::StoreU(y, doubles, As<double>(at));
-    } else if constexpr (std::is_same_v<D, float>) {
-        hn::StoreU(hn::DemoteTo(Few<float>(), y), Few<float>(), As<float>(at));
-    } else if constexpr (std::is_same_v<D, std::uint32_t>) {
-        // Whole already, so that 2^31 less is exact and fits a signed integer.
-        const Few<std::int32_t> few;
-        const auto below = ToIntegers(hn::Sub(hn::Trunc(y), hn::Set(doubles, twoTo31)));
-        hn::StoreU(hn::Xor(below, hn::Set(few, std::numeric_limits<std::int32_t>::min())), few,
-                   As<std::int32_t>(at));
-    } else {
-        static_assert(std::is_same_v<D, std::int32_t>);
-        hn::StoreU(ToIntegers(y), Few<std::int32_t>(), As<std::int32_t>(at));
-    }
-}
-
-/// The same for two vectors in a row.
-template <class D>
-void StoreQuantised(Vector first, Vector second, std::uint8_t* at)
-{
-    if constexpr (sizeof(D) <= 2) {
-        StoreLowBytes<D>(hn::Combine(hn::ScalableTag<std::int32_t>(), ToIntegers(second), ToIntegers(first)),
-                         at);
-    } else {
-        StoreQuantised<D>(first, at);
-        StoreQuantised<D>(second, at + lanes * sizeof(D));
-    }
-}
-
-/// The processor's maximum gives its second operand where one is NaN.
-HWY_INLINE Vector Saturated(Vector y, Vector min, Vector max)
-{
-    return hn::Min(hn::Max(y, min), max);
-}
-
-/// The linear case: the same operations in the same order as ToneCurve::Linear.
-template <class D>
-class LinearCurve
-{
-public:
-    explicit LinearCurve(const ToneCurve::Constants& c)
-        : slope_(hn::Set(doubles, c.slope)),
-          shift_(hn::Set(doubles, c.shift)),
-          min_(hn::Set(doubles, c.target.min)),
-          max_(hn::Set(doubles, c.target.max))
-    {
-    }
-
-    void Store(Vector first, Vector second, std::uint8_t* at) const
-    {
-        if constexpr (sizeof(D) <= 2) {
-            // What is NaN stays so, and like everything too small becomes the smallest integer.
-            const auto whole = [this](Vector y) { return ToIntegers(hn::Min(max_, y)); };
-            const hn::ScalableTag<std::int32_t> integers;
-            const auto both = hn::Combine(integers, whole(Value(second)), whole(Value(first)));
-            constexpr std::int32_t smallest = std::numeric_limits<D>::min();
-            StoreLowBytes<D>(hn::Max(both, hn::Set(integers, smallest)), at);
-        } else {
-            StoreQuantised<D>(Saturated(Value(first), min_, max_), Saturated(Value(second), min_, max_), at);
-        }
-    }
-
-private:
-    Vector Value(Vector source) const
-    {
-        const Vector y = hn::Add(hn::Mul(source, slope_), shift_);
-        // Adding 0 would change the sign of 0, which integers do not show.
-        return std::is_integral_v<D> && std::is_unsigned_v<D> ? y : hn::Add(y, min_);
-    }
-
-    Vector slope_;
-    Vector shift_;
-    Vector min_;
-    Vector max_;
-};
-
-template <class S, class D>
-struct Linear
-{
-    static void Run(const ToneCurve& curve, const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
-    {
-        if constexpr (std::is_same_v<D, std::uint8_t> && sizeof(S) == 4) {
-            const FixedPointCurve<S> fast(curve.Values());
-            if (fast.IsExactEnough())
-                return RunFixedPoint(curve, fast, src, dst, count);
-        }
-        const LinearCurve<D> linear(curve.Values());
-        EachVector<2 * lanes, sizeof(S), sizeof(D)>(
-            src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
-                linear.Store(LoadUnits<S>(s), LoadUnits<S>(s + lanes * sizeof(S)), d);
-            });
-    }
-
-private:
-    static void RunFixedPoint(const ToneCurve& curve, const FixedPointCurve<S>& fast, const std::uint8_t* src,
-                              std::uint8_t* dst, std::size_t count)
-    {
-        const LinearCurve<D> linear(curve.Values());
-        EachVector<2 * lanes, sizeof(S), 1>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
-            HWY_ALIGN std::uint8_t pixels[2 * lanes];
-            if (HWY_UNLIKELY(!fast.Store(s, pixels)))
-                linear.Store(LoadUnits<S>(s), LoadUnits<S>(s + lanes * sizeof(S)), pixels);
-            std::memcpy(d, pixels, sizeof pixels);
-        });
-    }
-};
-
-template <class D>
-struct FillLinear
-{
-    static void Run(const ToneCurve& curve, std::size_t first, std::uint8_t* dst, std::size_t count)
-    {
-        const LinearCurve<D> linear(curve.Values());
-        const auto from = [](std::size_t i) { return hn::Iota(doubles, static_cast<double>(i)); };
-        std::size_t i = 0;
-        for (; i + 2 * lanes <= count; i += 2 * lanes)
-            linear.Store(from(first + i), from(first + i + lanes), dst + sizeof(D) * i);
-        Plain::FillLinear<D>::Run(curve, first + i, dst + sizeof(D) * i, count - i);
-    }
-};
 
 // The bent case computes powers with a known error. Where that error could change what is
 // stored, the plain curve decides.
@@ -284,6 +78,31 @@ HWY_INLINE Vector Power(Vector x, double power, Mask& doubtful)
                                   hn::Gt(hn::Abs(p), hn::Set(doubles, largestExponent)));
     doubtful = hn::Or(doubtful, isUnknown);
     return hn::IfThenZeroElse(hn::Or(isTiny, isUnknown), Exp2(p));
+}
+
+/// Values in the target's range, as the target's type: two vectors of them.
+template <class D>
+void StoreQuantised(Vector first, Vector second, std::uint8_t* at)
+{
+    if constexpr (sizeof(D) <= 2) {
+        const Integers both = ToIntegers(first, second);
+#if HWY_TARGET <= HWY_AVX3_DL
+        // Highway has no such conversion for either sign; the values fit, so their low bytes are they.
+        const auto narrow = [both] {
+            if constexpr (sizeof(D) == 1)
+                return _mm512_cvtepi32_epi8(both.raw);
+            else
+                return _mm512_cvtepi32_epi16(both.raw);
+        }();
+        std::memcpy(at, &narrow, sizeof narrow);
+#else
+        const hn::Rebind<D, hn::ScalableTag<std::int32_t>> small;
+        hn::StoreU(hn::DemoteTo(small, both), small, As<D>(at));
+#endif
+    } else {
+        hn::StoreU(Quantised<D>(first), Few<D>(), As<D>(at));
+        hn::StoreU(Quantised<D>(second), Few<D>(), As<D>(at) + lanes);
+    }
 }
 
 class BentCurve

@@ -12,17 +12,18 @@ HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
 
-/// The first byte of each of so many groups as a vector has bytes.
-template <std::size_t distance>
-HWY_INLINE ByteVector FirstBytes(const std::uint8_t* src)
+/// Bytes of as many groups as a vector has bytes: of each the one at this position.
+template <std::size_t distance, std::size_t position = 0>
+HWY_INLINE ByteVector Picked(const std::uint8_t* src)
 {
     ByteVector v[4];
     if constexpr (distance == 2) {
 #if HWY_TARGET == HWY_AVX3_DL
         const ByteVector even = hn::Add(hn::Iota(bytes, 0), hn::Iota(bytes, 0));
+        const ByteVector order = hn::Add(even, hn::Set(bytes, position));
         const ByteVector low = hn::LoadU(bytes, src);
         const ByteVector high = hn::LoadU(bytes, src + step);
-        return ByteVector{_mm512_permutex2var_epi8(low.raw, even.raw, high.raw)};
+        return ByteVector{_mm512_permutex2var_epi8(low.raw, order.raw, high.raw)};
 #else
         hn::LoadInterleaved2(bytes, src, v[0], v[1]);
 #endif
@@ -31,17 +32,33 @@ HWY_INLINE ByteVector FirstBytes(const std::uint8_t* src)
     } else {
         hn::LoadInterleaved4(bytes, src, v[0], v[1], v[2], v[3]);
     }
-    return v[0];
+    return v[position];
 }
 
 template <std::size_t distance>
 void Pick(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
 {
     // Of the last group only the first byte is there for sure.
-    std::size_t i = 0;
-    for (; i + step < count; i += step)
-        hn::StoreU(FirstBytes<distance>(src + i * distance), bytes, dst + i);
-    Plain::Pick<distance>(src + i * distance, dst + i, count - i);
+    std::size_t whole = count == 0 ? 0 : (count - 1) / step * step;
+    const std::size_t rest = count - whole;
+    if constexpr (distance == 2) {
+        // Upper bytes of words: behind the first vector a load may begin with the byte before, where words
+        // do, and so need not reach into another line of the cache.
+        if (whole != 0 && reinterpret_cast<std::uintptr_t>(src) % 2 != 0) {
+            hn::StoreU(Picked<2>(src), bytes, dst);
+            src += 2 * step;
+            dst += step;
+            whole -= step;
+            EachVectorTo<true, step, 2, 1>(
+                src - 1, dst, whole,
+                [](const std::uint8_t* s, std::uint8_t* d, auto store) { store(Picked<2, 1>(s), d); });
+            return Plain::Pick<2>(src + 2 * whole, dst + whole, rest);
+        }
+    }
+    EachVectorTo<true, step, distance, 1>(
+        src, dst, whole,
+        [](const std::uint8_t* s, std::uint8_t* d, auto store) { store(Picked<distance>(s), d); });
+    Plain::Pick<distance>(src + distance * whole, dst + whole, rest);
 }
 
 constexpr PickKernels pickKernels{Pick<2>, Pick<3>, Pick<4>};

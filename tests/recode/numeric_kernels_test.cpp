@@ -246,6 +246,34 @@ TEST_P(NumericKernel, ComputesTheCurveToTheLastBit)
     check(double{});
 }
 
+/// Large targets are written in another way, and the linear curve has several.
+TEST_P(NumericKernel, ComputesTheLinearCurveOfLargeImages)
+{
+    const auto check = [this]<class S, class D>(S, D) {
+        for (const double contrast : {1.0, 1.2}) {
+            SCOPED_TRACE(testing::Message() << "contrast " << contrast << ", " << ElementIndex<S>() << " to "
+                                            << ElementIndex<D>());
+            const ToneCurve curve({contrast, 0.0, 1.0, 1.0}, value_range<S>.span, value_range<D>,
+                                  ToneCurve::Bounds::exact);
+            ExpectSamePixels(
+                wide_, plain_, sizeof(S), sizeof(D), false, random_,
+                [&](const Kernels& kernels, const std::uint8_t* src, std::uint8_t* dst, std::size_t count) {
+                    kernels.curve.linear[CurveKernels::SourceIndex<S>][ElementIndex<D>()](curve, src, dst,
+                                                                                          count);
+                },
+                {largeTarget / sizeof(D) + 100});
+        }
+    };
+    check(float{}, std::uint8_t{});
+    check(float{}, std::uint16_t{});
+    check(float{}, std::int16_t{});
+    check(std::int32_t{}, std::uint8_t{});
+    check(std::int32_t{}, float{});
+    check(std::uint32_t{}, float{});
+    check(std::uint32_t{}, double{});
+    check(double{}, std::int8_t{});
+}
+
 TEST_P(NumericKernel, FillsTablesToTheLastBit)
 {
     const auto check = [this]<class D>(D) {

@@ -1,0 +1,149 @@
+#if defined(TAVLO_RECODE_CURVE_VECTORS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef TAVLO_RECODE_CURVE_VECTORS_INL_H
+#undef TAVLO_RECODE_CURVE_VECTORS_INL_H
+#else
+#define TAVLO_RECODE_CURVE_VECTORS_INL_H
+#endif
+
+#include "recode/wide_rows-inl.h"
+
+#include <type_traits>
+
+HWY_BEFORE_NAMESPACE();
+namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
+
+using Doubles = hn::ScalableTag<double>;
+using Vector = hn::Vec<Doubles>;
+using Mask = hn::Mask<Doubles>;
+
+constexpr Doubles doubles;
+constexpr std::size_t lanes = hn::MaxLanes(doubles);
+
+constexpr double twoTo31 = 2147483648.0;
+
+/// As many values of a type as there are doubles in a vector.
+template <class T>
+using Few = hn::Rebind<T, Doubles>;
+
+template <class T>
+const T* As(const std::uint8_t* p)
+{
+    return reinterpret_cast<const T*>(p);
+}
+
+template <class T>
+T* As(std::uint8_t* p)
+{
+    return reinterpret_cast<T*>(p);
+}
+
+/// Source values counted from the smallest one. Every step is exact.
+template <class S>
+Vector LoadUnits(const std::uint8_t* at)
+{
+    if constexpr (std::is_same_v<S, double>) {
+        return hn::LoadU(doubles, As<double>(at));
+    } else if constexpr (std::is_same_v<S, float>) {
+        return hn::PromoteTo(doubles, hn::LoadU(Few<float>(), As<float>(at)));
+    } else {
+        const Few<std::int32_t> few;
+        const auto value = hn::LoadU(few, As<std::int32_t>(at));
+        const auto turned = hn::Xor(value, hn::Set(few, std::numeric_limits<std::int32_t>::min()));
+#if HWY_TARGET <= HWY_AVX3_DL
+        // Signed values with their sign bit turned over are the unsigned ones 2^31 above.
+        return Vector{_mm512_cvtepu32_pd(std::is_signed_v<S> ? turned.raw : value.raw)};
+#else
+        // Signed values are counted from -2^31 on; unsigned ones with their upper bit turned over are signed
+        // ones 2^31 below.
+        return hn::Add(hn::PromoteTo(doubles, std::is_signed_v<S> ? value : turned),
+                       hn::Set(doubles, twoTo31));
+#endif
+    }
+}
+
+/// Values that fit, truncated; Highway's own conversion would look after larger ones too.
+HWY_INLINE hn::Vec<Few<std::int32_t>> ToIntegers(Vector y)
+{
+#if HWY_TARGET <= HWY_AVX3_DL
+    return hn::Vec<Few<std::int32_t>>{_mm512_cvttpd_epi32(y.raw)};
+#else
+    return hn::Vec<Few<std::int32_t>>{_mm256_cvttpd_epi32(y.raw)};
+#endif
+}
+
+/// As many integers as two vectors of doubles give.
+using Integers = hn::Vec<hn::Rebind<std::int32_t, hn::ScalableTag<float>>>;
+
+constexpr hn::ScalableTag<std::int32_t> int32s;
+
+HWY_INLINE Integers ToIntegers(Vector first, Vector second)
+{
+    return hn::Combine(int32s, ToIntegers(second), ToIntegers(first));
+}
+
+/// The low bytes of integers that fit.
+template <class D>
+HWY_INLINE ByteVector LowBytes(Integers a, Integers b)
+{
+    static_assert(sizeof(D) == 2);
+#if HWY_TARGET <= HWY_AVX3_DL
+    const auto even = hn::Iota(hn::ScalableTag<std::uint16_t>(), 0);
+    return ByteVector{_mm512_permutex2var_epi16(a.raw, hn::Add(even, even).raw, b.raw)};
+#else
+    const __m256i words =
+        std::is_signed_v<D> ? _mm256_packs_epi32(a.raw, b.raw) : _mm256_packus_epi32(a.raw, b.raw);
+    return ByteVector{_mm256_permute4x64_epi64(words, _MM_SHUFFLE(3, 1, 2, 0))};
+#endif
+}
+
+template <class D>
+HWY_INLINE ByteVector LowBytes(Integers a, Integers b, Integers c, Integers d)
+{
+    static_assert(sizeof(D) == 1);
+#if HWY_TARGET <= HWY_AVX3_DL
+    // Every fourth byte, twice, since positions beyond the two vectors begin anew.
+    const ByteVector twice = hn::Add(hn::Iota(bytes, 0), hn::Iota(bytes, 0));
+    const __m512i fourth = hn::Add(twice, twice).raw;
+    const __m512i lower = _mm512_permutex2var_epi8(a.raw, fourth, b.raw);
+    const __m512i upper = _mm512_permutex2var_epi8(c.raw, fourth, d.raw);
+    return ByteVector{_mm512_mask_blend_epi32(0xFF00, lower, upper)};
+#else
+    const __m256i words = _mm256_packs_epi32(a.raw, b.raw);
+    const __m256i more = _mm256_packs_epi32(c.raw, d.raw);
+    const __m256i together =
+        std::is_signed_v<D> ? _mm256_packs_epi16(words, more) : _mm256_packus_epi16(words, more);
+    return ByteVector{_mm256_permutevar8x32_epi32(together, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7))};
+#endif
+}
+
+/// Values in the target's range, of four or eight bytes, as the target's type.
+template <class D>
+HWY_INLINE hn::Vec<Few<D>> Quantised(Vector y)
+{
+    if constexpr (std::is_same_v<D, double>) {
+        return y;
+    } else if constexpr (std::is_same_v<D, float>) {
+        return hn::DemoteTo(Few<float>(), y);
+    } else if constexpr (std::is_same_v<D, std::uint32_t>) {
+        // Whole already, so that 2^31 less is exact and fits a signed integer.
+        const Few<std::uint32_t> few;
+        const auto below = ToIntegers(hn::Sub(hn::Trunc(y), hn::Set(doubles, twoTo31)));
+        return hn::Xor(hn::BitCast(few, below), hn::Set(few, std::uint32_t{1} << 31));
+    } else {
+        static_assert(std::is_same_v<D, std::int32_t>);
+        return ToIntegers(y);
+    }
+}
+
+/// The processor's maximum gives its second operand where one is NaN.
+HWY_INLINE Vector Saturated(Vector y, Vector min, Vector max)
+{
+    return hn::Min(hn::Max(y, min), max);
+}
+
+#endif
+} // namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif

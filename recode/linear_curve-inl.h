@@ -1,0 +1,283 @@
+#if defined(TAVLO_RECODE_LINEAR_CURVE_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef TAVLO_RECODE_LINEAR_CURVE_INL_H
+#undef TAVLO_RECODE_LINEAR_CURVE_INL_H
+#else
+#define TAVLO_RECODE_LINEAR_CURVE_INL_H
+#endif
+
+#include "recode/fixed_point-inl.h"
+#include "recode/plain_loops.h"
+#include "recode/tone_curve.h"
+
+#include <cmath>
+#include <limits>
+#include <utility>
+
+HWY_BEFORE_NAMESPACE();
+namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
+
+/// Where the linear curve takes its source units from, a vector of doubles at a time.
+template <class S>
+struct PixelUnits
+{
+    const std::uint8_t* at;
+
+    HWY_INLINE Vector operator()(std::size_t i) const { return LoadUnits<S>(at + i * lanes * sizeof(S)); }
+};
+
+/// first, first + 1 and so on.
+struct CountedUnits
+{
+    std::size_t first;
+
+    HWY_INLINE Vector operator()(std::size_t i) const
+    {
+        return hn::Iota(doubles, static_cast<double>(first + i * lanes));
+    }
+};
+
+/// Target pixels, as many as a vector has, of what `values` gives for each vector of source units.
+template <class D, class Values>
+HWY_INLINE ByteVector Pixels(const Values& values)
+{
+    if constexpr (sizeof(D) == 8)
+        return hn::BitCast(bytes, Quantised<D>(values(0)));
+    else
+        return hn::BitCast(
+            bytes, hn::Combine(hn::ScalableTag<D>(), Quantised<D>(values(1)), Quantised<D>(values(0))));
+}
+
+/// The linear case: the same operations in the same order as ToneCurve::Linear.
+template <class D>
+class LinearCurve
+{
+public:
+    explicit LinearCurve(const ToneCurve::Constants& c)
+        : slope_(hn::Set(doubles, c.slope)),
+          shift_(hn::Set(doubles, c.shift)),
+          min_(hn::Set(doubles, c.target.min)),
+          max_(hn::Set(doubles, c.target.max))
+    {
+    }
+
+    /// As many target pixels as a vector has.
+    template <class Units>
+    HWY_INLINE ByteVector operator()(const Units& units) const
+    {
+        if constexpr (sizeof(D) <= 2)
+            return Small(units, std::make_index_sequence<4 / sizeof(D)>());
+        else
+            return Pixels<D>(InRange<Units>{*this, units});
+    }
+
+private:
+    template <class Units, std::size_t... i>
+    HWY_INLINE ByteVector Small(const Units& units, std::index_sequence<i...>) const
+    {
+        return LowBytes<D>(Whole(units(2 * i), units(2 * i + 1))...);
+    }
+
+    /// What is NaN stays so, and like everything too small becomes the smallest integer.
+    HWY_INLINE Integers Whole(Vector first, Vector second) const
+    {
+        const Integers both = ToIntegers(hn::Min(max_, Value(first)), hn::Min(max_, Value(second)));
+        constexpr std::int32_t smallest = std::numeric_limits<D>::min();
+        return hn::Max(both, hn::Set(int32s, smallest));
+    }
+
+    template <class Units>
+    struct InRange
+    {
+        const LinearCurve& curve;
+        const Units& units;
+
+        HWY_INLINE Vector operator()(std::size_t i) const
+        {
+            return Saturated(curve.Value(units(i)), curve.min_, curve.max_);
+        }
+    };
+
+    HWY_INLINE Vector Value(Vector source) const
+    {
+        const Vector y = hn::Add(hn::Mul(source, slope_), shift_);
+        // Adding 0 would change the sign of 0, which integers do not show.
+        return std::is_integral_v<D> && std::is_unsigned_v<D> ? y : hn::Add(y, min_);
+    }
+
+    Vector slope_;
+    Vector shift_;
+    Vector min_;
+    Vector max_;
+};
+
+/// The linear curve from integers to floats where it is a multiplication: nothing is added, and no product
+/// is beyond the target's range.
+template <class S, class D>
+class Multiplication
+{
+public:
+    explicit Multiplication(const ToneCurve::Constants& c)
+        : applies_(c.shift == 0.0 && c.target.min == 0.0 && c.slope > 0.0 &&
+                   c.slope * value_range<S>.span <= c.target.max),
+          slope_(hn::Set(doubles, c.slope))
+    {
+    }
+
+    bool Applies() const { return applies_; }
+
+    HWY_INLINE ByteVector operator()(const std::uint8_t* src) const
+    {
+        return Pixels<D>(Product{slope_, PixelUnits<S>{src}});
+    }
+
+private:
+    struct Product
+    {
+        Vector slope;
+        PixelUnits<S> units;
+
+        HWY_INLINE Vector operator()(std::size_t i) const { return hn::Mul(units(i), slope); }
+    };
+
+    bool applies_;
+    Vector slope_;
+};
+
+/// The linear curve from floats to unsigned integers of 8 and 16 bits where it is a multiplication by a
+/// number of at most 24 bits. Then a product has no more bits than a double, and single precision is
+/// enough to truncate it: it is added to a number so large that only whole ones lie around it.
+template <class D>
+class TruncatedProduct
+{
+    using Floats = hn::ScalableTag<float>;
+    using FloatVector = hn::Vec<Floats>;
+
+public:
+    explicit TruncatedProduct(const ToneCurve::Constants& c)
+        : applies_(c.shift == 0.0 && c.target.min == 0.0 && c.slope >= 1.0 && c.slope <= 65536.0 &&
+                   static_cast<double>(static_cast<float>(c.slope)) == c.slope),
+          slope_(hn::Set(Floats(), static_cast<float>(c.slope))),
+          // Half a unit above the largest value, which is far more than this is rounded by.
+          last_(hn::Set(Floats(), static_cast<float>((c.target.max + 0.5) / c.slope)))
+    {
+    }
+
+    bool Applies() const { return applies_; }
+
+    /// As many target pixels as a vector has.
+    HWY_INLINE ByteVector operator()(const std::uint8_t* src) const
+    {
+        constexpr std::size_t apart = sizeof(float) * hn::MaxLanes(Floats());
+        if constexpr (sizeof(D) == 2)
+            return LowBytes<D>(Whole(src), Whole(src + apart));
+        else
+            return LowBytes<D>(Whole(src), Whole(src + apart), Whole(src + 2 * apart),
+                               Whole(src + 3 * apart));
+    }
+
+private:
+    /// Every float from 2^23 to 2^24 is whole, and the next is one more.
+    static constexpr float large = 0x1.8p23f;
+
+    HWY_INLINE Integers Whole(const std::uint8_t* src) const
+    {
+        // NaN becomes 0.
+        const FloatVector source =
+            hn::Min(hn::Max(hn::LoadU(Floats(), As<float>(src)), hn::Zero(Floats())), last_);
+        const FloatVector base = hn::Set(Floats(), large);
+#if HWY_TARGET <= HWY_AVX3_DL
+        const __m512 whole = _mm512_fmadd_round_ps(source.raw, slope_.raw, base.raw,
+                                                   _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC);
+        return hn::BitCast(int32s, FloatVector{whole});
+#else
+        // Rounded to the nearest; the sign of what is left, which is exact, tells where that was upwards.
+        const FloatVector whole = hn::MulAdd(source, slope_, base);
+        const FloatVector rest = hn::MulAdd(source, slope_, hn::Sub(base, whole));
+        const Integers number = hn::Sub(hn::BitCast(int32s, whole), hn::BitCast(int32s, base));
+        return hn::Add(number, hn::ShiftRight<31>(hn::BitCast(int32s, rest)));
+#endif
+    }
+
+    bool applies_;
+    FloatVector slope_;
+    FloatVector last_;
+};
+
+template <class S, class D>
+struct Linear
+{
+    static void Run(const ToneCurve& curve, const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
+    {
+        const ToneCurve::Constants& c = curve.Values();
+        if constexpr (std::is_integral_v<S> && std::is_floating_point_v<D>) {
+            const Multiplication<S, D> product(c);
+            if (product.Applies())
+                return RunVectors(src, dst, count, product);
+        }
+        if constexpr (std::is_same_v<S, float> && std::is_unsigned_v<D> && sizeof(D) <= 2) {
+            const TruncatedProduct<D> product(c);
+            if (product.Applies())
+                return RunVectors(src, dst, count, product);
+        }
+        const LinearCurve<D> linear(c);
+        if constexpr (std::is_same_v<D, std::uint8_t> && sizeof(S) == 4) {
+            const FixedPointCurve<S> fast(c);
+            if (fast.IsExactEnough())
+                return RunVectors(src, dst, count, Checked{fast, linear});
+        }
+        RunVectors(src, dst, count, Direct{linear});
+    }
+
+private:
+    struct Direct
+    {
+        LinearCurve<D> linear;
+
+        HWY_INLINE ByteVector operator()(const std::uint8_t* src) const { return linear(PixelUnits<S>{src}); }
+    };
+
+    struct Checked
+    {
+        FixedPointCurve<S> fast;
+        LinearCurve<D> linear;
+
+        HWY_INLINE ByteVector operator()(const std::uint8_t* src) const
+        {
+            bool isDoubtful;
+            ByteVector pixels = fast(src, isDoubtful);
+            if (HWY_UNLIKELY(isDoubtful))
+                pixels = linear(PixelUnits<S>{src});
+            return pixels;
+        }
+    };
+
+    template <class Convert>
+    static HWY_INLINE void RunVectors(const std::uint8_t* src, std::uint8_t* dst, std::size_t count,
+                                      const Convert& convert)
+    {
+        EachVectorTo<true, step / sizeof(D), sizeof(S), sizeof(D)>(
+            src, dst, count,
+            [convert](const std::uint8_t* s, std::uint8_t* d, auto store) { store(convert(s), d); });
+    }
+};
+
+template <class D>
+struct FillLinear
+{
+    static void Run(const ToneCurve& curve, std::size_t first, std::uint8_t* dst, std::size_t count)
+    {
+        const LinearCurve<D> linear(curve.Values());
+        constexpr std::size_t together = step / sizeof(D);
+        std::size_t i = 0;
+        for (; i + together <= count; i += together)
+            hn::StoreU(linear(CountedUnits{first + i}), bytes, dst + sizeof(D) * i);
+        Plain::FillLinear<D>::Run(curve, first + i, dst + sizeof(D) * i, count - i);
+    }
+};
+
+#endif
+} // namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif
