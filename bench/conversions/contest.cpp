@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
+#include <random>
 
 namespace Bench {
 namespace {
@@ -22,8 +24,10 @@ double ThreadSeconds()
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
+/// After a run that does not count, so that nobody finds the caches as somebody else left them.
 double SecondsOf(const Contender& contender, std::size_t times)
 {
+    contender.run();
     const double start = ThreadSeconds();
     for (std::size_t i = 0; i < times; ++i)
         contender.run();
@@ -47,7 +51,6 @@ struct Runs
 
 std::size_t TimesFor(const Contender& contender)
 {
-    contender.run();
     const double once = SecondsOf(contender, 1);
     return once >= shortestRun ? 1 : static_cast<std::size_t>(std::ceil(shortestRun / std::max(once, 1e-9)));
 }
@@ -83,16 +86,19 @@ Outcome Measure(Contest contest)
         same[i] = contest.sameResult && contest.sameResult(contenders[i].name);
     }
 
+    std::vector<std::size_t> order(contenders.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::minstd_rand random;
     std::size_t round = 0;
     double spent = 0;
-    for (; round < fewestRounds || (round < mostRounds && spent < longEnough); ++round)
-        for (std::size_t i = 0; i < contenders.size(); ++i) {
-            const std::size_t turn = (i + round / 2) % contenders.size();
-            const std::size_t which = round % 2 == 0 ? turn : contenders.size() - 1 - turn;
+    for (; round < fewestRounds || (round < mostRounds && spent < longEnough); ++round) {
+        std::shuffle(order.begin(), order.end(), random);
+        for (const std::size_t which : order) {
             const double seconds = SecondsOf(contenders[which], runs[which].times);
             spent += seconds * static_cast<double>(runs[which].times);
             runs[which].seconds.push_back(seconds);
         }
+    }
 
     Outcome outcome;
     outcome.rounds = round;
