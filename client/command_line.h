@@ -1,28 +1,14 @@
 #pragma once
 
-#include <functional>
+#include "client/command.h"
+#include "client/console.h"
+
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
-namespace CLI {
-class App;
-}
-
 namespace Mardu::Sentel::Tavlo::Client {
-
-/// What a command does once its options are known. A failure is an exception.
-using Action = std::function<void()>;
-
-/// One command of the program.
-struct Command
-{
-    const char* name;
-    const char* summary;
-    /// Adds the command's options to its parser and gives what they are filled for.
-    Action (*setUp)(CLI::App& options);
-};
 
 enum ExitCode : int
 {
@@ -31,18 +17,32 @@ enum ExitCode : int
     WrongUsage = 2,
 };
 
-/// What to do for a command line: run action when there is one, else print the texts
-/// and end with exitCode.
+/// What to do for a command line: run action in this manner when there is one, else print the
+/// texts and end with exitCode.
 struct Invocation
 {
     Action action;
+    Manner manner;
     ExitCode exitCode = Done;
     std::string output; ///< for standard output
     std::string errors; ///< for standard error
 };
 
-/// Reads UTF-8 arguments without the program's own name.
-Invocation ReadCommandLine(const std::vector<std::string>& arguments, std::span<const Command> commands,
-                           std::string_view version);
+/// The program as the command line sees it.
+struct Program
+{
+    std::span<const Command> commands;
+    const Manual& manual;
+    std::string_view version;
+};
+
+/// Whether the user asks for JSON, which the answer to wrong usage is to be in already.
+bool AsksForJson(std::span<const std::string> arguments);
+
+/// What standard error is to have about an error; code is its HRESULT as text, or empty.
+std::string ErrorText(const std::string& error, const std::string& code, bool isJson);
+
+/// Reads UTF-8 arguments without the program's own name. Help has lines of at most width columns.
+Invocation ReadCommandLine(const std::vector<std::string>& arguments, const Program& program, int width);
 
 } // namespace Mardu::Sentel::Tavlo::Client

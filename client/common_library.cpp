@@ -1,7 +1,7 @@
 #include "client/common_library.h"
 
 #include "client/failure.h"
-#include "client/print.h"
+#include "client/registration_step.h"
 #include "client/text.h"
 #include "client/user_classes.h"
 
@@ -53,7 +53,7 @@ bool IsRegistered(const TLIBATTR& library, bool isForUser)
 
 } // namespace
 
-void RegisterCommonLibrary(std::wstring file, bool isForUser)
+void RegisterCommonLibrary(std::wstring file, bool isForUser, const Console& console)
 {
     const ComPtr<ITypeLib> library = Load(file);
     {
@@ -62,15 +62,15 @@ void RegisterCommonLibrary(std::wstring file, bool isForUser)
         const HRESULT result = registerLibrary(library.Get(), file.data(), nullptr);
         CheckRegistration(result, "register the common type library", isForUser);
     }
-    Print("registered the common type library '" + Utf8(file) + "'" + ForWhom(isForUser) + "\n");
+    TellStep(console, StepResult::Registered, commonLibrary, Utf8(file), isForUser);
 }
 
-void UnregisterCommonLibrary(const std::wstring& file, bool isForUser)
+void UnregisterCommonLibrary(const std::wstring& file, bool isForUser, const Console& console)
 {
     const ComPtr<ITypeLib> library = Load(file);
     const Attributes attributes = AttributesOf(*library.Get());
     if (!IsRegistered(*attributes, isForUser)) {
-        Print("the common type library is not registered" + ForWhom(isForUser) + "\n");
+        TellStep(console, StepResult::NotRegistered, commonLibrary, {}, isForUser);
         return;
     }
     {
@@ -80,7 +80,7 @@ void UnregisterCommonLibrary(const std::wstring& file, bool isForUser)
                                           attributes->wMinorVerNum, attributes->lcid, attributes->syskind);
         CheckRegistration(result, "unregister the common type library", isForUser);
     }
-    Print("unregistered the common type library" + ForWhom(isForUser) + "\n");
+    TellStep(console, StepResult::Unregistered, commonLibrary, {}, isForUser);
 }
 
 std::wstring ProgramFolder()

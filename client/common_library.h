@@ -1,5 +1,7 @@
 #pragma once
 
+#include "client/console.h"
+
 #include <string>
 
 namespace Mardu::Sentel::Tavlo::Client {
@@ -8,10 +10,10 @@ namespace Mardu::Sentel::Tavlo::Client {
 inline constexpr wchar_t commonLibraryFile[] = L"SentelCommon.tlb";
 
 /// Registers a common type library for this user or for all, and says so.
-void RegisterCommonLibrary(std::wstring file, bool isForUser);
+void RegisterCommonLibrary(std::wstring file, bool isForUser, const Console& console);
 
 /// Undoes it in the same place, or says that it is not registered there.
-void UnregisterCommonLibrary(const std::wstring& file, bool isForUser);
+void UnregisterCommonLibrary(const std::wstring& file, bool isForUser, const Console& console);
 
 /// The folder of this program, with a separator at its end. An installation has
 /// everything in it.

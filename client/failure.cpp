@@ -14,14 +14,12 @@ namespace {
 
 std::string Message(HRESULT result, std::string_view what, std::string_view description)
 {
-    std::ostringstream message;
-    message << "cannot " << what << ": 0x" << std::hex << std::uppercase << std::setw(8) << std::setfill('0')
-            << static_cast<std::uint32_t>(result);
+    std::string message = "cannot " + std::string(what) + ": " + ResultText(result);
     if (const std::string text = SystemText(result); !text.empty())
-        message << ": " << text;
+        message += ": " + text;
     if (!description.empty())
-        message << ": " << description;
-    return message.str();
+        message.append(": ").append(description);
+    return message;
 }
 
 /// Takes the description out of the thread's error object.
@@ -48,6 +46,14 @@ std::string SystemText(HRESULT result)
     LocalFree(text);
     utf8.erase(utf8.find_last_not_of(" \r\n.") + 1);
     return utf8;
+}
+
+std::string ResultText(HRESULT result)
+{
+    std::ostringstream text;
+    text << "0x" << std::hex << std::uppercase << std::setw(8) << std::setfill('0')
+         << static_cast<std::uint32_t>(result);
+    return text.str();
 }
 
 Failure::Failure(HRESULT result, std::string_view what, std::string_view description)

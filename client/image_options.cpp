@@ -1,9 +1,10 @@
-#include "client/commands.h"
+#include "client/image_options.h"
+
+#include "client/parsed_option.h"
 #include "client/published_name.h"
 
 #include <CLI/CLI.hpp>
-
-#include <stdexcept>
+#include <nlohmann/json.hpp>
 
 namespace Mardu::Sentel::Tavlo::Client {
 
@@ -20,51 +21,55 @@ CLI::Validator ImageName()
     return {WhyNotAName, ""};
 }
 
-void AddImageOptions(CLI::App& options, const std::shared_ptr<ImageOptions>& target)
+void AddImageOptions(CLI::App& options, const std::shared_ptr<ImageOptions>& target, Naming naming,
+                     const std::string& label, const std::string& help)
 {
+    options.add_option_function<std::string>(
+        label, [target](const std::string& text) { target->argument = text; }, help);
     CLI::Option* const name =
-        options.add_option("--name", target->name, "Name under which the image is published")
+        options.add_option("--name", target->name, "The name, also where another argument could be meant")
             ->type_name("NAME")
             ->check(ImageName());
-    CLI::Option* const section =
-        options.add_option("--section", target->section, "Name of the section that holds the image's bytes")
-            ->type_name("NAME")
-            ->check(SectionName())
-            ->excludes(name);
-    const auto parse = [target](const std::string& text) {
-        try {
-            target->descriptor = ParseDescriptor(text);
-        } catch (const std::invalid_argument& error) {
-            throw CLI::ValidationError("--descriptor", error.what());
-        }
-    };
-    CLI::Option* const descriptor =
-        options
-            .add_option_function<std::string>("--descriptor", parse,
-                                              "Geometry of the image; ENCODING is a number or a name")
-            ->type_name("W,H,BITS,ENCODING,OFFSET,SX,SY")
-            ->excludes(name);
-    options.callback([=] {
-        if (!name->empty())
-            return;
-        if (section->empty())
-            throw CLI::RequiredError(descriptor->empty() ? "--name, or --section with --descriptor,"
-                                                         : "--section");
-        if (descriptor->empty())
-            throw CLI::RequiredError("--descriptor");
-    });
+    if (naming == Naming::ByName)
+        return;
+    options.add_option("--section", target->section, "Name of the section that holds the image's bytes")
+        ->type_name("SECTION")
+        ->check(SectionName())
+        ->excludes(name);
+    AddParsed(options, "--descriptor", "W,H,BITS,ENCODING,OFFSET,SX,SY",
+              "Geometry of the image in the section; ENCODING is a number or a name", ParseDescriptor,
+              [target](const Descriptor& descriptor) { target->descriptor = descriptor; })
+        ->excludes(name);
 }
 
-void AddPngOption(CLI::App& options, std::string& target)
+void Settle(ImageOptions& image, Naming naming)
 {
-    const auto check = [](const std::string& name) {
-        return CLI::detail::to_lower(name).ends_with(".png") ? std::string()
-                                                             : "must end in .png, not '" + name + "'";
-    };
-    options.add_option("OUT", target, "The PNG file to write; one that exists is replaced when all is well")
-        ->required()
-        ->type_name("")
-        ->check(CLI::Validator(check, ""));
+    if (image.argument) {
+        if (!image.name.empty())
+            throw CLI::ExcludesError("NAME", "--name");
+        if (!image.section.empty())
+            throw CLI::ExcludesError("NAME", "--section");
+        if (image.descriptor)
+            throw CLI::ExcludesError("NAME", "--descriptor");
+        if (const std::string why = WhyNotAName(*image.argument); !why.empty())
+            throw CLI::ValidationError("NAME", why);
+        image.name = *image.argument;
+    }
+    if (!image.name.empty())
+        return;
+    if (naming == Naming::ByName)
+        throw CLI::RequiredError("NAME");
+    if (image.section.empty() && !image.descriptor)
+        throw CLI::RequiredError("NAME, or --section with --descriptor,");
+    if (image.section.empty())
+        throw CLI::RequiredError("--section");
+    if (!image.descriptor)
+        throw CLI::RequiredError("--descriptor");
+}
+
+Json JsonOf(const ImageOptions& image)
+{
+    return {{"name", TextOrNull(image.name)}, {"section", TextOrNull(image.section)}};
 }
 
 } // namespace Mardu::Sentel::Tavlo::Client

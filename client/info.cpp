@@ -1,10 +1,11 @@
 #include "client/commands.h"
-#include "client/print.h"
+#include "client/image_options.h"
 #include "client/sample_type.h"
 #include "client/shared_image.h"
 #include "client/statistics.h"
 
 #include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
 
 #include <optional>
 #include <sstream>
@@ -41,16 +42,41 @@ std::string StatisticsText(const std::vector<ComponentStatistics>& all)
     return text.str();
 }
 
-void Info(const ImageOptions& options)
+/// Nothing for encodings and bit depths that have no numbers.
+std::optional<std::vector<ComponentStatistics>> Statistics(const Console& console, const tavlo::image& image,
+                                                           const Descriptor& descriptor)
+{
+    const std::optional<SampleType> type = SampleTypeOf(descriptor);
+    if (!type)
+        return std::nullopt;
+    const Reader reader(image, descriptor, type->Size());
+    Progress progress = console.ShowProgress();
+    return StatisticsOf(descriptor, *type, reader.Base(), progress.Of("reading"));
+}
+
+Json ComponentsJson(const std::optional<std::vector<ComponentStatistics>>& statistics)
+{
+    if (!statistics)
+        return nullptr;
+    Json components = Json::array();
+    for (const ComponentStatistics& component : *statistics)
+        components.push_back(JsonOf(component));
+    return components;
+}
+
+void Info(const ImageOptions& options, const Console& console)
 {
     const auto [image, descriptor] = Open(options);
-    const std::optional<SampleType> type = SampleTypeOf(descriptor);
-    if (!type) {
-        Print(GeometryText(descriptor) + "values: not known for this encoding and bit depth\n");
-        return;
-    }
-    const Reader reader(image, descriptor, type->Size());
-    Print(GeometryText(descriptor) + StatisticsText(StatisticsOf(descriptor, *type, reader.Base())));
+    const auto statistics = Statistics(console, image, descriptor);
+
+    Json object = JsonOf(options);
+    object["descriptor"] = DescriptorText(descriptor);
+    object["geometry"] = JsonOf(descriptor);
+    object["components"] = ComponentsJson(statistics);
+    console.Result(GeometryText(descriptor) + (statistics
+                                                   ? StatisticsText(*statistics)
+                                                   : "values: not known for this encoding and bit depth\n"),
+                   object);
 }
 
 } // namespace
@@ -58,8 +84,9 @@ void Info(const ImageOptions& options)
 Action SetUpInfo(CLI::App& options)
 {
     const auto target = std::make_shared<ImageOptions>();
-    AddImageOptions(options, target);
-    return [target] { Info(*target); };
+    AddImageOptions(options, target, Naming::ByNameOrSection);
+    options.callback([target] { Settle(*target, Naming::ByNameOrSection); });
+    return [target](const Console& console) { Info(*target, console); };
 }
 
 } // namespace Mardu::Sentel::Tavlo::Client

@@ -2,11 +2,13 @@
 #include "client/commands.h"
 #include "client/fields.h"
 #include "client/parsed_option.h"
-#include "client/print.h"
 #include "client/published_image.h"
 #include "client/shared_image.h"
 #include "client/text.h"
 
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -21,6 +23,7 @@ struct Answer
 {
     std::optional<Descriptor> descriptor;
     std::string failure;
+    std::string code; ///< the failure's HRESULT as text, when it has one
 
     bool IsThere() const noexcept { return descriptor || !failure.empty(); }
 };
@@ -29,9 +32,11 @@ Answer Ask(const std::wstring& name)
 {
     try {
         const Apartment apartment(COINIT_MULTITHREADED);
-        return {GeometryOf(*BindImage(name).get()), {}};
+        return {GeometryOf(*BindImage(name).get()), {}, {}};
+    } catch (const Failure& failure) {
+        return {{}, failure.what(), ResultText(failure.Result())};
     } catch (const std::exception& failure) {
-        return {{}, failure.what()};
+        return {{}, failure.what(), {}};
     }
 }
 
@@ -55,10 +60,20 @@ public:
     }
 
     /// The answers that come within this time.
-    std::vector<Answer> Answers(std::chrono::milliseconds patience)
+    std::vector<Answer> Answers(std::chrono::milliseconds patience, const PartsDone& answersCame)
     {
+        constexpr std::chrono::milliseconds glance(100);
+        const auto end = std::chrono::steady_clock::now() + patience;
         std::unique_lock lock(state_->mutex);
-        state_->came.wait_for(lock, patience, [&] { return state_->count == state_->answers.size(); });
+        const std::size_t all = state_->answers.size();
+        const auto areAllThere = [&] { return state_->count == all; };
+        while (all > 0) {
+            answersCame(static_cast<std::int64_t>(state_->count), static_cast<std::int64_t>(all));
+            const auto now = std::chrono::steady_clock::now();
+            if (areAllThere() || now >= end)
+                break;
+            state_->came.wait_until(lock, std::min(end, now + glance), areAllThere);
+        }
         return state_->answers;
     }
 
@@ -74,26 +89,47 @@ private:
     std::shared_ptr<State> state_;
 };
 
+constexpr const char* silence = "does not answer";
+
 std::string Line(const PublishedImage& image, const Answer& answer)
 {
     const std::string state = answer.descriptor ? std::to_string(answer.descriptor->width) + " x " +
                                                       std::to_string(answer.descriptor->height) + ", " +
                                                       PixelTypeText(answer.descriptor->Type())
                               : answer.IsThere() ? answer.failure
-                                                 : "does not answer";
+                                                 : silence;
     const std::string process =
         image.process == 0 ? "process unknown" : "process " + std::to_string(image.process);
     return Utf8(image.name) + ": " + state + ", " + process + "\n";
 }
 
-void List(std::chrono::seconds patience)
+Json Entry(const PublishedImage& image, const Answer& answer)
+{
+    Json entry = {{"name", Utf8(image.name)}, {"process", nullptr}, {"geometry", nullptr}};
+    if (image.process != 0)
+        entry["process"] = image.process;
+    if (answer.descriptor)
+        entry["geometry"] = JsonOf(*answer.descriptor);
+    entry["error"] = TextOrNull(answer.IsThere() ? answer.failure : silence);
+    entry["code"] = TextOrNull(answer.code);
+    return entry;
+}
+
+void List(std::chrono::seconds patience, const Console& console)
 {
     const std::vector<PublishedImage> images = PublishedImages();
-    const std::vector<Answer> answers = Questions(images).Answers(patience);
+    std::vector<Answer> answers;
+    {
+        Progress progress = console.ShowProgress();
+        answers = Questions(images).Answers(patience, progress.Of("asking"));
+    }
     std::string text;
-    for (std::size_t i = 0; i < images.size(); ++i)
+    Json entries = Json::array();
+    for (std::size_t i = 0; i < images.size(); ++i) {
         text += Line(images[i], answers[i]);
-    Print(text);
+        entries.push_back(Entry(images[i], answers[i]));
+    }
+    console.Result(text, {{"images", std::move(entries)}});
 }
 
 } // namespace
@@ -106,7 +142,7 @@ Action SetUpList(CLI::App& options)
         "How long to wait for processes that do not answer; 5 when left out",
         [](const std::string& text) { return ParseNumberFrom(0, "the patience", text); },
         [patience](std::int32_t seconds) { *patience = seconds; });
-    return [patience] { List(std::chrono::seconds(*patience)); };
+    return [patience](const Console& console) { List(std::chrono::seconds(*patience), console); };
 }
 
 } // namespace Mardu::Sentel::Tavlo::Client

@@ -1,5 +1,8 @@
 #include "client/apartment.h"
 #include "client/commands.h"
+#include "client/failure.h"
+#include "client/print.h"
+#include "client/terminal.h"
 #include "client/text.h"
 
 #include <windows.h>
@@ -7,6 +10,7 @@
 #include <fcntl.h>
 #include <io.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <span>
@@ -38,32 +42,42 @@ private:
     UINT before_;
 };
 
-ExitCode Run(const Action& action)
+ExitCode Fail(const std::exception& failure, HRESULT result, bool isJson)
+{
+    const std::string code = FAILED(result) ? ResultText(result) : std::string();
+    std::fputs(ErrorText(std::string("tavlo: ") + failure.what(), code, isJson).c_str(), stderr);
+    return Failed;
+}
+
+ExitCode Run(const Action& action, const Manner& manner)
 {
     try {
         // Where every image and accessor is at home.
         const Apartment apartment(COINIT_MULTITHREADED);
-        action();
+        action(Console(manner, Print, TerminalSink()));
         return Done;
+    } catch (const Failure& failure) {
+        return Fail(failure, failure.Result(), manner.isJson);
     } catch (const std::exception& failure) {
-        std::fprintf(stderr, "tavlo: %s\n", failure.what());
-        return Failed;
+        return Fail(failure, S_OK, manner.isJson);
     }
 }
 
 ExitCode Main(std::span<wchar_t*> arguments)
 {
     std::vector<std::string> texts;
-    for (const wchar_t* argument : arguments) {
-        if (!IsUnicode(argument)) {
-            std::fprintf(stderr, "tavlo: the argument '%s' is not Unicode\n", Utf8(argument).c_str());
-            return WrongUsage;
-        }
+    for (const wchar_t* argument : arguments)
         texts.push_back(Utf8(argument));
+    const auto wrong = std::ranges::find_if_not(arguments, IsUnicode);
+    if (wrong != arguments.end()) {
+        const std::string error = "tavlo: the argument '" + Utf8(*wrong) + "' is not Unicode";
+        std::fputs(ErrorText(error, {}, AsksForJson(texts)).c_str(), stderr);
+        return WrongUsage;
     }
-    const Invocation invocation = ReadCommandLine(texts, commands, TAVLO_VERSION);
+    const Invocation invocation =
+        ReadCommandLine(texts, {commands, programManual, TAVLO_VERSION}, TerminalWidth());
     if (invocation.action)
-        return Run(invocation.action);
+        return Run(invocation.action, invocation.manner);
     std::fputs(invocation.errors.c_str(), stderr);
     std::fputs(invocation.output.c_str(), stdout);
     return invocation.exitCode;

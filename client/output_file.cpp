@@ -31,6 +31,7 @@ void OutputFile::Write(std::span<const std::uint8_t> bytes)
         ThrowLastError(Purpose());
     if (written != bytes.size())
         ThrowError(ERROR_DISK_FULL, Purpose());
+    size_ += written;
 }
 
 void OutputFile::Commit()

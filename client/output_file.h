@@ -21,12 +21,16 @@ public:
     void Write(std::span<const std::uint8_t> bytes);
     void Commit();
 
+    /// Bytes written.
+    std::int64_t Size() const noexcept { return size_; }
+
 private:
     std::string Purpose() const;
 
     std::wstring path_;
     std::wstring temporary_; ///< empty once there is nothing to delete
     Handle file_;
+    std::int64_t size_ = 0;
 };
 
 } // namespace Mardu::Sentel::Tavlo::Client

@@ -1,22 +1,23 @@
 #include "client/commands.h"
 #include "client/failure.h"
 #include "client/fields.h"
+#include "client/image_options.h"
 #include "client/parsed_option.h"
 #include "client/pattern.h"
-#include "client/print.h"
-#include "client/published_image.h"
 #include "client/shared_image.h"
 #include "client/text.h"
 
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
 #include <map>
 #include <optional>
 
 namespace Mardu::Sentel::Tavlo::Client {
 namespace {
 
-struct PaintOptions
+struct PaintOptions : ImageOptions
 {
-    std::string name;
     Pattern pattern;
     std::optional<Rectangle> part;
 };
@@ -39,19 +40,31 @@ Rectangle PartOf(const Descriptor& descriptor, const std::optional<Rectangle>& w
     return part;
 }
 
-void PaintPublished(const PaintOptions& options)
+std::string NameOf(PatternKind kind)
 {
-    const tavlo::image image = BindImage(Wide(options.name));
-    const Descriptor descriptor = GeometryOf(*image.get());
+    return std::ranges::find(kinds, kind, [](const auto& known) { return known.second; })->first;
+}
+
+void PaintImage(const PaintOptions& options, const Console& console)
+{
+    const auto [image, descriptor] = Open(options, Tavlo_MultipleWriters);
     const std::optional<SampleType> type = SampleTypeOf(descriptor);
     if (!type)
         throw Failure(HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED), "paint the image",
                       PixelTypeText(descriptor.Type()) + " is no type of pixels");
     const Rectangle part = PartOf(descriptor, options.part);
     const Writer writer(image, descriptor, type->Size());
-    Paint(descriptor, *type, options.pattern, part, writer.Base());
+    {
+        Progress progress = console.ShowProgress();
+        Paint(descriptor, *type, options.pattern, part, writer.Base(), progress.Of("painting"));
+    }
     writer.Invalidate(part);
-    Print("painted " + RectangleText(part) + "\n");
+
+    Json object = JsonOf(static_cast<const ImageOptions&>(options));
+    object["geometry"] = JsonOf(descriptor);
+    object["pattern"] = NameOf(options.pattern.kind);
+    object["rectangle"] = JsonOf(part);
+    console.Note("painted " + RectangleText(part) + "\n", object);
 }
 
 } // namespace
@@ -59,10 +72,7 @@ void PaintPublished(const PaintOptions& options)
 Action SetUpPaint(CLI::App& options)
 {
     const auto target = std::make_shared<PaintOptions>();
-    options.add_option("NAME", target->name, "Name under which the image is published")
-        ->required()
-        ->type_name("")
-        ->check(ImageName());
+    AddImageOptions(options, target, Naming::ByNameOrSection);
     CLI::Option* const kind =
         options
             .add_option_function<std::string>(
@@ -89,6 +99,7 @@ Action SetUpPaint(CLI::App& options)
         [](const std::string& text) { return ParseNumberFrom(0, "the seed", text); },
         [target](std::int32_t seed) { target->pattern.seed = static_cast<std::uint32_t>(seed); });
     options.callback([=] {
+        Settle(*target, Naming::ByNameOrSection);
         if (!value->empty() && kind->empty())
             target->pattern.kind = PatternKind::Solid;
         const bool isSolid = target->pattern.kind == PatternKind::Solid;
@@ -97,7 +108,7 @@ Action SetUpPaint(CLI::App& options)
         if (!isSolid && !value->empty())
             throw CLI::ValidationError("--value", "goes with the pattern solid only");
     });
-    return [target] { PaintPublished(*target); };
+    return [target](const Console& console) { PaintImage(*target, console); };
 }
 
 } // namespace Mardu::Sentel::Tavlo::Client

@@ -173,7 +173,7 @@ private:
 
 template <typename T>
 void PaintNumbers(const Descriptor& descriptor, const SampleType& type, const Pattern& pattern,
-                  const Rectangle& part, std::uint8_t* base)
+                  const Rectangle& part, std::uint8_t* base, const PartsDone& rowsDone)
 {
     // All values are read before the first pixel changes.
     std::vector<Component<T>> components;
@@ -188,35 +188,37 @@ void PaintNumbers(const Descriptor& descriptor, const SampleType& type, const Pa
                 sample += sizeof value;
             }
         }
+        if (rowsDone)
+            rowsDone(y - part.top + 1, std::int64_t{part.bottom} - part.top);
     }
 }
 
 } // namespace
 
 void Paint(const Descriptor& descriptor, const SampleType& type, const Pattern& pattern,
-           const Rectangle& part, std::uint8_t* base)
+           const Rectangle& part, std::uint8_t* base, const PartsDone& rowsDone)
 {
     switch (type.number) {
     case Number::UInt8:
-        return PaintNumbers<std::uint8_t>(descriptor, type, pattern, part, base);
+        return PaintNumbers<std::uint8_t>(descriptor, type, pattern, part, base, rowsDone);
     case Number::UInt16:
-        return PaintNumbers<std::uint16_t>(descriptor, type, pattern, part, base);
+        return PaintNumbers<std::uint16_t>(descriptor, type, pattern, part, base, rowsDone);
     case Number::UInt32:
-        return PaintNumbers<std::uint32_t>(descriptor, type, pattern, part, base);
+        return PaintNumbers<std::uint32_t>(descriptor, type, pattern, part, base, rowsDone);
     case Number::UInt64:
-        return PaintNumbers<std::uint64_t>(descriptor, type, pattern, part, base);
+        return PaintNumbers<std::uint64_t>(descriptor, type, pattern, part, base, rowsDone);
     case Number::Int8:
-        return PaintNumbers<std::int8_t>(descriptor, type, pattern, part, base);
+        return PaintNumbers<std::int8_t>(descriptor, type, pattern, part, base, rowsDone);
     case Number::Int16:
-        return PaintNumbers<std::int16_t>(descriptor, type, pattern, part, base);
+        return PaintNumbers<std::int16_t>(descriptor, type, pattern, part, base, rowsDone);
     case Number::Int32:
-        return PaintNumbers<std::int32_t>(descriptor, type, pattern, part, base);
+        return PaintNumbers<std::int32_t>(descriptor, type, pattern, part, base, rowsDone);
     case Number::Int64:
-        return PaintNumbers<std::int64_t>(descriptor, type, pattern, part, base);
+        return PaintNumbers<std::int64_t>(descriptor, type, pattern, part, base, rowsDone);
     case Number::Float32:
-        return PaintNumbers<float>(descriptor, type, pattern, part, base);
+        return PaintNumbers<float>(descriptor, type, pattern, part, base, rowsDone);
     case Number::Float64:
-        return PaintNumbers<double>(descriptor, type, pattern, part, base);
+        return PaintNumbers<double>(descriptor, type, pattern, part, base, rowsDone);
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "client/descriptor.h"
+#include "client/progress.h"
 #include "client/rectangle.h"
 #include "client/sample_type.h"
 
@@ -32,6 +33,6 @@ struct Pattern
 /// Fills a part of an image whose memory starts at base. The part lies inside the image.
 /// std::invalid_argument says what is wrong with a solid value.
 void Paint(const Descriptor& descriptor, const SampleType& type, const Pattern& pattern,
-           const Rectangle& part, std::uint8_t* base);
+           const Rectangle& part, std::uint8_t* base, const PartsDone& rowsDone = {});
 
 } // namespace Mardu::Sentel::Tavlo::Client

@@ -154,29 +154,46 @@ void PictureFile::Describe(Encoding encoding, std::int32_t bits)
     descriptor_ = *geometry;
 }
 
-void PictureFile::CopyTo(std::span<std::uint8_t> memory) const
+void PictureFile::CopyTo(std::span<std::uint8_t> memory, const PartsDone& rowsDone) const
 {
     switch (conversion_) {
     case Conversion::None:
-        CopyAsTheyAre(*frame_.Get(), memory);
+        CopyAsTheyAre(*frame_.Get(), memory, rowsDone);
         break;
     case Conversion::Table:
-        CopyIndexed(memory);
+        CopyIndexed(memory, rowsDone);
         break;
     case Conversion::NarrowChannels:
-        CopyNarrowed(memory);
+        CopyNarrowed(memory, rowsDone);
         break;
     case Conversion::Imaging:
-        CopyConverted(memory);
+        CopyConverted(memory, rowsDone);
         break;
     }
 }
 
-void PictureFile::CopyAsTheyAre(IWICBitmapSource& source, std::span<std::uint8_t> memory) const
+void PictureFile::CopyAsTheyAre(IWICBitmapSource& source, std::span<std::uint8_t> memory,
+                                const PartsDone& rowsDone) const
 {
-    Check(source.CopyPixels(nullptr, static_cast<UINT>(descriptor_.strideY), static_cast<UINT>(memory.size()),
-                            memory.data()),
-          purpose_);
+    // In bands that take a moment, so that somebody may hear how far it is.
+    constexpr std::int32_t bandPixels = 1 << 20;
+    const std::int32_t band = std::max(bandPixels / descriptor_.width, 1);
+    const auto stride = static_cast<UINT>(descriptor_.strideY);
+    for (std::int32_t done = 0; done < descriptor_.height;) {
+        const std::int32_t rows = std::min(band, descriptor_.height - done);
+        const WICRect part{0, done, descriptor_.width, rows};
+        const std::span<std::uint8_t> rest =
+            memory.subspan(static_cast<std::size_t>(done) * static_cast<std::size_t>(stride));
+        Check(source.CopyPixels(&part, stride, static_cast<UINT>(rest.size()), rest.data()), purpose_);
+        done += rows;
+        TellRowsDone(rowsDone, done);
+    }
+}
+
+void PictureFile::TellRowsDone(const PartsDone& rowsDone, std::int32_t rows) const
+{
+    if (rowsDone)
+        rowsDone(rows, descriptor_.height);
 }
 
 std::span<std::uint8_t> PictureFile::RowOf(std::span<std::uint8_t> memory, std::int32_t y) const
@@ -186,7 +203,7 @@ std::span<std::uint8_t> PictureFile::RowOf(std::span<std::uint8_t> memory, std::
                           width * static_cast<std::size_t>(descriptor_.strideX));
 }
 
-void PictureFile::CopyIndexed(std::span<std::uint8_t> memory) const
+void PictureFile::CopyIndexed(std::span<std::uint8_t> memory, const PartsDone& rowsDone) const
 {
     const auto width = static_cast<std::size_t>(descriptor_.width);
     std::vector<std::uint8_t> packed((width * static_cast<std::size_t>(indexBits_) + 7) / 8);
@@ -196,10 +213,11 @@ void PictureFile::CopyIndexed(std::span<std::uint8_t> memory) const
         Check(frame_->CopyPixels(&row, packedBytes, packedBytes, packed.data()), purpose_);
         UnpackIndices(packed, indexBits_, table_, static_cast<std::size_t>(descriptor_.strideX),
                       RowOf(memory, y));
+        TellRowsDone(rowsDone, y + 1);
     }
 }
 
-void PictureFile::CopyNarrowed(std::span<std::uint8_t> memory) const
+void PictureFile::CopyNarrowed(std::span<std::uint8_t> memory, const PartsDone& rowsDone) const
 {
     std::vector<std::uint16_t> wide(RowOf(memory, 0).size());
     const auto wideBytes = static_cast<UINT>(wide.size() * sizeof wide[0]);
@@ -207,10 +225,11 @@ void PictureFile::CopyNarrowed(std::span<std::uint8_t> memory) const
         const WICRect row{0, y, descriptor_.width, 1};
         Check(frame_->CopyPixels(&row, wideBytes, wideBytes, reinterpret_cast<BYTE*>(wide.data())), purpose_);
         NarrowChannels(wide, RowOf(memory, y));
+        TellRowsDone(rowsDone, y + 1);
     }
 }
 
-void PictureFile::CopyConverted(std::span<std::uint8_t> memory) const
+void PictureFile::CopyConverted(std::span<std::uint8_t> memory, const PartsDone& rowsDone) const
 {
     // The one format that every format of colours can be converted to.
     ComPtr<IWICFormatConverter> converter;
@@ -219,7 +238,7 @@ void PictureFile::CopyConverted(std::span<std::uint8_t> memory) const
                                 0, WICBitmapPaletteTypeCustom),
           purpose_);
     if (descriptor_.encoding == Encoding::BGRA) {
-        CopyAsTheyAre(*converter.Get(), memory);
+        CopyAsTheyAre(*converter.Get(), memory, rowsDone);
         return;
     }
     std::vector<std::uint8_t> withAlpha(static_cast<std::size_t>(descriptor_.width) * 4);
@@ -228,6 +247,7 @@ void PictureFile::CopyConverted(std::span<std::uint8_t> memory) const
         const WICRect row{0, y, descriptor_.width, 1};
         Check(converter->CopyPixels(&row, bytes, bytes, withAlpha.data()), purpose_);
         CopyRow({descriptor_.width, 1, 24, Encoding::BGR, 0, 4, 0}, withAlpha.data(), 0, RowOf(memory, y));
+        TellRowsDone(rowsDone, y + 1);
     }
 }
 

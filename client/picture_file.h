@@ -1,6 +1,7 @@
 #pragma once
 
 #include "client/descriptor.h"
+#include "client/progress.h"
 #include "client/rows.h"
 
 #include <windows.h>
@@ -35,17 +36,19 @@ public:
     const Descriptor& Geometry() const noexcept { return descriptor_; }
 
     /// Decodes the picture into an image's memory, which has the geometry above.
-    void CopyTo(std::span<std::uint8_t> memory) const;
+    void CopyTo(std::span<std::uint8_t> memory, const PartsDone& rowsDone = {}) const;
 
 private:
     void ChooseEncoding(const GUID& format);
     void ChooseEncodingOfPalette(UINT indexBits);
     void Describe(Encoding encoding, std::int32_t bits);
-    void CopyAsTheyAre(IWICBitmapSource& source, std::span<std::uint8_t> memory) const;
+    void CopyAsTheyAre(IWICBitmapSource& source, std::span<std::uint8_t> memory,
+                       const PartsDone& rowsDone) const;
     std::span<std::uint8_t> RowOf(std::span<std::uint8_t> memory, std::int32_t y) const;
-    void CopyConverted(std::span<std::uint8_t> memory) const;
-    void CopyIndexed(std::span<std::uint8_t> memory) const;
-    void CopyNarrowed(std::span<std::uint8_t> memory) const;
+    void CopyConverted(std::span<std::uint8_t> memory, const PartsDone& rowsDone) const;
+    void CopyIndexed(std::span<std::uint8_t> memory, const PartsDone& rowsDone) const;
+    void CopyNarrowed(std::span<std::uint8_t> memory, const PartsDone& rowsDone) const;
+    void TellRowsDone(const PartsDone& rowsDone, std::int32_t rows) const;
 
     std::string purpose_; ///< what failures say could not be done
     Microsoft::WRL::ComPtr<IWICImagingFactory> imaging_;

@@ -2,6 +2,7 @@
 
 #include "client/rows.h"
 
+#include <nlohmann/json.hpp>
 #include <png.h>
 
 #include <bit>
@@ -94,6 +95,11 @@ std::optional<PngFormat> PngFormatOf(const PixelType& type) noexcept
     }
 }
 
+Json JsonOf(const std::string& path, const PngFormat& format, std::int64_t size)
+{
+    return {{"path", path}, {"size", size}, {"depth", format.depth}, {"channels", format.channels}};
+}
+
 std::string WhyNotPng(const PixelType& type)
 {
     std::string reason =
@@ -104,7 +110,7 @@ std::string WhyNotPng(const PixelType& type)
 }
 
 void WritePng(const Descriptor& descriptor, const PngFormat& format, const std::uint8_t* base,
-              const Sink& sink, const std::function<void(std::int32_t)>& rowsDone)
+              const Sink& sink, const PartsDone& rowsDone)
 {
     const Writer writer(sink);
     constexpr auto unlimited = static_cast<png_uint_32>(std::numeric_limits<std::int32_t>::max());
@@ -123,7 +129,7 @@ void WritePng(const Descriptor& descriptor, const PngFormat& format, const std::
         CopyRow(descriptor, base, y, row);
         png_write_row(writer.Png(), row.data());
         if (rowsDone)
-            rowsDone(y + 1);
+            rowsDone(y + 1, descriptor.height);
     }
     png_write_end(writer.Png(), nullptr);
 }

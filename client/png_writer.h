@@ -1,6 +1,8 @@
 #pragma once
 
 #include "client/descriptor.h"
+#include "client/json.h"
+#include "client/progress.h"
 
 #include <cstdint>
 #include <functional>
@@ -21,6 +23,9 @@ struct PngFormat
 
 std::optional<PngFormat> PngFormatOf(const PixelType& type) noexcept;
 
+/// A file of this format: its path, bytes, and the bits and channels of its pixels.
+Json JsonOf(const std::string& path, const PngFormat& format, std::int64_t size);
+
 /// What users are told when PngFormatOf gives nothing.
 std::string WhyNotPng(const PixelType& type);
 
@@ -28,7 +33,6 @@ std::string WhyNotPng(const PixelType& type);
 /// rowsDone how many rows that were. Whatever sink and rowsDone throw comes out
 /// unchanged; std::runtime_error for failures of the format.
 void WritePng(const Descriptor& descriptor, const PngFormat& format, const std::uint8_t* base,
-              const std::function<void(std::span<const std::uint8_t>)>& sink,
-              const std::function<void(std::int32_t)>& rowsDone = {});
+              const std::function<void(std::span<const std::uint8_t>)>& sink, const PartsDone& rowsDone = {});
 
 } // namespace Mardu::Sentel::Tavlo::Client

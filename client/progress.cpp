@@ -37,4 +37,10 @@ void Progress::Report(std::string_view task, std::int64_t done, std::int64_t tot
     shown_ = std::move(line);
 }
 
+PartsDone Progress::Of(std::string task)
+{
+    return
+        [this, task = std::move(task)](std::int64_t done, std::int64_t total) { Report(task, done, total); };
+}
+
 } // namespace Mardu::Sentel::Tavlo::Client

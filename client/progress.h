@@ -9,6 +9,10 @@
 
 namespace Mardu::Sentel::Tavlo::Client {
 
+/// Is told how many of all parts of some work are done; total is at least 1. Empty where nobody
+/// wants to know.
+using PartsDone = std::function<void(std::int64_t done, std::int64_t total)>;
+
 /// A line on a terminal that says how far long work is, as long as the work lasts. Work
 /// that is done within half a second shows nothing.
 class Progress
@@ -26,6 +30,9 @@ public:
 
     /// done of total parts of the task are done; total is at least 1.
     void Report(std::string_view task, std::int64_t done, std::int64_t total);
+
+    /// Reports a task, as long as this object lives.
+    PartsDone Of(std::string task);
 
 private:
     Sink sink_;

@@ -2,13 +2,15 @@
 #include "client/end_of_input.h"
 #include "client/failure.h"
 #include "client/handle.h"
+#include "client/image_options.h"
 #include "client/picture_file.h"
-#include "client/print.h"
+#include "client/picture_options.h"
 #include "client/published_image.h"
 #include "client/shared_image.h"
 #include "client/text.h"
 
 #include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
 
 #include <map>
 #include <optional>
@@ -47,47 +49,65 @@ std::string Argument(const std::string& name)
 /// A read-only image grants no write access to anybody: another image over the same
 /// section takes the pixels in first.
 tavlo::image PublishSection(const PictureFile& picture, const std::wstring& name, TavloAccess access,
-                            Handle& section)
+                            Handle& section, const PartsDone& rowsRead)
 {
     const Descriptor& geometry = picture.Geometry();
     section = CreateSection(name, ImageSize(geometry));
     const TavloAccess filling = access == Tavlo_ReadOnly ? Tavlo_SingleWriter : access;
     const tavlo::image image = Adopt(name, geometry, filling);
-    Fill(image, picture);
+    Fill(image, picture, rowsRead);
     return access == filling ? image : Adopt(name, geometry, access);
 }
 
 /// An image whose section nobody needs to know: whoever binds to it gets accessors. The
 /// read-only one is a copy.
-tavlo::image PublishNameless(const PictureFile& picture, TavloAccess access)
+tavlo::image PublishNameless(const PictureFile& picture, TavloAccess access, const PartsDone& rowsRead)
 {
     const tavlo::image image =
         Create(picture.Geometry(), access == Tavlo_ReadOnly ? Tavlo_SingleWriter : access);
-    Fill(image, picture);
+    Fill(image, picture, rowsRead);
     if (access != Tavlo_ReadOnly)
         return image;
     return Attempt("make the image read-only", [&] { return image.clone(Tavlo_ReadOnly); });
 }
 
-void Publish(const PublishOptions& options)
+tavlo::image MakeImage(const PublishOptions& options, const PictureFile& picture, Handle& section,
+                       const Console& console)
+{
+    Progress progress = console.ShowProgress();
+    const PartsDone rowsRead = progress.Of("reading");
+    return options.section.empty()
+               ? PublishNameless(picture, options.access, rowsRead)
+               : PublishSection(picture, Wide(options.section), options.access, section, rowsRead);
+}
+
+/// The options by which the other commands take the image, a line for each way.
+void PrintWays(const PublishOptions& options, const Descriptor& geometry, const Console& console)
+{
+    std::string lines;
+    if (!options.section.empty())
+        lines +=
+            "--section " + Argument(options.section) + " --descriptor " + DescriptorText(geometry) + "\n";
+    if (!options.name.empty())
+        lines += "--name " + Argument(options.name) + "\n";
+    console.Result(lines, {{"name", TextOrNull(options.name)},
+                           {"section", TextOrNull(options.section)},
+                           {"descriptor", DescriptorText(geometry)},
+                           {"geometry", JsonOf(geometry)},
+                           {"process", GetCurrentProcessId()}});
+}
+
+void Publish(const PublishOptions& options, const Console& console)
 {
     const PictureFile picture(Wide(options.picture));
     Handle section;
-    const tavlo::image image = options.section.empty()
-                                   ? PublishNameless(picture, options.access)
-                                   : PublishSection(picture, Wide(options.section), options.access, section);
+    const tavlo::image image = MakeImage(options, picture, section, console);
     std::optional<Publication> publication;
     if (!options.name.empty())
         publication.emplace(*image.get(), Wide(options.name));
 
     const EndOfInput end;
-    std::string lines;
-    if (section)
-        lines += "--section " + Argument(options.section) + " --descriptor " +
-                 DescriptorText(picture.Geometry()) + "\n";
-    if (publication)
-        lines += "--name " + Argument(options.name) + "\n";
-    Print(lines);
+    PrintWays(options, picture.Geometry(), console);
     end.Wait();
 }
 
@@ -96,9 +116,7 @@ void Publish(const PublishOptions& options)
 Action SetUpPublish(CLI::App& options)
 {
     const auto target = std::make_shared<PublishOptions>();
-    options.add_option("PICTURE", target->picture, "A PNG, BMP, JPEG or TIFF file")
-        ->required()
-        ->type_name("");
+    AddPicture(options, "PICTURE", target->picture);
     options
         .add_option("--name", target->name,
                     "Name by which other processes bind to the image; 'list' shows it")
@@ -107,7 +125,7 @@ Action SetUpPublish(CLI::App& options)
     options
         .add_option("--section", target->section,
                     "Name of the section to create for the image's bytes; needed when there is no --name")
-        ->type_name("NAME")
+        ->type_name("SECTION")
         ->check(SectionName());
     options.callback([target] {
         if (target->name.empty() && target->section.empty())
@@ -126,7 +144,7 @@ Action SetUpPublish(CLI::App& options)
             "or multiple-writers")
         ->check(CLI::IsMember(accesses).description(""))
         ->type_name("ACCESS");
-    return [target] { Publish(*target); };
+    return [target](const Console& console) { Publish(*target, console); };
 }
 
 } // namespace Mardu::Sentel::Tavlo::Client

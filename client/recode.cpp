@@ -4,17 +4,18 @@
 #include "client/output_file.h"
 #include "client/parsed_option.h"
 #include "client/picture_file.h"
+#include "client/picture_options.h"
 #include "client/png_writer.h"
-#include "client/progress.h"
 #include "client/recode_arguments.h"
 #include "client/rectangle.h"
 #include "client/shared_image.h"
-#include "client/terminal.h"
 #include "client/text.h"
 
 #include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <functional>
 #include <optional>
@@ -26,7 +27,7 @@ namespace {
 struct RecodeOptions
 {
     std::string picture;
-    std::string result;
+    std::string out;
     std::optional<PixelType> type;
     std::optional<double> contrast;
     std::optional<double> brightness;
@@ -48,11 +49,11 @@ struct Picture
 };
 
 /// Leaves the file closed, so that the result may replace it.
-Picture Load(const std::string& path)
+Picture Load(const std::string& path, const PartsDone& rowsRead)
 {
     const PictureFile file(Wide(path));
     Picture picture{file.Geometry(), Create(file.Geometry(), Tavlo_SingleWriter)};
-    Fill(picture.image, file);
+    Fill(picture.image, file, rowsRead);
     return picture;
 }
 
@@ -139,7 +140,7 @@ Converter ConverterFor(const RecodeOptions& options, const Descriptor& source, c
 
 /// Converts part of the source, band by band, into the whole target.
 void Convert(const Converter& convert, const Picture& source, const tavlo::rect& part, const Picture& target,
-             std::string_view purpose, Progress& progress)
+             std::string_view purpose, const PartsDone& rowsDone)
 {
     // A band takes a moment, and is large enough for a table of its own not to count.
     constexpr std::int32_t bandPixels = 1 << 20;
@@ -149,36 +150,56 @@ void Convert(const Converter& convert, const Picture& source, const tavlo::rect&
     const auto to = Attempt("write the image", [&] { return target.image.write(); });
     const std::int32_t height = target.geometry.height;
     for (std::int32_t done = 0; done < height;) {
-        progress.Report("recoding", done, height);
         const std::int32_t next = done + std::min(band, height - done);
         const tavlo::rect rows = {part.left, part.top + done, part.right, part.top + next};
         Attempt(purpose, [&] { convert(from, to, {.from = rows, .to = {0, done}}); });
         done = next;
+        rowsDone(done, height);
     }
     Attempt("report the image's change", [&] { to.invalidate(); });
 }
 
-void Recode(const RecodeOptions& options)
+/// Which conversion that is, in a word.
+const char* ConversionOf(const RecodeOptions& options)
 {
-    Progress progress(TerminalSink());
+    return options.NeedsToneCurve() ? "tone" : options.isCast ? "cast" : "recode";
+}
+
+Json Recoded(const RecodeOptions& options, const Console& console)
+{
+    Progress progress = console.ShowProgress();
     if (options.type)
         FormatFor(options, *options.type);
-    const Picture source = Load(options.picture);
+    const Picture source = Load(options.picture, progress.Of("reading"));
 
     const PixelType type = ResultType(options, source.geometry.Type());
     const PngFormat format = FormatFor(options, type);
     const tavlo::rect part = PartOf(options, source.geometry);
     const Descriptor geometry = ResultGeometry(options, part, type);
     const Converter converter = ConverterFor(options, source.geometry, geometry);
-    OutputFile file(Wide(options.result));
+    OutputFile file(Wide(options.out));
     const Picture target{geometry, Create(geometry, Tavlo_SingleWriter)};
-    Convert(converter, source, part, target, options.Purpose(), progress);
+    Convert(converter, source, part, target, options.Purpose(), progress.Of("recoding"));
 
     const Reader reader(target.image, geometry, static_cast<std::int64_t>(format.Sample()));
     WritePng(
-        geometry, format, reader.Base(), [&](auto bytes) { file.Write(bytes); },
-        [&](std::int32_t rows) { progress.Report("writing", rows, geometry.height); });
+        geometry, format, reader.Base(), [&](auto bytes) { file.Write(bytes); }, progress.Of("writing"));
     file.Commit();
+    return {{"in", options.picture},
+            {"source", JsonOf(source.geometry)},
+            {"rectangle", JsonOf(Rectangle{part.left, part.top, part.right, part.bottom})},
+            {"conversion", ConversionOf(options)},
+            {"geometry", JsonOf(geometry)},
+            {"out", JsonOf(options.out, format, file.Size())}};
+}
+
+void Recode(const RecodeOptions& options, const Console& console)
+{
+    const auto start = std::chrono::steady_clock::now();
+    Json object = Recoded(options, console);
+    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
+    object["seconds"] = seconds.count();
+    console.Result({}, object);
 }
 
 double FiniteNumber(const std::string& text)
@@ -194,8 +215,8 @@ double FiniteNumber(const std::string& text)
 Action SetUpRecode(CLI::App& options)
 {
     const auto target = std::make_shared<RecodeOptions>();
-    options.add_option("IN", target->picture, "A PNG, BMP, JPEG or TIFF file")->required()->type_name("");
-    AddPngOption(options, target->result);
+    AddPicture(options, "IN", target->picture);
+    AddOut(options, target->out);
     AddParsed(options, "--to", "ENCODING,BITS", "Type of the result's pixels; the picture's when left out",
               ParsePixelType, [target](const PixelType& type) { target->type = type; });
     AddParsed(options, "--rect", "L,T,R,B", "Part of the picture to take; right and bottom are exclusive",
@@ -219,7 +240,8 @@ Action SetUpRecode(CLI::App& options)
         ParseControlPoint, addColor)
         ->expected(1, CLI::detail::expected_max_vector_size)
         ->excludes(cast);
-    return [target] { Recode(*target); };
+    options.callback([target] { RequirePng(target->out); });
+    return [target](const Console& console) { Recode(*target, console); };
 }
 
 } // namespace Mardu::Sentel::Tavlo::Client

@@ -1,7 +1,7 @@
 #include "client/commands.h"
 #include "client/common_library.h"
 #include "client/failure.h"
-#include "client/print.h"
+#include "client/registration_step.h"
 #include "client/text.h"
 #include "client/user_classes.h"
 
@@ -25,13 +25,13 @@ struct RegistrationOptions
 struct SelfRegistering
 {
     const wchar_t* file;
-    const char* what;
+    const Registrable& what;
 };
 
-constexpr SelfRegistering component = {L"Tavlo.dll", "the component"};
+constexpr SelfRegistering componentDll = {L"Tavlo.dll", component};
 // Its interfaces are the component's too, whose type library claims some of them: the last
 // to register serves them.
-constexpr SelfRegistering proxies = {L"TavloPS.dll", "its proxies"};
+constexpr SelfRegistering proxiesDll = {L"TavloPS.dll", proxies};
 
 struct LibraryFreer
 {
@@ -58,40 +58,42 @@ std::wstring FullFolder(const std::string& folder)
 /// Nothing is changed where something is missing.
 void RequireFiles(const std::wstring& folder)
 {
-    for (const wchar_t* file : {component.file, proxies.file, commonLibraryFile}) {
+    for (const wchar_t* file : {componentDll.file, proxiesDll.file, commonLibraryFile}) {
         if (GetFileAttributesW((folder + file).c_str()) == INVALID_FILE_ATTRIBUTES)
             ThrowLastError("find '" + Utf8(folder + file) + "'");
     }
 }
 
-/// Calls the DLL's own function, "DllRegisterServer" or "DllUnregisterServer".
-void Run(const SelfRegistering& dll, const std::wstring& folder, const char* function,
-         const std::string& verb, bool isForUser)
+/// Calls the DLL's own function.
+void Run(const SelfRegistering& dll, const std::wstring& folder, StepResult result, bool isForUser,
+         const Console& console)
 {
+    const bool isRegistration = result == StepResult::Registered;
     const std::wstring path = folder + dll.file;
-    const std::string step = std::string(dll.what) + " '" + Utf8(path) + "'";
+    const std::string purpose =
+        (isRegistration ? "register " : "unregister ") + std::string(dll.what.text) + " '" + Utf8(path) + "'";
     const Library library(LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
     if (!library)
-        ThrowLastError(verb + " " + step);
-    const auto call = reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(
-        reinterpret_cast<void*>(GetProcAddress(library.get(), function)));
+        ThrowLastError(purpose);
+    const auto call = reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(reinterpret_cast<void*>(
+        GetProcAddress(library.get(), isRegistration ? "DllRegisterServer" : "DllUnregisterServer")));
     if (call == nullptr)
-        ThrowLastError(verb + " " + step);
+        ThrowLastError(purpose);
 
     {
         const std::optional<UserClasses> redirection = RedirectFor(isForUser);
-        CheckRegistration(call(), verb + " " + step, isForUser);
+        CheckRegistration(call(), purpose, isForUser);
     }
-    Print(verb + "ed " + step + ForWhom(isForUser) + "\n");
+    TellStep(console, result, dll.what, Utf8(path), isForUser);
 }
 
-void Register(const RegistrationOptions& options)
+void Register(const RegistrationOptions& options, const Console& console)
 {
     const std::wstring folder = FullFolder(options.folder);
     RequireFiles(folder);
-    Run(component, folder, "DllRegisterServer", "register", options.isForUser);
-    Run(proxies, folder, "DllRegisterServer", "register", options.isForUser);
-    RegisterCommonLibrary(folder + commonLibraryFile, options.isForUser);
+    for (const SelfRegistering& dll : {componentDll, proxiesDll})
+        Run(dll, folder, StepResult::Registered, options.isForUser, console);
+    RegisterCommonLibrary(folder + commonLibraryFile, options.isForUser, console);
 }
 
 bool IsComponentRegistered(bool isForUser)
@@ -102,17 +104,17 @@ bool IsComponentRegistered(bool isForUser)
 }
 
 /// The other way round.
-void Unregister(const RegistrationOptions& options)
+void Unregister(const RegistrationOptions& options, const Console& console)
 {
     const std::wstring folder = FullFolder(options.folder);
     RequireFiles(folder);
-    UnregisterCommonLibrary(folder + commonLibraryFile, options.isForUser);
+    UnregisterCommonLibrary(folder + commonLibraryFile, options.isForUser, console);
     if (!IsComponentRegistered(options.isForUser)) {
-        Print("the component is not registered" + ForWhom(options.isForUser) + "\n");
+        TellStep(console, StepResult::NotRegistered, component, {}, options.isForUser);
         return;
     }
-    Run(proxies, folder, "DllUnregisterServer", "unregister", options.isForUser);
-    Run(component, folder, "DllUnregisterServer", "unregister", options.isForUser);
+    for (const SelfRegistering& dll : {proxiesDll, componentDll})
+        Run(dll, folder, StepResult::Unregistered, options.isForUser, console);
 }
 
 std::shared_ptr<RegistrationOptions> AddOptions(CLI::App& options)
@@ -131,12 +133,12 @@ std::shared_ptr<RegistrationOptions> AddOptions(CLI::App& options)
 
 Action SetUpRegister(CLI::App& options)
 {
-    return [target = AddOptions(options)] { Register(*target); };
+    return [target = AddOptions(options)](const Console& console) { Register(*target, console); };
 }
 
 Action SetUpUnregister(CLI::App& options)
 {
-    return [target = AddOptions(options)] { Unregister(*target); };
+    return [target = AddOptions(options)](const Console& console) { Unregister(*target, console); };
 }
 
 } // namespace Mardu::Sentel::Tavlo::Client

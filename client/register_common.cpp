@@ -14,13 +14,13 @@ struct CommonOptions
     bool isRemoval = false;
 };
 
-void RegisterCommon(const CommonOptions& options)
+void RegisterCommon(const CommonOptions& options, const Console& console)
 {
     const std::wstring file = options.file.empty() ? ProgramFolder() + commonLibraryFile : Wide(options.file);
     if (options.isRemoval)
-        UnregisterCommonLibrary(file, options.isForUser);
+        UnregisterCommonLibrary(file, options.isForUser, console);
     else
-        RegisterCommonLibrary(file, options.isForUser);
+        RegisterCommonLibrary(file, options.isForUser, console);
 }
 
 } // namespace
@@ -32,7 +32,7 @@ Action SetUpRegisterCommon(CLI::App& options)
                        "The library; SentelCommon.tlb beside this program when left out");
     options.add_flag("--user", target->isForUser, "For this user only, which needs no administrator rights");
     options.add_flag("--unregister", target->isRemoval, "Remove the registration");
-    return [target] { RegisterCommon(*target); };
+    return [target](const Console& console) { RegisterCommon(*target, console); };
 }
 
 } // namespace Mardu::Sentel::Tavlo::Client

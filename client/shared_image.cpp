@@ -1,7 +1,7 @@
 #include "client/shared_image.h"
 
-#include "client/commands.h"
 #include "client/failure.h"
+#include "client/image_options.h"
 #include "client/picture_file.h"
 #include "client/published_image.h"
 #include "client/text.h"
@@ -92,20 +92,23 @@ Descriptor GeometryOf(ITavlo2& image)
     });
 }
 
-OpenedImage Open(const ImageOptions& options)
+OpenedImage Open(const ImageOptions& options, TavloAccess access)
 {
-    if (options.name.empty())
-        return {Adopt(Wide(options.section), options.descriptor, Tavlo_ReadOnly), options.descriptor};
+    if (options.name.empty()) {
+        const Descriptor& geometry = options.descriptor.value();
+        return {Adopt(Wide(options.section), geometry, access), geometry};
+    }
     tavlo::image image = BindImage(Wide(options.name));
     const Descriptor descriptor = GeometryOf(*image.get());
     return {std::move(image), descriptor};
 }
 
-void Fill(const tavlo::image& image, const PictureFile& picture)
+void Fill(const tavlo::image& image, const PictureFile& picture, const PartsDone& rowsDone)
 {
     const auto access = Attempt("write the image", [&] { return image.write(); });
     picture.CopyTo(
-        {static_cast<std::uint8_t*>(access.base()), static_cast<std::size_t>(ImageSize(picture.Geometry()))});
+        {static_cast<std::uint8_t*>(access.base()), static_cast<std::size_t>(ImageSize(picture.Geometry()))},
+        rowsDone);
     Attempt("report the image's change", [&] { access.invalidate(); });
 }
 

@@ -2,6 +2,7 @@
 
 #include "client/component.h"
 #include "client/descriptor.h"
+#include "client/progress.h"
 #include "client/rectangle.h"
 
 #include <cstdint>
@@ -31,11 +32,12 @@ struct OpenedImage
     Descriptor descriptor;
 };
 
-/// The image that the user names.
-OpenedImage Open(const ImageOptions& options);
+/// The image that the user names. access is for a section, which nobody else has opened as an
+/// image yet; a published image has its own.
+OpenedImage Open(const ImageOptions& options, TavloAccess access = Tavlo_ReadOnly);
 
 /// Decodes a picture into an image of the picture's geometry.
-void Fill(const tavlo::image& image, const PictureFile& picture);
+void Fill(const tavlo::image& image, const PictureFile& picture, const PartsDone& rowsDone = {});
 
 /// Read access to an image of which every sample is known to lie in its section.
 class Reader

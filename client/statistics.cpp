@@ -5,6 +5,7 @@
 #include <cmath>
 #include <concepts>
 #include <cstring>
+#include <iterator>
 #include <type_traits>
 
 namespace Mardu::Sentel::Tavlo::Client {
@@ -15,7 +16,8 @@ using Widest = std::conditional_t<std::floating_point<T>, double,
                                   std::conditional_t<std::unsigned_integral<T>, std::uint64_t, std::int64_t>>;
 
 template <typename T>
-ComponentStatistics StatisticsOfComponent(const Descriptor& descriptor, const std::uint8_t* first)
+ComponentStatistics StatisticsOfComponent(const Descriptor& descriptor, const std::uint8_t* first,
+                                          const std::function<void(std::int64_t)>& rowsDone)
 {
     ComponentStatistics result;
     T minimum{};
@@ -37,6 +39,7 @@ ComponentStatistics StatisticsOfComponent(const Descriptor& descriptor, const st
             sum += static_cast<long double>(sample);
             ++result.count;
         }
+        rowsDone(y + 1);
     }
     result.minimum = static_cast<Widest<T>>(minimum);
     result.maximum = static_cast<Widest<T>>(maximum);
@@ -47,12 +50,17 @@ ComponentStatistics StatisticsOfComponent(const Descriptor& descriptor, const st
 
 template <typename T>
 std::vector<ComponentStatistics> StatisticsOfAll(const Descriptor& descriptor, const SampleType& type,
-                                                 const std::uint8_t* base)
+                                                 const std::uint8_t* base, const PartsDone& rowsDone)
 {
     std::vector<ComponentStatistics> all;
     const std::uint8_t* first = base + descriptor.offset;
+    const std::int64_t rows = std::int64_t{descriptor.height} * std::ssize(type.components);
     for (const std::string_view name : type.components) {
-        all.push_back(StatisticsOfComponent<T>(descriptor, first));
+        const std::int64_t before = descriptor.height * std::ssize(all);
+        all.push_back(StatisticsOfComponent<T>(descriptor, first, [&](std::int64_t done) {
+            if (rowsDone)
+                rowsDone(before + done, rows);
+        }));
         all.back().name = name;
         first += sizeof(T);
     }
@@ -62,29 +70,29 @@ std::vector<ComponentStatistics> StatisticsOfAll(const Descriptor& descriptor, c
 } // namespace
 
 std::vector<ComponentStatistics> StatisticsOf(const Descriptor& descriptor, const SampleType& type,
-                                              const std::uint8_t* base)
+                                              const std::uint8_t* base, const PartsDone& rowsDone)
 {
     switch (type.number) {
     case Number::UInt8:
-        return StatisticsOfAll<std::uint8_t>(descriptor, type, base);
+        return StatisticsOfAll<std::uint8_t>(descriptor, type, base, rowsDone);
     case Number::UInt16:
-        return StatisticsOfAll<std::uint16_t>(descriptor, type, base);
+        return StatisticsOfAll<std::uint16_t>(descriptor, type, base, rowsDone);
     case Number::UInt32:
-        return StatisticsOfAll<std::uint32_t>(descriptor, type, base);
+        return StatisticsOfAll<std::uint32_t>(descriptor, type, base, rowsDone);
     case Number::UInt64:
-        return StatisticsOfAll<std::uint64_t>(descriptor, type, base);
+        return StatisticsOfAll<std::uint64_t>(descriptor, type, base, rowsDone);
     case Number::Int8:
-        return StatisticsOfAll<std::int8_t>(descriptor, type, base);
+        return StatisticsOfAll<std::int8_t>(descriptor, type, base, rowsDone);
     case Number::Int16:
-        return StatisticsOfAll<std::int16_t>(descriptor, type, base);
+        return StatisticsOfAll<std::int16_t>(descriptor, type, base, rowsDone);
     case Number::Int32:
-        return StatisticsOfAll<std::int32_t>(descriptor, type, base);
+        return StatisticsOfAll<std::int32_t>(descriptor, type, base, rowsDone);
     case Number::Int64:
-        return StatisticsOfAll<std::int64_t>(descriptor, type, base);
+        return StatisticsOfAll<std::int64_t>(descriptor, type, base, rowsDone);
     case Number::Float32:
-        return StatisticsOfAll<float>(descriptor, type, base);
+        return StatisticsOfAll<float>(descriptor, type, base, rowsDone);
     case Number::Float64:
-        return StatisticsOfAll<double>(descriptor, type, base);
+        return StatisticsOfAll<double>(descriptor, type, base, rowsDone);
     }
     return {};
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "client/progress.h"
 #include "client/sample_type.h"
 
 #include <cstdint>
@@ -24,9 +25,10 @@ struct ComponentStatistics
     double mean = 0;
 };
 
-/// One entry for every component of the image whose memory starts at base.
+/// One entry for every component of the image whose memory starts at base. rowsDone counts
+/// the rows of every component.
 std::vector<ComponentStatistics> StatisticsOf(const Descriptor& descriptor, const SampleType& type,
-                                              const std::uint8_t* base);
+                                              const std::uint8_t* base, const PartsDone& rowsDone = {});
 
 /// The value as users read it: integers in full, floats with as many digits as tell
 /// them from their neighbours.

@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <algorithm>
+
 namespace Mardu::Sentel::Tavlo::Client {
 
 Progress::Sink TerminalSink()
@@ -16,6 +18,17 @@ Progress::Sink TerminalSink()
         DWORD written = 0;
         WriteFile(errors, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
     };
+}
+
+int TerminalWidth()
+{
+    constexpr int usual = 80;
+    constexpr int least = 40;
+    CONSOLE_SCREEN_BUFFER_INFO screen;
+    if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &screen))
+        return usual;
+    // A full line would break of itself.
+    return std::max(screen.srWindow.Right - screen.srWindow.Left, least);
 }
 
 } // namespace Mardu::Sentel::Tavlo::Client

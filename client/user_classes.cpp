@@ -62,9 +62,4 @@ void CheckRegistration(HRESULT result, std::string_view what, bool isForUser)
     Check(result, what);
 }
 
-std::string ForWhom(bool isForUser)
-{
-    return isForUser ? " for this user" : " for all users";
-}
-
 } // namespace Mardu::Sentel::Tavlo::Client

@@ -32,7 +32,4 @@ bool IsClassesKey(const std::wstring& key, bool isForUser);
 /// Like Check, with advice where rights are missing.
 void CheckRegistration(HRESULT result, std::string_view what, bool isForUser);
 
-/// " for this user" or " for all users".
-std::string ForWhom(bool isForUser);
-
 } // namespace Mardu::Sentel::Tavlo::Client

@@ -2,29 +2,41 @@
 #include "client/end_of_input.h"
 #include "client/failure.h"
 #include "client/fields.h"
+#include "client/image_options.h"
 #include "client/parsed_option.h"
-#include "client/print.h"
 #include "client/published_image.h"
 #include "client/shared_image.h"
 #include "client/text.h"
 #include "client/update_queue.h"
+
+#include <nlohmann/json.hpp>
 
 #include <limits>
 
 namespace Mardu::Sentel::Tavlo::Client {
 namespace {
 
-struct WatchOptions
+struct WatchOptions : ImageOptions
 {
-    std::string name;
     std::int32_t count = std::numeric_limits<std::int32_t>::max();
     bool isMerged = false;
 };
 
 /// What a user sees of one update.
-void PrintUpdate(const Rectangle& dirty)
+void PrintUpdate(const Rectangle& dirty, std::int32_t number, const Console& console)
 {
-    Print(RectangleText(dirty) + "\n");
+    console.Result(RectangleText(dirty) + "\n",
+                   {{"event", "update"}, {"number", number}, {"rectangle", JsonOf(dirty)}});
+}
+
+void PrintStart(const std::string& name, DWORD process, const Descriptor& geometry, const Console& console)
+{
+    console.Note("watching " + name + ": " + std::to_string(geometry.width) + " x " +
+                     std::to_string(geometry.height) + ", " + PixelTypeText(geometry.Type()) + "\n",
+                 {{"event", "watching"},
+                  {"name", name},
+                  {"process", process == 0 ? Json(nullptr) : Json(process)},
+                  {"geometry", JsonOf(geometry)}});
 }
 
 /// Waits for one of the events. When the process behind the image is not known, the image
@@ -45,7 +57,7 @@ DWORD WaitForAny(std::vector<HANDLE> events, HANDLE publisher, ITavlo2& image, s
     }
 }
 
-void Watch(const WatchOptions& options)
+void Watch(const WatchOptions& options, const Console& console)
 {
     const std::wstring name = Wide(options.name);
     const DWORD process = PublisherOf(name);
@@ -61,8 +73,7 @@ void Watch(const WatchOptions& options)
                                options.isMerged ? Tavlo_Asynchronous : Tavlo_Synchronous);
     });
     const EndOfInput end;
-    Print("watching " + options.name + ": " + std::to_string(descriptor.width) + " x " +
-          std::to_string(descriptor.height) + ", " + PixelTypeText(descriptor.Type()) + "\n");
+    PrintStart(options.name, process, descriptor, console);
 
     enum : DWORD
     {
@@ -74,8 +85,8 @@ void Watch(const WatchOptions& options)
     for (;;) {
         const DWORD came = WaitForAny({updates.Event(), end.Event()}, publisher.get(), *image.get(), purpose);
         for (const Rectangle& dirty : updates.Take()) {
-            PrintUpdate(dirty);
-            if (++count == options.count)
+            PrintUpdate(dirty, ++count, console);
+            if (count == options.count)
                 return;
         }
         if (came == Ended)
@@ -91,17 +102,15 @@ void Watch(const WatchOptions& options)
 Action SetUpWatch(CLI::App& options)
 {
     const auto target = std::make_shared<WatchOptions>();
-    options.add_option("NAME", target->name, "Name under which the image is published")
-        ->required()
-        ->type_name("")
-        ->check(ImageName());
+    AddImageOptions(options, target, Naming::ByName);
     AddParsed(
         options, "--count", "N", "End after this many updates",
         [](const std::string& text) { return ParseNumberFrom(1, "the count", text); },
         [target](std::int32_t count) { target->count = count; });
     options.add_flag("--merged", target->isMerged,
                      "Let nobody who changes the image wait; updates that come together are shown as one");
-    return [target] { Watch(*target); };
+    options.callback([target] { Settle(*target, Naming::ByName); });
+    return [target](const Console& console) { Watch(*target, console); };
 }
 
 } // namespace Mardu::Sentel::Tavlo::Client

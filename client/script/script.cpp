@@ -1,9 +1,10 @@
 #include "client/apartment.h"
 #include "client/commands.h"
-#include "client/published_image.h"
+#include "client/image_options.h"
 #include "client/script/host_object.h"
 #include "client/script/script_host.h"
 #include "client/script/script_source.h"
+#include "client/shared_image.h"
 #include "client/text.h"
 
 #include <CLI/CLI.hpp>
@@ -16,10 +17,9 @@
 namespace Mardu::Sentel::Tavlo::Client {
 namespace {
 
-struct ScriptOptions
+struct ScriptOptions : ImageOptions
 {
     std::string file;
-    std::string name;
     std::string language;
 };
 
@@ -53,7 +53,7 @@ void RunScript(const ScriptOptions& options)
 {
     const Apartment apartment(COINIT_APARTMENTTHREADED);
     const std::wstring source = ReadScript(Wide(options.file));
-    const tavlo::image image = BindImage(Wide(options.name));
+    const tavlo::image image = Open(options, Tavlo_MultipleWriters).image;
     const ClosingHost host(languages.at(options.language));
     host->Add(L"image", *image.get());
     const ComPtr<HostObject> object(new HostObject(*host));
@@ -61,7 +61,8 @@ void RunScript(const ScriptOptions& options)
     host->Run(source);
     object->Close();
     if (host->Error())
-        throw std::runtime_error("cannot run '" + options.file + "': " + host->Error()->Text());
+        throw Failure::Saying(host->Error()->code,
+                              "cannot run '" + options.file + "': " + host->Error()->Text());
     if (host->QuitCode().value_or(0) != 0)
         throw std::runtime_error("the script '" + options.file + "' quit with " +
                                  std::to_string(*host->QuitCode()));
@@ -88,26 +89,21 @@ void RunInApartment(const ScriptOptions& options)
 Action SetUpScript(CLI::App& options)
 {
     const auto target = std::make_shared<ScriptOptions>();
-    options.add_option("FILE", target->file, "A script, whose name ends in .vbs or .js")
-        ->required()
-        ->type_name("");
-    options
-        .add_option("--name", target->name,
-                    "Name under which the image is published that the script finds as 'image'")
-        ->required()
-        ->type_name("NAME")
-        ->check(ImageName());
+    options.add_option("FILE", target->file, "A script, whose name ends in .vbs or .js")->required();
+    AddImageOptions(options, target, Naming::ByNameOrSection, "NAME",
+                    "Name under which the image is published that the script finds as 'image'");
     options
         .add_option("--language", target->language, "vbscript or jscript, whatever the file's name ends in")
         ->check(CLI::IsMember(languages, CLI::ignore_case).description(""))
         ->type_name("LANGUAGE");
     options.callback([target] {
+        Settle(*target, Naming::ByNameOrSection);
         target->language =
             target->language.empty() ? LanguageOf(target->file) : CLI::detail::to_lower(target->language);
         if (target->language.empty())
             throw CLI::RequiredError("--language, since FILE ends in neither .vbs nor .js,");
     });
-    return [target] { RunInApartment(*target); };
+    return [target](const Console&) { RunInApartment(*target); };
 }
 
 } // namespace Mardu::Sentel::Tavlo::Client

@@ -4,7 +4,6 @@
 #include "client/script/variant.h"
 #include "client/text.h"
 
-#include <iomanip>
 #include <sstream>
 
 namespace Mardu::Sentel::Tavlo::Client {
@@ -35,8 +34,7 @@ std::string ScriptError::Text() const
     text << description << " (";
     if (!source.empty())
         text << source << ", ";
-    text << "0x" << std::hex << std::uppercase << std::setw(8) << std::setfill('0')
-         << static_cast<std::uint32_t>(code) << ")";
+    text << ResultText(code) << ")";
     return text.str();
 }
 

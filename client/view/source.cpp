@@ -15,18 +15,29 @@ bool IsFile(const std::wstring& path)
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
-Source OpenPicture(const std::wstring& path)
+Source OpenPicture(const std::wstring& path, const PartsDone& rowsRead)
 {
     const PictureFile picture(path);
     Source source;
     source.title = path.substr(path.find_last_of(L"\\/") + 1);
     source.descriptor = picture.Geometry();
     source.image = Create(source.descriptor, Tavlo_SingleWriter);
-    Fill(source.image, picture);
+    Fill(source.image, picture, rowsRead);
     return source;
 }
 
-Source OpenPublished(const std::string& name)
+/// Nobody tells of changes there: it is shown as it is.
+Source OpenSection(const ImageOptions& options)
+{
+    auto [image, descriptor] = Open(options);
+    Source source;
+    source.title = Wide(options.section);
+    source.image = std::move(image);
+    source.descriptor = descriptor;
+    return source;
+}
+
+Source OpenPublished(const std::string& name, std::string_view what)
 {
     const std::string purpose = "view '" + name + "'";
     if (const std::string why = WhyNotAName(name); !why.empty())
@@ -38,8 +49,7 @@ Source OpenPublished(const std::string& name)
     } catch (const Failure& failure) {
         if (failure.Result() != MK_E_UNAVAILABLE)
             throw;
-        throw Failure(failure.Result(), purpose,
-                      "there is no such picture, and no image is published by this name");
+        throw Failure(failure.Result(), purpose, std::string(what) + "no image is published by this name");
     }
     source.descriptor = GeometryOf(*source.image.get());
     source.isShared = true;
@@ -49,15 +59,19 @@ Source OpenPublished(const std::string& name)
 
 } // namespace
 
-Source OpenSource(const std::string& nameOrPicture)
+Source OpenSource(const ImageOptions& options, const PartsDone& rowsRead)
 {
-    const std::wstring path = Wide(nameOrPicture);
-    Source source = IsFile(path) ? OpenPicture(path) : OpenPublished(nameOrPicture);
+    const std::string what = options.argument.value_or(options.name + options.section);
+    const bool isPicture = options.argument && IsFile(Wide(what));
+    Source source = isPicture                  ? OpenPicture(Wide(what), rowsRead)
+                    : !options.section.empty() ? OpenSection(options)
+                    : options.argument         ? OpenPublished(what, "there is no such picture, and ")
+                                               : OpenPublished(what, "");
     if (source.descriptor.width < 1 || source.descriptor.height < 1)
-        throw Failure(E_INVALIDARG, "view '" + nameOrPicture + "'", "the image has no pixels");
+        throw Failure(E_INVALIDARG, "view '" + what + "'", "the image has no pixels");
     const std::optional<SampleType> type = SampleTypeOf(source.descriptor);
     if (!type || !RouteOf(source.descriptor.Type())) {
-        throw Failure(HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED), "view '" + nameOrPicture + "'",
+        throw Failure(HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED), "view '" + what + "'",
                       "there is no conversion from " + PixelTypeText(source.descriptor.Type()) +
                           " pixels into colours");
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "client/image_options.h"
 #include "client/shared_image.h"
 #include "client/view/pixel.h"
 
@@ -19,8 +20,8 @@ struct Source
     DWORD process = 0;     ///< that publishes it, when that is known
 };
 
-/// A picture file that is there becomes an image of this program's own; any other text is the
-/// name of a published image.
-Source OpenSource(const std::string& nameOrPicture);
+/// What the user names. Its argument may be a picture file: one that is there becomes an image of
+/// this program's own, any other text is the name of a published image.
+Source OpenSource(const ImageOptions& options, const PartsDone& rowsRead);
 
 } // namespace Mardu::Sentel::Tavlo::Client::View

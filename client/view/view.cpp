@@ -1,5 +1,6 @@
 #include "client/commands.h"
 #include "client/fields.h"
+#include "client/parsed_option.h"
 #include "client/view/viewer.h"
 
 #include <CLI/CLI.hpp>
@@ -9,9 +10,8 @@
 namespace Mardu::Sentel::Tavlo::Client {
 namespace {
 
-struct Arguments
+struct Arguments : ImageOptions
 {
-    std::string image;
     View::ViewOptions options;
 };
 
@@ -31,34 +31,34 @@ std::vector<std::string> RampNames()
     return names;
 }
 
+View::Source OpenImage(const ImageOptions& options, const Console& console)
+{
+    Progress progress = console.ShowProgress();
+    return View::OpenSource(options, progress.Of("reading"));
+}
+
 } // namespace
 
 Action SetUpView(CLI::App& options)
 {
     const auto target = std::make_shared<Arguments>();
-    options
-        .add_option("IMAGE", target->image,
-                    "A picture (PNG, BMP, JPEG or TIFF file), or the name under which an image is published")
-        ->required()
-        ->type_name("NAME|PICTURE");
+    AddImageOptions(options, target, Naming::ByNameOrSection, "NAME|PICTURE",
+                    "A picture (PNG, BMP, JPEG or TIFF file), or the name under which an image is published");
     options
         .add_option_function<std::string>(
             "--ramp", [target](const std::string& name) { target->options.ramp = *View::FindRamp(name); },
             "Colours of a grey image: grey, dusk, ember, ice, moss or spectrum")
         ->check(CLI::IsMember(RampNames()).description(""))
         ->type_name("RAMP");
-    const auto setSize = [target](const std::string& text) {
-        try {
-            target->options.size = ParseSize(text);
-        } catch (const std::invalid_argument& error) {
-            throw CLI::ValidationError("--size", error.what());
-        }
-    };
-    options
-        .add_option_function<std::string>("--size", setSize, "Inner size of the window, at 96 dots per inch")
-        ->type_name("W,H");
-    return [target] {
-        const View::Viewer viewer(View::OpenSource(target->image), target->options);
+    AddParsed(options, "--size", "W,H", "Inner size of the window, at 96 dots per inch", ParseSize,
+              [target](const View::Size& size) { target->options.size = size; });
+    options.callback([target] {
+        // The argument may also be a picture.
+        if (!target->argument || !target->name.empty() || !target->section.empty() || target->descriptor)
+            Settle(*target, Naming::ByNameOrSection);
+    });
+    return [target](const Console& console) {
+        const View::Viewer viewer(OpenImage(*target, console), target->options);
         View::RunMessages();
     };
 }

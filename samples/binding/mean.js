@@ -1,6 +1,6 @@
 // Prints the mean of some pixels of a published grey image:
 //
-//     tavlo script mean.js --name scan
+//     tavlo script mean.js scan
 //
 // The image lives in another process; its pixels are read from here.
 var descriptor = image.Descriptor;

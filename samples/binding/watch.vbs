@@ -1,6 +1,6 @@
 ' Prints the next two updates of a published image:
 '
-'     tavlo script watch.vbs --name scan
+'     tavlo script watch.vbs scan
 '
 ' Events come while the script sleeps. A reflector raises them: the prefix of its handlers'
 ' names is given where it is made.

@@ -355,7 +355,7 @@ class Painting(NamedTest):
 
     def test_wrong_usage(self):
         for arguments, part in (
-            ([], "NAME is required"),
+            ([], "NAME, or --section with --descriptor, is required"),
             (["a", "--pattern", "dots"], "dots"),
             (["a", "--pattern", "solid"], "--value is required"),
             (["a", "--pattern", "noise", "--value", "1"], "goes with the pattern solid only"),

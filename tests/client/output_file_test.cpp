@@ -18,7 +18,7 @@ class OutputFileTest : public testing::Test
 protected:
     OutputFileTest()
         : folder_(std::filesystem::temp_directory_path() /
-                   (L"tavlo-output-" + std::to_wstring(GetCurrentProcessId())))
+                  (L"tavlo-output-" + std::to_wstring(GetCurrentProcessId())))
     {
         std::filesystem::create_directory(folder_);
     }

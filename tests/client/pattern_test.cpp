@@ -261,5 +261,16 @@ TEST(PatternTest, OnePixelIsTheLowest)
     EXPECT_EQ(grey.At<std::uint8_t>(0, 0), 0);
 }
 
+TEST(PatternTest, TellsOfEveryRowOfThePart)
+{
+    std::uint8_t memory[20] = {};
+    const Descriptor descriptor{4, 5, 8, Encoding::Unsigned, 0, 1, 4};
+    std::vector<std::pair<std::int64_t, std::int64_t>> told;
+    Client::Paint(descriptor, *SampleTypeOf(descriptor), {}, {0, 2, 4, 5}, memory,
+                  [&](std::int64_t done, std::int64_t total) { told.emplace_back(done, total); });
+    const std::vector<std::pair<std::int64_t, std::int64_t>> expected = {{1, 3}, {2, 3}, {3, 3}};
+    EXPECT_EQ(told, expected);
+}
+
 } // namespace
 } // namespace Mardu::Sentel::Tavlo::Client

@@ -46,7 +46,7 @@ class Usage(ProgramTest):
             (["export", "--section", "s", "--descriptor", good, "out.jpg"], "must end in .png"),
             (["export", "--section", "s", "--descriptor", "4,4,8", "out.png"], "seven values"),
             (["export", "--section", "s", "--descriptor", "4,4,8,grey,0,1,4", "out.png"], "not 'grey'"),
-            (["info"], "--name, or --section with --descriptor, is required"),
+            (["info"], "NAME, or --section with --descriptor, is required"),
             (["info", "--section", "s"], "--descriptor is required"),
             (["info", "--descriptor", good], "--section is required"),
             (["info", "--name", "n", "--section", "s"], "--name excludes --section"),

@@ -80,5 +80,14 @@ TEST_F(ProgressTest, AnEmptySinkShowsNothing)
     EXPECT_NO_THROW(progress.Report("working", 1, 2));
 }
 
+TEST_F(ProgressTest, ATaskIsReportedByItsParts)
+{
+    Progress progress(Sink(), Clock());
+    const PartsDone rowsRead = progress.Of("reading");
+    now += 1s;
+    rowsRead(3, 4);
+    EXPECT_EQ(written, "\rreading 75 %");
+}
+
 } // namespace
 } // namespace Mardu::Sentel::Tavlo::Client

@@ -177,7 +177,7 @@ class ScriptErrors(ScriptTest):
     def test_wrong_usage(self):
         for arguments, part in (
             ([], "FILE is required"),
-            (["a.js"], "--name is required"),
+            (["a.js"], "NAME, or --section with --descriptor, is required"),
             (["a.txt", "--name", "n"], "--language, since FILE ends in neither .vbs nor .js, is required"),
             (["a.js", "--name", "n", "--language", "perl"], "perl"),
         ):

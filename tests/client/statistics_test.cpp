@@ -84,5 +84,17 @@ TEST(ValueTextTest, WritesIntegersInFullAndFloatsShort)
     EXPECT_EQ(ValueText(Value(std::numeric_limits<double>::infinity())), "inf");
 }
 
+TEST(StatisticsTest, TellsOfEveryRowOfEveryComponent)
+{
+    const std::uint8_t memory[12] = {};
+    const Descriptor descriptor{2, 2, 24, Encoding::RGB, 0, 3, 6};
+    std::vector<std::pair<std::int64_t, std::int64_t>> told;
+    StatisticsOf(descriptor, *SampleTypeOf(descriptor), memory,
+                 [&](std::int64_t done, std::int64_t total) { told.emplace_back(done, total); });
+    const std::vector<std::pair<std::int64_t, std::int64_t>> expected = {{1, 6}, {2, 6}, {3, 6},
+                                                                         {4, 6}, {5, 6}, {6, 6}};
+    EXPECT_EQ(told, expected);
+}
+
 } // namespace
 } // namespace Mardu::Sentel::Tavlo::Client
