@@ -3,6 +3,7 @@
 registration_test.py [--group NAME] -- RUNNER... PROGRAM
 """
 
+import json
 import os
 import re
 import shutil
@@ -155,6 +156,50 @@ class Registering(RegistrationTest):
                 result.output,
                 f"the common type library is not registered {whom}\nthe component is not registered {whom}\n",
             )
+
+    def steps(self, *arguments):
+        result = self.run_program(*arguments, "--json")
+        self.assert_done(result)
+        return [json.loads(line) for line in result.output.splitlines()]
+
+    def test_json_is_an_object_a_step(self):
+        kinds = ["component", "proxies", "common_library"]
+        for scope, where in ([], "machine"), (["--user"], "user"):
+            steps = self.steps("register", *scope)
+            self.assertEqual([step["what"] for step in steps], kinds)
+            for step, file in zip(steps, FILES):
+                self.assertEqual(list(step), ["result", "what", "file", "scope"])
+                self.assertEqual((step["result"], step["scope"]), ("registered", where))
+                self.assertTrue(step["file"].endswith("\\" + file), step)
+            back = self.steps("unregister", *scope)
+            self.assertEqual([step["what"] for step in back], kinds[::-1])
+            self.assertEqual({(step["result"], step["scope"]) for step in back}, {("unregistered", where)})
+            self.assertEqual(
+                self.steps("unregister", *scope),
+                [
+                    {"result": "not_registered", "what": what, "file": None, "scope": where}
+                    for what in ("common_library", "component")
+                ],
+            )
+        (step,) = self.steps("register-common", "--user")
+        self.assertEqual((step["result"], step["what"], step["scope"]), ("registered", "common_library", "user"))
+        (step,) = self.steps("register-common", "--user", "--unregister")
+        self.assertEqual((step["result"], step["file"]), ("unregistered", None))
+
+    def test_json_of_a_failing_step_comes_after_those_that_were_done(self):
+        folder = self.folder_with("broken", *FILES)
+        self.write("broken/TavloPS.dll", b"no program")
+        result = self.run_program("register", "--folder", folder, "--json")
+        self.assertEqual(result.code, 1)
+        (line,) = result.output.splitlines()
+        self.assertEqual(json.loads(line)["what"], "component")
+        self.assertEqual(json.loads(result.errors)["code"], NO_PROGRAM)
+
+    def test_quiet_says_nothing(self):
+        for command in ("register", "unregister", "unregister"):
+            result = self.run_program(command, "--quiet")
+            self.assert_done(result)
+            self.assertEqual(result.output, "")
 
     def test_files_elsewhere(self):
         folder = self.folder_with("Größe 画像", *FILES)

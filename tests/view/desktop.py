@@ -79,11 +79,19 @@ class Desktop:
         return subprocess.run(self.emulator + [self.program, *arguments], env=self.environment,
                               stdin=subprocess.DEVNULL, capture_output=True, timeout=PATIENCE)
 
+    def start(self, *arguments):
+        """Starts the program, which ends with its input: that of the with block."""
+        return subprocess.Popen(self.emulator + [self.program, *arguments], env=self.environment,
+                                stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+
     def view(self, what, *options):
         """Opens a viewer and gives its window."""
-        command = " ".join([f'"Z:{self.program}"', "view", f'"{what}"', *options])
+        return self.view_titled(what.split("/")[-1], f'"{what}"', *options)
+
+    def view_titled(self, title, *arguments):
+        command = " ".join([f'"Z:{self.program}"', "view", *arguments])
         self.user.say(f"start {command}")
-        return Viewer(self, what.split("/")[-1])
+        return Viewer(self, title)
 
     def produce(self, name, width, height, encoding, bits):
         talk = Talk(self.emulator + [self.producer, name, str(width), str(height), str(encoding), str(bits)],

@@ -429,6 +429,27 @@ class Live(ViewerTest):
         width, height = viewer.place()[2:]
         viewer.wait_for(lambda: viewer.shot().pixel(width // 2, height // 2) == Colours("grey", 255)[179], "the last frame")
 
+    def test_a_section_is_shown_as_it_is(self):
+        name = f"view-test-{uuid.uuid4().hex[:8]}"
+        with desktop.start("publish", os.path.realpath(PHANTOM), "--section", name) as publisher:
+            descriptor = publisher.stdout.readline().split()[-1].decode()
+            viewer = desktop.view_titled(name, "--section", name, "--descriptor", descriptor, "--size 800,560")
+            self.addCleanup(viewer.close)
+            viewer.key("1")
+            viewer.wait_for_text("STATUS", r"\| 100 % \|")
+            viewer.image = pictures.read(PHANTOM)
+            self.assert_shows_phantom(viewer, None)
+
+    def test_a_name_is_no_picture_when_it_is_given_as_a_name(self):
+        name, _ = self.produce(32, 20, UNSIGNED, 8)
+        viewer = desktop.view_titled(name, "--name", name)
+        self.addCleanup(viewer.close)
+        viewer.wait_for_text("STATUS", r"32 x 20")
+        done = desktop.run("view", "--name", os.path.realpath(PHANTOM))
+        self.assertEqual(done.returncode, 1)
+        self.assertIn(b"no image is published by this name", done.stderr)
+        self.assertNotIn(b"picture", done.stderr)
+
     def test_what_is_no_image_is_refused(self):
         for what in ("there-is-none", "nor/such/a/file.png"):
             done = desktop.run("view", what)
