@@ -27,6 +27,9 @@ public:
         begin_ = end_ = 0;
     }
 
+    /// Whose entries they are.
+    const ToneCurve& Curve() const noexcept { return *curve_; }
+
     bool IsComplete() const noexcept { return begin_ == 0 && end_ == Count(); }
 
     /// Makes the entries of these positions valid; positions count from the smallest value on.

@@ -7,6 +7,7 @@
 
 #include "recode/wide_rows-inl.h"
 
+#include <limits>
 #include <type_traits>
 
 HWY_BEFORE_NAMESPACE();
@@ -40,7 +41,7 @@ T* As(std::uint8_t* p)
 
 /// Source values counted from the smallest one. Every step is exact.
 template <class S>
-Vector LoadUnits(const std::uint8_t* at)
+HWY_INLINE Vector LoadUnits(const std::uint8_t* at)
 {
     if constexpr (std::is_same_v<S, double>) {
         return hn::LoadU(doubles, As<double>(at));
@@ -72,10 +73,82 @@ HWY_INLINE hn::Vec<Few<std::int32_t>> ToIntegers(Vector y)
 #endif
 }
 
-/// As many integers as two vectors of doubles give.
-using Integers = hn::Vec<hn::Rebind<std::int32_t, hn::ScalableTag<float>>>;
-
+constexpr hn::ScalableTag<float> floats;
 constexpr hn::ScalableTag<std::int32_t> int32s;
+
+using FloatVector = hn::Vec<decltype(floats)>;
+/// As many integers as two vectors of doubles give.
+using Integers = hn::Vec<decltype(int32s)>;
+
+/// Pixels of a type as sources of the curve.
+template <class S>
+struct PixelSource
+{
+    static constexpr std::size_t size = sizeof(S);
+    /// How many units a float of 0 is: integers are taken as signed floats.
+    static constexpr double unitsAtZero = std::is_integral_v<S> ? twoTo31 : 0.0;
+
+    /// The units of vector `i` of doubles from an address on.
+    HWY_INLINE Vector Units(const std::uint8_t* at, std::size_t i) const
+    {
+        return LoadUnits<S>(at + i * lanes * size);
+    }
+
+    /// Of types of 32 bits: vector `i` of floats, rounded to the nearest.
+    HWY_INLINE FloatVector Floats(const std::uint8_t* at, std::size_t i) const
+    {
+        at += i * hn::MaxLanes(floats) * size;
+        if constexpr (std::is_same_v<S, float>) {
+            return hn::LoadU(floats, As<float>(at));
+        } else {
+            auto value = hn::LoadU(int32s, As<std::int32_t>(at));
+            if constexpr (std::is_unsigned_v<S>)
+                value = hn::Xor(value, hn::Set(int32s, std::numeric_limits<std::int32_t>::min()));
+            return hn::ConvertTo(floats, value);
+        }
+    }
+};
+
+/// Fields of 16-bit elements as sources of the curve.
+class FieldSource
+{
+public:
+    static constexpr std::size_t size = 2;
+    static constexpr double unitsAtZero = 0.0;
+
+    FieldSource(std::uint32_t mask, std::uint32_t sign)
+        : mask_(hn::Set(words, static_cast<std::uint16_t>(mask))),
+          sign_(hn::Set(words, static_cast<std::uint16_t>(sign)))
+    {
+    }
+
+    HWY_INLINE Vector Units(const std::uint8_t* at, std::size_t i) const
+    {
+        const Few<std::uint16_t> few;
+        const auto elements = hn::LoadU(few, As<std::uint16_t>(at + i * lanes * size));
+        const auto positions = hn::Xor(hn::And(elements, Lower(few, mask_)), Lower(few, sign_));
+        return hn::PromoteTo(doubles, hn::PromoteTo(Few<std::int32_t>(), positions));
+    }
+
+    HWY_INLINE FloatVector Floats(const std::uint8_t* at, std::size_t i) const
+    {
+        const auto elements = hn::LoadU(words, As<std::uint16_t>(at + i * hn::MaxLanes(words) * size));
+        return hn::ConvertTo(floats, hn::PromoteTo(int32s, hn::Xor(hn::And(elements, mask_), sign_)));
+    }
+
+private:
+    using Words = hn::Rebind<std::uint16_t, decltype(floats)>;
+    static constexpr Words words{};
+
+    template <class Few>
+    static HWY_INLINE hn::Vec<Few> Lower(Few few, hn::Vec<Words> v)
+    {
+        return hn::LowerHalf(few, v);
+    }
+
+    hn::Vec<Words> mask_;
+    hn::Vec<Words> sign_;
+};
 
 HWY_INLINE Integers ToIntegers(Vector first, Vector second)
 {

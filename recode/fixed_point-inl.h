@@ -9,25 +9,21 @@
 #include "recode/tone_curve.h"
 
 #include <cmath>
-#include <limits>
 
 HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
 
-/// The linear curve from 32-bit sources to bytes with half as wide arithmetic. Values are computed as
+/// The linear curve to bytes with half as wide arithmetic. Values are computed as
 /// fixed-point numbers with a known error; where this error reaches over a whole number, the caller takes the
 /// published arithmetic instead. So the bytes are the same.
-template <class S>
+template <class Source>
 class FixedPointCurve
 {
-    using Floats = hn::ScalableTag<float>;
-
 public:
-    explicit FixedPointCurve(const ToneCurve::Constants& c)
+    FixedPointCurve(const ToneCurve::Constants& c, const Source& source) : source_(source)
     {
-        // Integers are taken as signed ones, which are counted from -2^31 on.
-        const double shift = std::is_integral_v<S> ? twoTo31 * c.slope + c.shift : c.shift;
+        const double shift = Source::unitsAtZero * c.slope + c.shift;
         // The source, the slope, the shift and their sum are rounded to 24 bits each, and the product is as
         // large as the value and the shift together; the fixed-point number is rounded to its last bit.
         const double error = (256.0 + 2.0 * std::abs(shift)) * 0x1p-22 + 1.0 / one;
@@ -36,9 +32,10 @@ public:
             ++bits;
         const double margin = std::ldexp(1.0, bits - 1);
         const double size = std::abs(c.slope); // may be NaN, too
-        isExactEnough_ = bits <= 10 && (size == 0.0 || (size > 0x1p-80 && size < 0x1p80));
-        slope_ = hn::Set(Floats(), static_cast<float>(c.slope * one));
-        shift_ = hn::Set(Floats(), static_cast<float>(shift * one + margin));
+        isExactEnough_ =
+            c.target.max == 255.0 && bits <= 10 && (size == 0.0 || (size > 0x1p-80 && size < 0x1p80));
+        slope_ = hn::Set(floats, static_cast<float>(c.slope * one));
+        shift_ = hn::Set(floats, static_cast<float>(shift * one + margin));
         close_ = hn::Set(int32s, (one - 1) & ~((1 << bits) - 1));
     }
 
@@ -48,9 +45,7 @@ public:
     /// tell, which is noted.
     HWY_INLINE ByteVector operator()(const std::uint8_t* src, bool& isDoubtful) const
     {
-        constexpr std::size_t apart = sizeof(S) * hn::MaxLanes(int32s);
-        const Integers a = Fixed(src), b = Fixed(src + apart);
-        const Integers c = Fixed(src + 2 * apart), d = Fixed(src + 3 * apart);
+        const Integers a = Fixed(src, 0), b = Fixed(src, 1), c = Fixed(src, 2), d = Fixed(src, 3);
 #if HWY_TARGET <= HWY_AVX3_DL
         isDoubtful = (Doubt(a) | Doubt(b) | Doubt(c) | Doubt(d)) != 0;
         // The upper words are saturated to bytes, four vectors of which lie in turns then.
@@ -71,27 +66,15 @@ private:
     static constexpr int fractionBits = 16;
     static constexpr int one = 1 << fractionBits;
 
-    HWY_INLINE Integers Fixed(const std::uint8_t* src) const
+    HWY_INLINE Integers Fixed(const std::uint8_t* src, std::size_t i) const
     {
-        const auto y = hn::MulAdd(Sources(src), slope_, shift_);
+        const FloatVector y = hn::MulAdd(source_.Floats(src, i), slope_, shift_);
         // NaN and what does not fit become the smallest integer.
 #if HWY_TARGET <= HWY_AVX3_DL
         return Integers{_mm512_cvtps_epi32(y.raw)};
 #else
         return Integers{_mm256_cvtps_epi32(y.raw)};
 #endif
-    }
-
-    static HWY_INLINE hn::Vec<Floats> Sources(const std::uint8_t* src)
-    {
-        if constexpr (std::is_same_v<S, float>) {
-            return hn::LoadU(Floats(), As<float>(src));
-        } else {
-            auto value = hn::LoadU(int32s, As<std::int32_t>(src));
-            if constexpr (std::is_unsigned_v<S>)
-                value = hn::Xor(value, hn::Set(int32s, std::numeric_limits<std::int32_t>::min()));
-            return hn::ConvertTo(Floats(), value);
-        }
     }
 
     /// Which are close to a whole number. The smallest integer always is; what is up to 1/2 is not, since
@@ -109,8 +92,9 @@ private:
 #endif
     }
 
-    hn::Vec<Floats> slope_;
-    hn::Vec<Floats> shift_;
+    Source source_;
+    FloatVector slope_;
+    FloatVector shift_;
     Integers close_;
     bool isExactEnough_;
 };

@@ -33,4 +33,18 @@ constexpr auto EveryPair()
                       EveryTarget<From<Loop, double>::template To>()};
 }
 
+/// Loop<S, D>::Run for all types.
+template <template <class, class> class Loop>
+constexpr auto CastTable()
+{
+    return std::array{EveryTarget<From<Loop, std::int8_t>::template To>(),
+                      EveryTarget<From<Loop, std::uint8_t>::template To>(),
+                      EveryTarget<From<Loop, std::int16_t>::template To>(),
+                      EveryTarget<From<Loop, std::uint16_t>::template To>(),
+                      EveryTarget<From<Loop, std::int32_t>::template To>(),
+                      EveryTarget<From<Loop, std::uint32_t>::template To>(),
+                      EveryTarget<From<Loop, float>::template To>(),
+                      EveryTarget<From<Loop, double>::template To>()};
+}
+
 } // namespace Mardu::Sentel::Tavlo

@@ -55,6 +55,12 @@ struct CurveKernels
     Pairs linear;
     Pairs bent;
 
+    /// The fields of 16-bit elements, whose bits under the mask, with the sign bit turned over, are the
+    /// source's units: what a table has for them without the table. Null where that is slower.
+    using OfField = void (*)(const ToneCurve& curve, std::uint32_t mask, std::uint32_t sign,
+                             const std::uint8_t* src, std::uint8_t* dst, std::size_t count);
+    std::array<OfField, elementCount> linearOfField;
+
     /// Source values `first`, `first` + 1 and so on.
     using Fill = void (*)(const ToneCurve& curve, std::size_t first, std::uint8_t* dst, std::size_t count);
     std::array<Fill, elementCount> fillLinear;
@@ -62,6 +68,13 @@ struct CurveKernels
 
     template <class S>
     static constexpr std::size_t SourceIndex = ElementIndex<S>() - ElementIndex<std::int32_t>();
+};
+
+/// Elements by their plain values, as PlainConversion has them.
+struct CastKernels
+{
+    using Function = void (*)(const std::uint8_t* src, std::uint8_t* dst, std::size_t count);
+    std::array<std::array<Function, elementCount>, elementCount> cast; ///< by source and target
 };
 
 /// Bytes of colour pixels.
@@ -119,6 +132,7 @@ struct Kernels
 {
     const LookupKernels& lookup;
     const CurveKernels& curve;
+    const CastKernels& cast;
     const ColorKernels& color;
     const MoveKernels& move;
     const PickKernels& pick;

@@ -18,12 +18,13 @@ namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
 
 /// Where the linear curve takes its source units from, a vector of doubles at a time.
-template <class S>
-struct PixelUnits
+template <class Source>
+struct UnitsAt
 {
+    const Source& source;
     const std::uint8_t* at;
 
-    HWY_INLINE Vector operator()(std::size_t i) const { return LoadUnits<S>(at + i * lanes * sizeof(S)); }
+    HWY_INLINE Vector operator()(std::size_t i) const { return source.Units(at, i); }
 };
 
 /// first, first + 1 and so on.
@@ -113,13 +114,14 @@ private:
 
 /// The linear curve from integers to floats where it is a multiplication: nothing is added, and no product
 /// is beyond the target's range.
-template <class S, class D>
+template <class Source, class D>
 class Multiplication
 {
 public:
-    explicit Multiplication(const ToneCurve::Constants& c)
+    Multiplication(const ToneCurve::Constants& c, const Source& source, double sourceSpan)
         : applies_(c.shift == 0.0 && c.target.min == 0.0 && c.slope > 0.0 &&
-                   c.slope * value_range<S>.span <= c.target.max),
+                   c.slope * sourceSpan <= c.target.max),
+          source_(source),
           slope_(hn::Set(doubles, c.slope))
     {
     }
@@ -128,19 +130,20 @@ public:
 
     HWY_INLINE ByteVector operator()(const std::uint8_t* src) const
     {
-        return Pixels<D>(Product{slope_, PixelUnits<S>{src}});
+        return Pixels<D>(Product{slope_, {source_, src}});
     }
 
 private:
     struct Product
     {
-        Vector slope;
-        PixelUnits<S> units;
+        const Vector& slope;
+        UnitsAt<Source> units;
 
         HWY_INLINE Vector operator()(std::size_t i) const { return hn::Mul(units(i), slope); }
     };
 
     bool applies_;
+    Source source_;
     Vector slope_;
 };
 
@@ -150,16 +153,13 @@ private:
 template <class D>
 class TruncatedProduct
 {
-    using Floats = hn::ScalableTag<float>;
-    using FloatVector = hn::Vec<Floats>;
-
 public:
     explicit TruncatedProduct(const ToneCurve::Constants& c)
         : applies_(c.shift == 0.0 && c.target.min == 0.0 && c.slope >= 1.0 && c.slope <= 65536.0 &&
                    static_cast<double>(static_cast<float>(c.slope)) == c.slope),
-          slope_(hn::Set(Floats(), static_cast<float>(c.slope))),
+          slope_(hn::Set(floats, static_cast<float>(c.slope))),
           // Half a unit above the largest value, which is far more than this is rounded by.
-          last_(hn::Set(Floats(), static_cast<float>((c.target.max + 0.5) / c.slope)))
+          last_(hn::Set(floats, static_cast<float>((c.target.max + 0.5) / c.slope)))
     {
     }
 
@@ -168,24 +168,22 @@ public:
     /// As many target pixels as a vector has.
     HWY_INLINE ByteVector operator()(const std::uint8_t* src) const
     {
-        constexpr std::size_t apart = sizeof(float) * hn::MaxLanes(Floats());
         if constexpr (sizeof(D) == 2)
-            return LowBytes<D>(Whole(src), Whole(src + apart));
+            return LowBytes<D>(Whole(src, 0), Whole(src, 1));
         else
-            return LowBytes<D>(Whole(src), Whole(src + apart), Whole(src + 2 * apart),
-                               Whole(src + 3 * apart));
+            return LowBytes<D>(Whole(src, 0), Whole(src, 1), Whole(src, 2), Whole(src, 3));
     }
 
 private:
     /// Every float from 2^23 to 2^24 is whole, and the next is one more.
     static constexpr float large = 0x1.8p23f;
 
-    HWY_INLINE Integers Whole(const std::uint8_t* src) const
+    HWY_INLINE Integers Whole(const std::uint8_t* src, std::size_t i) const
     {
         // NaN becomes 0.
         const FloatVector source =
-            hn::Min(hn::Max(hn::LoadU(Floats(), As<float>(src)), hn::Zero(Floats())), last_);
-        const FloatVector base = hn::Set(Floats(), large);
+            hn::Min(hn::Max(PixelSource<float>().Floats(src, i), hn::Zero(floats)), last_);
+        const FloatVector base = hn::Set(floats, large);
 #if HWY_TARGET <= HWY_AVX3_DL
         const __m512 whole = _mm512_fmadd_round_ps(source.raw, slope_.raw, base.raw,
                                                    _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC);
@@ -204,61 +202,89 @@ private:
     FloatVector last_;
 };
 
-template <class S, class D>
-struct Linear
+/// Computes every pixel of a source by the curve.
+template <class D, class Source>
+class LinearRun
 {
-    static void Run(const ToneCurve& curve, const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
+public:
+    /// The source's units go from 0 to `span`.
+    static void Run(const ToneCurve& curve, const Source& source, double span, const std::uint8_t* src,
+                    std::uint8_t* dst, std::size_t count)
     {
         const ToneCurve::Constants& c = curve.Values();
-        if constexpr (std::is_integral_v<S> && std::is_floating_point_v<D>) {
-            const Multiplication<S, D> product(c);
+        if constexpr (!std::is_same_v<Source, PixelSource<float>> &&
+                      !std::is_same_v<Source, PixelSource<double>> && std::is_floating_point_v<D>) {
+            const Multiplication<Source, D> product(c, source, span);
             if (product.Applies())
-                return RunVectors(src, dst, count, product);
+                return Each(src, dst, count, product);
         }
-        if constexpr (std::is_same_v<S, float> && std::is_unsigned_v<D> && sizeof(D) <= 2) {
+        if constexpr (std::is_same_v<Source, PixelSource<float>> && std::is_unsigned_v<D> && sizeof(D) <= 2) {
             const TruncatedProduct<D> product(c);
             if (product.Applies())
-                return RunVectors(src, dst, count, product);
+                return Each(src, dst, count, product);
         }
         const LinearCurve<D> linear(c);
-        if constexpr (std::is_same_v<D, std::uint8_t> && sizeof(S) == 4) {
-            const FixedPointCurve<S> fast(c);
+        if constexpr (std::is_same_v<D, std::uint8_t> && !std::is_same_v<Source, PixelSource<double>>) {
+            const FixedPointCurve<Source> fast(c, source);
             if (fast.IsExactEnough())
-                return RunVectors(src, dst, count, Checked{fast, linear});
+                return Each(src, dst, count, Checked{fast, {linear, source}});
         }
-        RunVectors(src, dst, count, Direct{linear});
+        Each(src, dst, count, Direct{linear, source});
     }
 
 private:
     struct Direct
     {
         LinearCurve<D> linear;
+        Source source;
 
-        HWY_INLINE ByteVector operator()(const std::uint8_t* src) const { return linear(PixelUnits<S>{src}); }
+        HWY_INLINE ByteVector operator()(const std::uint8_t* src) const
+        {
+            return linear(UnitsAt<Source>{source, src});
+        }
     };
 
     struct Checked
     {
-        FixedPointCurve<S> fast;
-        LinearCurve<D> linear;
+        FixedPointCurve<Source> fast;
+        Direct exact;
 
         HWY_INLINE ByteVector operator()(const std::uint8_t* src) const
         {
             bool isDoubtful;
             ByteVector pixels = fast(src, isDoubtful);
             if (HWY_UNLIKELY(isDoubtful))
-                pixels = linear(PixelUnits<S>{src});
+                pixels = exact(src);
             return pixels;
         }
     };
 
     template <class Convert>
-    static HWY_INLINE void RunVectors(const std::uint8_t* src, std::uint8_t* dst, std::size_t count,
-                                      const Convert& convert)
+    static HWY_INLINE void Each(const std::uint8_t* src, std::uint8_t* dst, std::size_t count,
+                                const Convert& convert)
     {
-        EachVectorTo<true, step / sizeof(D), sizeof(S), sizeof(D)>(
+        EachVectorTo<true, step / sizeof(D), Source::size, sizeof(D)>(
             src, dst, count,
             [convert](const std::uint8_t* s, std::uint8_t* d, auto store) { store(convert(s), d); });
+    }
+};
+
+template <class S, class D>
+struct Linear
+{
+    static void Run(const ToneCurve& curve, const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
+    {
+        LinearRun<D, PixelSource<S>>::Run(curve, {}, value_range<S>.span, src, dst, count);
+    }
+};
+
+template <class D>
+struct LinearOfField
+{
+    static void Run(const ToneCurve& curve, std::uint32_t mask, std::uint32_t sign, const std::uint8_t* src,
+                    std::uint8_t* dst, std::size_t count)
+    {
+        LinearRun<D, FieldSource>::Run(curve, {mask, sign}, mask, src, dst, count);
     }
 };
 

@@ -20,7 +20,6 @@ public:
     RecodeResult Recode(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
                         std::uint64_t height) override
     {
-        RequireEntries(From(srcPixels), width, height);
         if (MayStep(width, height)) {
             const auto byStep = ActiveKernels().lookup.stepped;
             Run(srcPixels, dstPixels, width, height,
@@ -29,6 +28,14 @@ public:
                 });
             return RecodeResult::done;
         }
+        if (const auto compute = ComputingLoop()) {
+            Run(srcPixels, dstPixels, width, height,
+                [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+                    compute(lut.Curve(), field.Mask(), field.Sign(), from, to, count);
+                });
+            return RecodeResult::done;
+        }
+        RequireEntries(From(srcPixels), width, height);
         const LookupKernels& kernels = ActiveKernels().lookup;
         const auto lookup = (sizeof(S) == 1 ? kernels.from8 : kernels.from16)[SizeIndex(sizeof(D))];
         Run(srcPixels, dstPixels, width, height,
@@ -41,6 +48,11 @@ public:
     RecodeResult Cast(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
                       std::uint64_t height) override
     {
+        if (field.Bits() == 8 * sizeof(S)) {
+            const auto cast = ActiveKernels().cast.cast[ElementIndex<S>()][ElementIndex<D>()];
+            Run(srcPixels, dstPixels, width, height, cast);
+            return RecodeResult::done;
+        }
         Run(srcPixels, dstPixels, width, height,
             [f = field](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
                 ForEachPixel<S, D>(from, to, count, [f](S v) { return PlainConversion<D>(f.Value(v)); });
@@ -73,6 +85,16 @@ private:
         ConvertPacked(From(srcPixels), sizeof(S), To(dstPixels), sizeof(D), width, height, convert);
     }
 
+    /// What computes entries of pixels faster than they could be looked up, or null.
+    CurveKernels::OfField ComputingLoop() const
+    {
+        if constexpr (sizeof(S) == 2) {
+            if (lut.Curve().IsLinear())
+                return ActiveKernels().curve.linearOfField[ElementIndex<D>()];
+        }
+        return nullptr;
+    }
+
     /// A block of fewer pixels than entries needs few of them, mostly close to each other.
     void RequireEntries(const SourceBlock& source, std::uint64_t width, std::uint64_t height)
     {
@@ -94,9 +116,9 @@ private:
     {
         if constexpr (sizeof(S) == 2 && sizeof(D) == 1) {
             const std::uint64_t enough = 2 * lut.Count();
-            if (ActiveKernels().lookup.stepped == nullptr || !lut.IsComplete() ||
-                (width < enough && height < enough / width))
+            if (ActiveKernels().lookup.stepped == nullptr || width == 0 || height < enough / width)
                 return false;
+            lut.RequireAll();
             if (form == Form::unknown) {
                 if (stepped == nullptr)
                     stepped = std::make_unique<SteppedTable>();
@@ -179,10 +201,8 @@ public:
     RecodeResult Cast(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
                       std::uint64_t height) override
     {
-        ConvertPacked(From(srcPixels), sizeof(S), To(dstPixels), sizeof(D), width, height,
-                      [](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-                          ForEachPixel<S, D>(from, to, count, [](S v) { return PlainConversion<D>(v); });
-                      });
+        const auto cast = ActiveKernels().cast.cast[ElementIndex<S>()][ElementIndex<D>()];
+        ConvertPacked(From(srcPixels), sizeof(S), To(dstPixels), sizeof(D), width, height, cast);
         return RecodeResult::done;
     }
 };

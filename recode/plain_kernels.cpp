@@ -18,8 +18,11 @@ constexpr LookupKernels lookup{
 
 constexpr CurveKernels curve{.linear = EveryPair<Linear>(),
                              .bent = EveryPair<Bent>(),
+                             .linearOfField = {},
                              .fillLinear = EveryTarget<FillLinear>(),
                              .fillBent = EveryTarget<FillBent>()};
+
+constexpr CastKernels cast{CastTable<Cast>()};
 
 constexpr ColorKernels color{.convert = {ConvertColor<false, 3, 3>, ConvertColor<true, 3, 3>,
                                          ConvertColor<false, 3, 4>, ConvertColor<true, 3, 4>,
@@ -35,6 +38,6 @@ constexpr PickKernels pick{Pick<2>, Pick<3>, Pick<4>};
 
 } // namespace
 
-const Kernels plainKernels{lookup, curve, color, move, pick};
+const Kernels plainKernels{lookup, curve, cast, color, move, pick};
 
 } // namespace Mardu::Sentel::Tavlo

@@ -2,6 +2,7 @@
 
 #include "image/color_pixel.h"
 #include "recode/kernels.h"
+#include "recode/plain_conversion.h"
 #include "recode/strided.h"
 
 #include <algorithm>
@@ -80,6 +81,17 @@ struct FillBent
     {
         for (std::size_t i = 0; i < count; ++i)
             StorePixel(dst + i * sizeof(D), Quantise<D>(curve.Bent(static_cast<double>(first + i))));
+    }
+};
+
+// Plain values.
+
+template <class S, class D>
+struct Cast
+{
+    static void Run(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
+    {
+        ForEachPixel<S, D>(src, dst, count, [](S v) { return PlainConversion<D>(v); });
     }
 };
 

@@ -234,6 +234,7 @@ struct FillBent
 
 constexpr CurveKernels curveKernels{.linear = EveryPair<Linear>(),
                                     .bent = EveryPair<Bent>(),
+                                    .linearOfField = EveryTarget<LinearOfField>(),
                                     .fillLinear = EveryTarget<FillLinear>(),
                                     .fillBent = EveryTarget<FillBent>()};
 

@@ -6,6 +6,8 @@ namespace Mardu::Sentel::Tavlo {
 
 // The loops over vectors: one source a subject, compiled once for each level above the plain one.
 
+extern const CastKernels avx2Cast;
+extern const CastKernels avx512Cast;
 extern const LookupKernels avx2Lookup;
 extern const LookupKernels avx512Lookup;
 extern const CurveKernels avx2Curve;

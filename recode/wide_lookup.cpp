@@ -41,6 +41,27 @@ void LookupTogether(const void* table, std::uint32_t mask, const std::uint8_t* s
     Plain::Lookup<std::uint8_t, Entry>(table, mask, src + i, dst + i * sizeof(Entry), count - i);
 }
 
+/// Four elements a load; the plain loop makes one load a pixel.
+template <class Entry>
+void LookupWords(const void* table, std::uint32_t mask, const std::uint8_t* src, std::uint8_t* dst,
+                 std::size_t count)
+{
+    const auto* entries = static_cast<const Entry*>(table);
+    const std::uint64_t masks = mask * 0x0001000100010001u;
+    std::size_t i = 0;
+    for (; i + 4 <= count; i += 4) {
+        const std::uint64_t four = LoadPixel<std::uint64_t>(src + 2 * i) & masks;
+        const auto store = [=](std::size_t k) {
+            StorePixel<Entry>(dst + (i + k) * sizeof(Entry), entries[(four >> (16 * k)) & 0xFFFF]);
+        };
+        store(0);
+        store(1);
+        store(2);
+        store(3);
+    }
+    Plain::Lookup<std::uint16_t, Entry>(table, mask, src + 2 * i, dst + i * sizeof(Entry), count - i);
+}
+
 #if HWY_TARGET <= HWY_AVX3_DL
 
 /// Taking a table apart pays from here on.
@@ -192,8 +213,8 @@ IndexRange Range(std::uint32_t mask, std::uint32_t sign, const std::uint8_t* src
 
 constexpr LookupKernels lookupKernels{
     .from8 = {LookupByte, LookupTwo, LookupThree, LookupFour, Plain::Lookup<std::uint8_t, std::uint64_t>},
-    .from16 = {Plain::Lookup<std::uint16_t, std::uint8_t>, Plain::Lookup<std::uint16_t, std::uint16_t>,
-               Plain::LookupThree<std::uint16_t>, Gather<std::int32_t>, Gather<std::int64_t>},
+    .from16 = {LookupWords<std::uint8_t>, LookupWords<std::uint16_t>, Plain::LookupThree<std::uint16_t>,
+               Gather<std::int32_t>, Gather<std::int64_t>},
     .rangeOf16 = Range,
     .stepped = Stepped};
 

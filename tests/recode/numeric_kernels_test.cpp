@@ -65,6 +65,11 @@ std::vector<S> Sources(std::mt19937& random)
         std::uniform_real_distribution<S> around(S(-0.5), S(1.5));
         for (int i = 0; i < 3000; ++i)
             values.push_back(around(random));
+        for (const int exponent : {7, 8, 15, 16, 31, 32})
+            for (const S limit : {std::ldexp(S{1}, exponent), -std::ldexp(S{1}, exponent)})
+                for (const S d : {S{-1.5}, S{-1}, S{-0.5}, S{0}, S{0.5}, S{1}})
+                    values.insert(values.end(),
+                                  {limit + d, std::nextafter(limit, S{0}), std::nextafter(limit, 2 * limit)});
     } else {
         for (std::uint64_t i = 0; i <= 255; ++i)
             for (const int d : {-1, 0, 1})
@@ -272,6 +277,99 @@ TEST_P(NumericKernel, ComputesTheLinearCurveOfLargeImages)
     check(std::uint32_t{}, float{});
     check(std::uint32_t{}, double{});
     check(double{}, std::int8_t{});
+}
+
+TEST_P(NumericKernel, ComputesWhatATableOfAFieldHolds)
+{
+    const auto check = [this]<class D>(D) {
+        const auto compute = wide_.curve.linearOfField[ElementIndex<D>()];
+        const auto lookup = plain_.lookup.from16[SizeIndex(sizeof(D))];
+        ASSERT_NE(compute, nullptr);
+        for (int bits = 9; bits <= 16; ++bits)
+            for (const bool isSigned : {false, true})
+                for (const ToneParameters& tone : tones) {
+                    if (!tone.IsLinear())
+                        continue;
+                    SCOPED_TRACE(testing::Message() << bits << " bits, signed " << isSigned << ", contrast "
+                                                    << tone.contrast << ", to " << ElementIndex<D>());
+                    const std::size_t count = std::size_t{1} << bits;
+                    const auto mask = static_cast<std::uint32_t>(count - 1);
+                    const std::uint32_t sign = isSigned ? 1u << (bits - 1) : 0;
+                    const ToneCurve curve(tone, mask, value_range<D>, ToneCurve::Bounds::whole);
+                    std::vector<D> table(count);
+                    for (std::size_t i = 0; i < count; ++i)
+                        table[i ^ sign] = Quantise<D>(curve.Linear(static_cast<double>(i)));
+                    // Every element, whatever is above the field, and some once more.
+                    Bytes source(2 * (65536 + 77), random_() % 64, random_);
+                    for (std::size_t i = 0; i < 65536; ++i) {
+                        const auto element = static_cast<std::uint16_t>(i);
+                        std::memcpy(source.Data() + 2 * i, &element, 2);
+                    }
+                    Bytes expected((65536 + 77) * sizeof(D), random_() % 64, random_);
+                    Bytes actual = expected;
+                    lookup(table.data(), mask, source.Data(), expected.Data(), 65536 + 77);
+                    compute(curve, mask, sign, source.Data(), actual.Data(), 65536 + 77);
+                    ASSERT_TRUE(actual == expected);
+                }
+    };
+    check(std::int8_t{});
+    check(std::uint8_t{});
+    check(std::int16_t{});
+    check(std::uint16_t{});
+    check(std::int32_t{});
+    check(std::uint32_t{});
+    check(float{});
+    check(double{});
+}
+
+namespace {
+
+template <class S>
+void ExpectSameCasts(const Kernels& wide, const Kernels& plain, std::mt19937& random)
+{
+    const std::vector<S> sources = Sources<S>(random);
+    const auto check = [&]<class D>(D) {
+        SCOPED_TRACE(testing::Message() << ElementIndex<S>() << " to " << ElementIndex<D>());
+        const auto run = [](const Kernels& kernels, const std::uint8_t* src, std::uint8_t* dst,
+                            std::size_t count) {
+            kernels.cast.cast[ElementIndex<S>()][ElementIndex<D>()](src, dst, count);
+        };
+        std::vector<D> expected(sources.size());
+        std::vector<D> actual(sources.size());
+        const auto* bytes = reinterpret_cast<const std::uint8_t*>(sources.data());
+        run(plain, bytes, reinterpret_cast<std::uint8_t*>(expected.data()), sources.size());
+        run(wide, bytes, reinterpret_cast<std::uint8_t*>(actual.data()), sources.size());
+        for (std::size_t i = 0; i < sources.size(); ++i)
+            // Which NaN it is stays open.
+            ASSERT_TRUE(std::memcmp(&actual[i], &expected[i], sizeof(D)) == 0 ||
+                        (actual[i] != actual[i] && expected[i] != expected[i]))
+                << +sources[i] << " gave " << +actual[i] << " instead of " << +expected[i];
+        if (std::is_integral_v<S>)
+            ExpectSamePixels(wide, plain, sizeof(S), sizeof(D), sizeof(D) <= sizeof(S), random, run,
+                             {0, 1, 63, 64, 65, 127, 128, 1000});
+    };
+    check(std::int8_t{});
+    check(std::uint8_t{});
+    check(std::int16_t{});
+    check(std::uint16_t{});
+    check(std::int32_t{});
+    check(std::uint32_t{});
+    check(float{});
+    check(double{});
+}
+
+} // namespace
+
+TEST_P(NumericKernel, CastsValuesAsTheLanguageDoes)
+{
+    ExpectSameCasts<std::int8_t>(wide_, plain_, random_);
+    ExpectSameCasts<std::uint8_t>(wide_, plain_, random_);
+    ExpectSameCasts<std::int16_t>(wide_, plain_, random_);
+    ExpectSameCasts<std::uint16_t>(wide_, plain_, random_);
+    ExpectSameCasts<std::int32_t>(wide_, plain_, random_);
+    ExpectSameCasts<std::uint32_t>(wide_, plain_, random_);
+    ExpectSameCasts<float>(wide_, plain_, random_);
+    ExpectSameCasts<double>(wide_, plain_, random_);
 }
 
 TEST_P(NumericKernel, FillsTablesToTheLastBit)

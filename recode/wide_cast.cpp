@@ -1,0 +1,76 @@
+#include "recode/kernel_tables.h"
+#include "recode/plain_loops.h"
+#include "recode/wide_kernels.h"
+
+#include <limits>
+#include <type_traits>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "recode/wide_cast.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
+
+/// PlainConversion without branches, so that the compiler makes vectors of it.
+template <class D, class S>
+HWY_INLINE D Converted(S value)
+{
+    if constexpr (std::is_floating_point_v<S> && std::is_integral_v<D>) {
+        using Limits = std::numeric_limits<D>;
+        constexpr S lowest = static_cast<S>(Limits::min());
+        S v = value == value ? value : S{0};
+        v = v > lowest ? v : lowest;
+        if constexpr (std::numeric_limits<D>::digits <= std::numeric_limits<S>::digits) {
+            constexpr S largest = static_cast<S>(Limits::max());
+            using Whole = std::conditional_t<sizeof(D) < sizeof(int), int, D>;
+            return static_cast<D>(static_cast<Whole>(v < largest ? v : largest));
+        } else {
+            // The largest integer is no float; this is the last one below it.
+            constexpr S above = static_cast<S>(Limits::max() / 2 + 1) * S{2};
+            constexpr S last = above - above * (std::numeric_limits<S>::epsilon() / 2);
+            const D whole = static_cast<D>(v < last ? v : last);
+            return v >= above ? Limits::max() : whole;
+        }
+    } else {
+        return static_cast<D>(value);
+    }
+}
+
+template <class S, class D>
+struct Cast
+{
+    static void Run(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
+    {
+        // So many that every number of lanes divides them. A stretch is read before it is written, as it may
+        // be the same.
+        constexpr std::size_t together = 64;
+        std::size_t i = 0;
+        for (; i + together <= count; i += together) {
+            typedef S AnyS __attribute__((aligned(1), may_alias));
+            const auto* in = reinterpret_cast<const AnyS*>(src + i * sizeof(S));
+            HWY_ALIGN D out[together];
+            for (std::size_t k = 0; k < together; ++k)
+                out[k] = Converted<D, S>(in[k]);
+            std::memcpy(dst + i * sizeof(D), out, sizeof out);
+        }
+        Plain::Cast<S, D>::Run(src + i * sizeof(S), dst + i * sizeof(D), count - i);
+    }
+};
+
+constexpr CastKernels castKernels{CastTable<Cast>()};
+
+#endif
+} // namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace Mardu::Sentel::Tavlo {
+
+const CastKernels avx2Cast = N_AVX2::castKernels;
+const CastKernels avx512Cast = N_AVX3_DL::castKernels;
+
+} // namespace Mardu::Sentel::Tavlo
+#endif
