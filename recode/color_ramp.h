@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <map>
+#include <utility>
+#include <vector>
 
 namespace Mardu::Sentel::Tavlo {
 
@@ -16,13 +18,37 @@ constexpr PackedColor OpaqueGrey(std::uint8_t value) noexcept
     return opaqueBlack + value * 0x010101u;
 }
 
+/// Colours of a ramp, asked for one position after the other: those between the same two points as the one
+/// before need no search. A copy of the points as they were.
+class ColorWalk
+{
+public:
+    /// At least one point.
+    explicit ColorWalk(const std::map<double, PackedColor>& points) : points_(points.begin(), points.end()) {}
+
+    /// Each byte interpolated between the control points around a position; before the first
+    /// and after the last point, that point's colour.
+    PackedColor operator()(double position) noexcept;
+
+private:
+    using Point = std::pair<double, PackedColor>;
+
+    PackedColor Search(double position) noexcept;
+
+    std::vector<Point> points_;
+    /// The points around the last position that was between two.
+    Point from_{0.0, 0};
+    Point to_{0.0, 0};
+};
+
 /// The colour ramp of the recoders that turn grey into colour.
 class recoder_to_color
 {
 public:
-    /// Each byte interpolated between the control points around a position; before the first
-    /// and after the last point, that point's colour.
-    PackedColor ColorAt(double position) const noexcept;
+    /// As ColorWalk has it.
+    PackedColor ColorAt(double position) const { return Colors()(position); }
+
+    ColorWalk Colors() const { return ColorWalk(colorMap); }
 
     /// Adds a control point or replaces the colour of the one at exactly this position. False,
     /// with nothing changed, for NaN, which is no position.

@@ -1,78 +1,48 @@
 #pragma once
 
-#include "recode/kernels.h"
+#include "recode/lazy_table.h"
 
-#include <algorithm>
 #include <optional>
-#include <vector>
 
 namespace Mardu::Sentel::Tavlo {
 
-/// The tone curve over all values of an integer field. Entries stand where the bits of their value, taken
-/// as an unsigned number, point; they are computed when they are needed first.
+/// The tone curve over all values of an integer field.
 template <class D>
 class CurveTable
 {
 public:
     /// `sign` is the field's sign bit, 0 for unsigned ones.
-    CurveTable(std::size_t count, std::uint32_t sign) : sign_(sign), entries_(count) {}
+    CurveTable(std::size_t count, std::uint32_t sign) : table_(count, sign) {}
 
-    std::size_t Count() const noexcept { return entries_.size(); }
-    const D* Entries() const noexcept { return entries_.data(); }
+    std::size_t Count() const noexcept { return table_.Count(); }
+    const D* Entries() const noexcept { return table_.Entries(); }
+    bool IsComplete() const noexcept { return table_.IsComplete(); }
 
     /// From now on all entries belong to this curve.
     void Use(const ToneCurve& curve)
     {
         curve_ = curve;
-        begin_ = end_ = 0;
+        table_.Clear();
     }
 
     /// Whose entries they are.
     const ToneCurve& Curve() const noexcept { return *curve_; }
 
-    bool IsComplete() const noexcept { return begin_ == 0 && end_ == Count(); }
-
-    /// Makes the entries of these positions valid; positions count from the smallest value on.
+    /// Makes the entries of these positions valid.
     void Require(const IndexRange& range)
     {
-        if (begin_ == end_)
-            begin_ = end_ = range.first;
-        if (range.first < begin_) {
-            Fill(range.first, begin_);
-            begin_ = range.first;
-        }
-        if (range.last >= end_) {
-            Fill(end_, range.last + 1);
-            end_ = range.last + 1;
-        }
+        table_.Require(range, [this](std::size_t first, std::size_t count, D* entries) {
+            const CurveKernels& kernels = ActiveKernels().curve;
+            const auto& fill = curve_->IsLinear() ? kernels.fillLinear : kernels.fillBent;
+            fill[ElementIndex<D>()](*curve_, first, reinterpret_cast<std::uint8_t*>(entries), count);
+        });
     }
 
     void RequireAll() { Require({0, Count() - 1}); }
 
 private:
-    void Fill(std::size_t begin, std::size_t end)
-    {
-        // Negative values have the larger bits: each half of the positions is a stretch of entries.
-        const std::size_t middle = std::clamp<std::size_t>(sign_, begin, end);
-        FillHalf(begin, middle);
-        FillHalf(middle, end);
-    }
-
-    void FillHalf(std::size_t begin, std::size_t end)
-    {
-        if (begin == end)
-            return;
-        const CurveKernels& kernels = ActiveKernels().curve;
-        const auto& fill = curve_->IsLinear() ? kernels.fillLinear : kernels.fillBent;
-        auto* entries = reinterpret_cast<std::uint8_t*>(entries_.data() + (begin ^ sign_));
-        fill[ElementIndex<D>()](*curve_, begin, entries, end - begin);
-    }
-
-    std::size_t sign_;
-    std::size_t begin_ = 0; ///< the valid positions
-    std::size_t end_ = 0;
+    LazyTable<D> table_;
     std::optional<ToneCurve> curve_;
-    std::vector<D> entries_;
 };
 
 } // namespace Mardu::Sentel::Tavlo

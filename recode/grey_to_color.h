@@ -2,10 +2,10 @@
 
 #include "recode/color.h"
 #include "recode/color_ramp.h"
+#include "recode/lazy_table.h"
 
 #include <array>
 #include <bit>
-#include <vector>
 
 namespace Mardu::Sentel::Tavlo {
 
@@ -21,25 +21,29 @@ public:
     recoder_g2col(const TavloDescriptorData& source, const TavloDescriptorData& target)
         : recoder_base(source, target),
           swapRB(KeyByte(target.Encoding) == Tavlo_BGR),
-          colorLUT(std::size_t{1} << (isFloat ? floatColorBits : KeyByte(source.Bits)))
+          lut(std::size_t{1} << (isFloat ? floatColorBits : KeyByte(source.Bits)), 0),
+          colors(Colors()),
+          curve(CurveOfTable())
     {
     }
 
     RecodeResult Recode(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
                         std::uint64_t height) override
     {
+        if (width != 0 && height != 0)
+            RequireEntries(From(srcPixels), width, height);
         const LookupKernels& kernels = ActiveKernels().lookup;
         const auto lookup = (sizeof(S) == 1 ? kernels.from8 : kernels.from16)[SizeIndex(TargetSize())];
-        const auto mask = static_cast<std::uint32_t>(colorLUT.size() - 1);
+        const auto mask = static_cast<std::uint32_t>(lut.Count() - 1);
         Run(srcPixels, dstPixels, width, height,
             [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
                 if constexpr (isFloat)
                     InStretches(from, to, count,
                                 [&](const std::uint8_t* indices, std::uint8_t* t, std::size_t n) {
-                                    lookup(colorLUT.data(), mask, indices, t, n);
+                                    lookup(lut.Entries(), mask, indices, t, n);
                                 });
                 else
-                    lookup(colorLUT.data(), mask, from, to, count);
+                    lookup(lut.Entries(), mask, from, to, count);
             });
         return RecodeResult::done;
     }
@@ -70,20 +74,41 @@ public:
 
     void UpdateLUT() override
     {
-        // The linear case counts entries, the other one positions: that is the order of
-        // operations that each is published with.
-        const double last = static_cast<double>(colorLUT.size() - 1);
-        const double unit = Tone().IsLinear() ? 1.0 : last;
-        const ToneCurve curve(Tone(), last / unit, value_range<double>, ToneCurve::Bounds::exact);
-        for (std::size_t i = 0; i < colorLUT.size(); ++i) {
-            const PackedColor color = ColorAt(curve(static_cast<double>(i) / unit));
-            colorLUT[i] = swapRB ? WithRedAndBlueSwapped(color) : color;
-        }
+        colors = Colors();
+        curve = CurveOfTable();
+        lut.Clear();
     }
 
 private:
     static constexpr bool isFloat = std::is_floating_point_v<S>;
     static_assert(std::endian::native == std::endian::little, "the lowest byte of a colour comes first");
+
+    /// The linear case counts entries, the other one positions: that is the order of operations that each
+    /// is published with.
+    double LastSource() const noexcept
+    {
+        return Tone().IsLinear() ? static_cast<double>(lut.Count() - 1) : 1.0;
+    }
+
+    ToneCurve CurveOfTable() const noexcept
+    {
+        return ToneCurve(Tone(), LastSource(), value_range<double>, ToneCurve::Bounds::exact);
+    }
+
+    void RequireEntries(const SourceBlock& source, std::uint64_t width, std::uint64_t height)
+    {
+        if (lut.IsComplete())
+            return;
+        const auto needed = sizeof(S) == 2 ? NeededEntries(lut.Count(), 0, source, width, height)
+                                           : IndexRange{0, lut.Count() - 1};
+        const double unit = curve.IsLinear() ? 1.0 : static_cast<double>(lut.Count() - 1);
+        lut.Require(needed, [this, unit](std::size_t first, std::size_t count, PackedColor* entries) {
+            for (std::size_t i = 0; i < count; ++i) {
+                const PackedColor color = colors(curve(static_cast<double>(first + i) / unit));
+                entries[i] = swapRB ? WithRedAndBlueSwapped(color) : color;
+            }
+        });
+    }
 
     static constexpr PackedColor WithRedAndBlueSwapped(PackedColor c) noexcept
     {
@@ -123,7 +148,9 @@ private:
     }
 
     bool swapRB;
-    std::vector<PackedColor> colorLUT;
+    LazyTable<PackedColor> lut;
+    ColorWalk colors;
+    ToneCurve curve;
 };
 
 } // namespace Mardu::Sentel::Tavlo

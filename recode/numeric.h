@@ -95,20 +95,14 @@ private:
         return nullptr;
     }
 
-    /// A block of fewer pixels than entries needs few of them, mostly close to each other.
     void RequireEntries(const SourceBlock& source, std::uint64_t width, std::uint64_t height)
     {
         if (lut.IsComplete() || width == 0 || height == 0)
             return;
-        if (sizeof(S) == 1 || source.strideX != sizeof(S) || height >= lut.Count() / width)
-            return lut.RequireAll();
-        const auto rangeOf = ActiveKernels().lookup.rangeOf16;
-        IndexRange needed{lut.Count() - 1, 0};
-        for (std::uint64_t y = 0; y < height; ++y) {
-            const IndexRange row = rangeOf(field.Mask(), field.Sign(), source.Row(y), width);
-            needed = {std::min(needed.first, row.first), std::max(needed.last, row.last)};
-        }
-        lut.Require(needed);
+        if constexpr (sizeof(S) == 1)
+            lut.RequireAll();
+        else
+            lut.Require(NeededEntries(lut.Count(), field.Sign(), source, width, height));
     }
 
     /// Whether the smaller form of the table exists and serves. It is made for images that it pays for.

@@ -64,6 +64,20 @@ struct StreamedStore
     HWY_INLINE void operator()(ByteVector v, std::uint8_t* at) const { hn::Stream(v, bytes, at); }
 };
 
+/// Either of them. The processor foresees which, so that a loop need not be there twice.
+struct EitherStore
+{
+    bool isStreamed = false;
+
+    HWY_INLINE void operator()(ByteVector v, std::uint8_t* at) const
+    {
+        if (isStreamed)
+            StreamedStore()(v, at);
+        else
+            CachedStore()(v, at);
+    }
+};
+
 /// How many pixels come before the first one at an aligned address, or all of them.
 template <std::size_t pixelSize>
 std::size_t PixelsToAlignment(const std::uint8_t* at, std::size_t count)
@@ -84,17 +98,20 @@ HWY_INLINE void EachVectorTo(const std::uint8_t* src, std::uint8_t* dst, std::si
 {
     static_assert(together * targetSize % step == 0);
     const bool large = outrunsMemory && count >= streamedBytes / targetSize && src != dst;
-    const std::size_t cached = large ? PixelsToAlignment<targetSize>(dst, count) : count;
-    EachVector<together, sourceSize, targetSize>(
-        src, dst, cached, [vector](const std::uint8_t* s, std::uint8_t* d) { vector(s, d, CachedStore()); });
-    if constexpr (outrunsMemory) {
-        if (cached == count)
-            return;
+    std::size_t now = large ? PixelsToAlignment<targetSize>(dst, count) : count;
+    EitherStore store;
+    for (;;) {
         EachVector<together, sourceSize, targetSize>(
-            src + sourceSize * cached, dst + targetSize * cached, count - cached,
-            [vector](const std::uint8_t* s, std::uint8_t* d) { vector(s, d, StreamedStore()); });
-        hwy::FlushStream();
+            src, dst, now, [vector, store](const std::uint8_t* s, std::uint8_t* d) { vector(s, d, store); });
+        if (now == count)
+            break;
+        src += sourceSize * now;
+        dst += targetSize * now;
+        now = count -= now;
+        store.isStreamed = true;
     }
+    if (store.isStreamed)
+        hwy::FlushStream();
 }
 
 #endif

@@ -2,7 +2,7 @@
 #include "conversions/plain_loops.h"
 #include "conversions/rows.h"
 
-#include "recode/dispatch.h"
+#include "recode/curve_table.h"
 
 #include <cstring>
 #include <memory>
@@ -33,12 +33,6 @@ void Fill(std::vector<D>& table, const ToneParameters& tone)
 template <class D>
 Contest Filling(const ToneParameters& tone, double goal)
 {
-    const auto plan = std::make_shared<RecoderPlan>(
-        MakeRecoder(Packed(small, 16, Tavlo_Unsigned), Packed(small, 8 * sizeof(D), Tavlo_Unsigned)));
-    plan->recoder->contrast = tone.contrast;
-    plan->recoder->brightness = tone.brightness;
-    plan->recoder->gamma = tone.gamma;
-    plan->recoder->sigma = tone.sigma;
     const auto table = std::make_shared<std::vector<D>>(entries);
     const auto copy = std::make_shared<std::vector<D>>(entries);
 
@@ -47,15 +41,11 @@ Contest Filling(const ToneParameters& tone, double goal)
     contest.pixels = static_cast<double>(entries);
     contest.goal = goal;
     contest.against = {"plain"};
-    // Entries are computed when pixels ask for them: the smallest and the largest value ask for all.
     contest.contenders = {
         {"ours",
-         [plan] {
-             constexpr std::uint16_t ends[] = {0, 65535};
-             D converted[2];
-             plan->recoder->UpdateLUT();
-             Check(plan->recoder->Recode(reinterpret_cast<const std::uint8_t*>(ends),
-                                         reinterpret_cast<std::uint8_t*>(converted), 2, 1));
+         [ours = std::make_shared<CurveTable<D>>(entries, 0), tone] {
+             ours->Use(ToneCurve(tone, entries - 1.0, value_range<D>, ToneCurve::Bounds::whole));
+             ours->RequireAll();
          }},
         {"plain", [table, tone] { Fill(*table, tone); }},
         {"memcpy", [table, copy] { std::memcpy(copy->data(), table->data(), entries * sizeof(D) / 2); }}};
