@@ -23,6 +23,13 @@ void AddCommonOptions(CLI::App& parser, Manner& manner)
     parser.set_help_flag("-h,--help", "Print this help and exit");
 }
 
+/// Before two dashes end the options.
+bool HasOption(std::span<const std::string> arguments, std::string_view name)
+{
+    const auto end = std::ranges::find(arguments, "--");
+    return std::find(arguments.begin(), end, name) != end;
+}
+
 /// The parsers of the program and its commands, and what they have read.
 class Parser
 {
@@ -113,6 +120,12 @@ Invocation Parser::Read(const std::vector<std::string>& arguments, int width)
     try {
         // The parser takes its arguments from the back.
         app_.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+        // A command's parser hands what it has no place for to the program's, which does not know that two
+        // dashes have ended the options.
+        if (manner_.isJson && !isJson)
+            throw CLI::ExtrasError({"--json"});
+        if (manner_.isQuiet && !HasOption(arguments, "-q") && !HasOption(arguments, "--quiet"))
+            throw CLI::ExtrasError({"--quiet"});
     } catch (const CLI::CallForHelp&) {
         return Answer(Help(entry, width));
     } catch (const CLI::CallForVersion&) {
@@ -131,8 +144,7 @@ Invocation Parser::Read(const std::vector<std::string>& arguments, int width)
 
 bool AsksForJson(std::span<const std::string> arguments)
 {
-    const auto end = std::ranges::find(arguments, "--");
-    return std::find(arguments.begin(), end, "--json") != end;
+    return HasOption(arguments, "--json");
 }
 
 std::string ErrorText(const std::string& error, const std::string& code, bool isJson)

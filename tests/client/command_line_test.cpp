@@ -230,6 +230,9 @@ INSTANTIATE_TEST_SUITE_P(All, WrongUsageTest,
                                          WrongLine{{"--loud"}, "tavlo: "},
                                          WrongLine{{"greet"}, "tavlo greet: NAME is required"},
                                          WrongLine{{"greet", "Ada", "Bob"}, "not expected: Bob"},
+                                         WrongLine{{"greet", "Ada", "--", "--json"}, "not expected: --json"},
+                                         WrongLine{{"greet", "Ada", "--", "-q"}, "not expected: --quiet"},
+                                         WrongLine{{"greet", "Ada", "--", "greet"}, "not expected: greet"},
                                          WrongLine{{"fail", "--loud"}, "not expected: --loud"}));
 
 } // namespace
