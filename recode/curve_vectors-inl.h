@@ -87,6 +87,8 @@ struct PixelSource
     static constexpr std::size_t size = sizeof(S);
     /// How many units a float of 0 is: integers are taken as signed floats.
     static constexpr double unitsAtZero = std::is_integral_v<S> ? twoTo31 : 0.0;
+    /// Whether floats hold every value.
+    static constexpr bool isExact = std::is_same_v<S, float>;
 
     /// The units of vector `i` of doubles from an address on.
     HWY_INLINE Vector Units(const std::uint8_t* at, std::size_t i) const
@@ -115,6 +117,7 @@ class FieldSource
 public:
     static constexpr std::size_t size = 2;
     static constexpr double unitsAtZero = 0.0;
+    static constexpr bool isExact = true;
 
     FieldSource(std::uint32_t mask, std::uint32_t sign)
         : mask_(hn::Set(words, static_cast<std::uint16_t>(mask))),

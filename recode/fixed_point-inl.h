@@ -24,9 +24,12 @@ public:
     FixedPointCurve(const ToneCurve::Constants& c, const Source& source) : source_(source)
     {
         const double shift = Source::unitsAtZero * c.slope + c.shift;
-        // The source, the slope, the shift and their sum are rounded to 24 bits each, and the product is as
-        // large as the value and the shift together; the fixed-point number is rounded to its last bit.
-        const double error = (256.0 + 2.0 * std::abs(shift)) * 0x1p-22 + 1.0 / one;
+        // The sources that are no floats, the slope, the shift and the sum of both are rounded to 24 bits
+        // each; the product is as large as the value and the shift together. The fixed-point number is
+        // rounded to its last bit, and the published arithmetic to far less than that.
+        const double product = 256.0 + std::abs(shift);
+        const double error =
+            ((Source::isExact ? 1.0 : 2.0) * product + std::abs(shift) + 256.0) * 0x1p-24 + 1.0 / one;
         int bits = 1;
         while (bits < fractionBits && std::ldexp(1.0 / one, bits - 1) < error)
             ++bits;

@@ -38,6 +38,20 @@ constexpr ToneParameters tones[] = {
     {std::numeric_limits<double>::infinity(), 0.0, 1.0, 1.0},
 };
 
+/// Calls `check` with a value of every type that elements have.
+template <class Check>
+void WithEveryType(const Check& check)
+{
+    check(std::int8_t{});
+    check(std::uint8_t{});
+    check(std::int16_t{});
+    check(std::uint16_t{});
+    check(std::int32_t{});
+    check(std::uint32_t{});
+    check(float{});
+    check(double{});
+}
+
 /// Values where something happens: limits, whole target values, their neighbours, and any bits.
 template <class S>
 std::vector<S> Sources(std::mt19937& random)
@@ -241,14 +255,52 @@ TEST_P(NumericKernel, ComputesTheCurveToTheLastBit)
         SCOPED_TRACE(ElementIndex<D>());
         ExpectSameCurves<D>(wide_, plain_, random_);
     };
-    check(std::int8_t{});
-    check(std::uint8_t{});
-    check(std::int16_t{});
-    check(std::uint16_t{});
-    check(std::int32_t{});
-    check(std::uint32_t{});
-    check(float{});
-    check(double{});
+    WithEveryType(check);
+}
+
+namespace {
+
+/// Sources around those where the linear curve passes a whole number.
+template <class S>
+std::vector<S> SourcesAroundSteps(const ToneCurve::Constants& c, std::mt19937& random)
+{
+    std::vector<S> sources;
+    std::uniform_real_distribution<double> aside(-1e-7, 1e-7);
+    for (int whole = 0; whole <= 256; ++whole)
+        for (int i = 0; i < 16; ++i) {
+            const double units = (whole - c.shift) / c.slope * (1.0 + aside(random));
+            const double value = units + static_cast<double>(value_range<S>.min);
+            if (std::is_floating_point_v<S> || (value >= static_cast<double>(std::numeric_limits<S>::min()) &&
+                                                value < static_cast<double>(std::numeric_limits<S>::max())))
+                sources.push_back(static_cast<S>(value));
+        }
+    return sources;
+}
+
+} // namespace
+
+TEST_P(NumericKernel, ComputesBytesLikeTheCurveWhereTheyStep)
+{
+    std::uniform_real_distribution<double> contrasts(0.3, 6.0);
+    std::uniform_real_distribution<double> brightnesses(-2.0, 0.7);
+    const auto check = [&]<class S>(S) {
+        const ToneParameters tone{contrasts(random_), brightnesses(random_), 1.0, 1.0};
+        SCOPED_TRACE(testing::Message() << "contrast " << tone.contrast << ", brightness " << tone.brightness
+                                        << ", source " << ElementIndex<S>());
+        const ToneCurve curve(tone, value_range<S>.span, value_range<std::uint8_t>, ToneCurve::Bounds::exact);
+        const std::vector<S> sources = SourcesAroundSteps<S>(curve.Values(), random_);
+        std::vector<std::uint8_t> expected(sources.size());
+        std::vector<std::uint8_t> actual(sources.size());
+        for (const auto& [kernels, target] : {std::pair{&plain_, &expected}, {&wide_, &actual}})
+            kernels->curve.linear[CurveKernels::SourceIndex<S>][ElementIndex<std::uint8_t>()](
+                curve, reinterpret_cast<const std::uint8_t*>(sources.data()), target->data(), sources.size());
+        ASSERT_EQ(actual, expected);
+    };
+    for (int i = 0; i < 400; ++i) {
+        check(std::int32_t{});
+        check(std::uint32_t{});
+        check(float{});
+    }
 }
 
 /// Large targets are written in another way, and the linear curve has several.
@@ -312,14 +364,7 @@ TEST_P(NumericKernel, ComputesWhatATableOfAFieldHolds)
                     ASSERT_TRUE(actual == expected);
                 }
     };
-    check(std::int8_t{});
-    check(std::uint8_t{});
-    check(std::int16_t{});
-    check(std::uint16_t{});
-    check(std::int32_t{});
-    check(std::uint32_t{});
-    check(float{});
-    check(double{});
+    WithEveryType(check);
 }
 
 namespace {
@@ -348,28 +393,14 @@ void ExpectSameCasts(const Kernels& wide, const Kernels& plain, std::mt19937& ra
             ExpectSamePixels(wide, plain, sizeof(S), sizeof(D), sizeof(D) <= sizeof(S), random, run,
                              {0, 1, 63, 64, 65, 127, 128, 1000});
     };
-    check(std::int8_t{});
-    check(std::uint8_t{});
-    check(std::int16_t{});
-    check(std::uint16_t{});
-    check(std::int32_t{});
-    check(std::uint32_t{});
-    check(float{});
-    check(double{});
+    WithEveryType(check);
 }
 
 } // namespace
 
 TEST_P(NumericKernel, CastsValuesAsTheLanguageDoes)
 {
-    ExpectSameCasts<std::int8_t>(wide_, plain_, random_);
-    ExpectSameCasts<std::uint8_t>(wide_, plain_, random_);
-    ExpectSameCasts<std::int16_t>(wide_, plain_, random_);
-    ExpectSameCasts<std::uint16_t>(wide_, plain_, random_);
-    ExpectSameCasts<std::int32_t>(wide_, plain_, random_);
-    ExpectSameCasts<std::uint32_t>(wide_, plain_, random_);
-    ExpectSameCasts<float>(wide_, plain_, random_);
-    ExpectSameCasts<double>(wide_, plain_, random_);
+    WithEveryType([this]<class S>(S) { ExpectSameCasts<S>(wide_, plain_, random_); });
 }
 
 TEST_P(NumericKernel, FillsTablesToTheLastBit)
@@ -378,14 +409,7 @@ TEST_P(NumericKernel, FillsTablesToTheLastBit)
         SCOPED_TRACE(ElementIndex<D>());
         ExpectSameFilling<D>(wide_, plain_);
     };
-    check(std::int8_t{});
-    check(std::uint8_t{});
-    check(std::int16_t{});
-    check(std::uint16_t{});
-    check(std::int32_t{});
-    check(std::uint32_t{});
-    check(float{});
-    check(double{});
+    WithEveryType(check);
 }
 
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NumericKernel);
