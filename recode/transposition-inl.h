@@ -309,7 +309,9 @@ private:
                                 std::ptrdiff_t dstStride, std::size_t width, std::size_t height,
                                 const Store& store)
     {
-        const auto turn = [&](std::size_t x, std::size_t y) {
+        // A call for each square would probe the stack for its lines, on Windows.
+        const auto turn = [&](std::size_t x, std::size_t y) __attribute__((always_inline))
+        {
             const std::uint8_t* from = src + static_cast<std::ptrdiff_t>(x) * srcStride + y * size;
             std::uint8_t* to = dst + static_cast<std::ptrdiff_t>(y) * dstStride + x * size;
             if (x + extent <= width && y + extent <= height)
