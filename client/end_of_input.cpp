@@ -3,7 +3,6 @@
 #include "client/failure.h"
 
 #include <atomic>
-#include <thread>
 
 namespace Mardu::Sentel::Tavlo::Client {
 namespace {
@@ -17,7 +16,7 @@ BOOL WINAPI OnControl(DWORD signal)
 }
 
 /// Reads until Enter or the end; done is its own.
-void ReadInput(HANDLE done)
+DWORD WINAPI ReadInput(void* done)
 {
     const Handle owner(done);
     const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
@@ -26,6 +25,7 @@ void ReadInput(HANDLE done)
     while (ReadFile(input, &c, 1, &count, nullptr) && count == 1 && c != '\n' && c != '\r') {
     }
     SetEvent(done);
+    return 0;
 }
 
 } // namespace
@@ -39,8 +39,14 @@ EndOfInput::EndOfInput() : event_(CreateEventW(nullptr, TRUE, FALSE, nullptr))
         ThrowLastError(purpose);
     interrupted = event_.get();
     SetConsoleCtrlHandler(OnControl, TRUE);
-    // Nothing takes a thread out of a read of a pipe or a console: it ends with the process.
-    std::thread(ReadInput, forReader).detach();
+    // Nothing takes a thread out of a read of a pipe or a console: it ends with the process. Where the input
+    // had ended already, and the thread with it, before a std::thread was detached, the event was never set.
+    const Handle thread(CreateThread(nullptr, 0, ReadInput, forReader, 0, nullptr));
+    if (!thread) {
+        const DWORD error = GetLastError();
+        CloseHandle(forReader);
+        ThrowError(error, purpose);
+    }
 }
 
 EndOfInput::~EndOfInput()
