@@ -291,6 +291,34 @@ TEST(ColorRamp, IsResetToBlackAndWhite)
     EXPECT_EQ(Converted(recoder, 3), plain);
 }
 
+TEST(ColorRamp, ColorsWordsWhateverSmallImagesCameBefore)
+{
+    const reference::Ramp ramp{{0.0, 0xFF000000}, {0.4, 0xFF0040C0}, {1.0, 0xFFFFFFFF}};
+    const reference::Kind grey{16, Tavlo_Unsigned};
+    const reference::Kind color{24, Tavlo_RGB};
+    LUTRecoder recoder(words, rgb);
+    ASSERT_EQ(recoder.SetColor(0.4, 0xFF0040C0), RecodeResult::done);
+    for (const reference::Tone& tone : {reference::Tone{1, 0, 1, 1}, reference::Tone{1.4, -0.2, 1.5, 2}}) {
+        recoder.SetContrast(tone.contrast);
+        recoder.SetBrightness(tone.brightness);
+        recoder.SetGamma(tone.gamma);
+        recoder.SetSigma(tone.sigma);
+        // In the middle, above, below, and over all.
+        for (const auto& [first, step] : {std::pair{30000, 1}, {50000, 7}, {0, 3}, {255, 256}}) {
+            std::vector<std::uint16_t> source(256);
+            for (int i = 0; i < 256; ++i)
+                source[static_cast<std::size_t>(i)] = static_cast<std::uint16_t>(first + i * step);
+            std::vector<std::uint8_t> colors(256 * 3);
+            const auto* pixels = reinterpret_cast<const std::uint8_t*>(source.data());
+            ASSERT_EQ(recoder.Recode(pixels, colors.data()), RecodeResult::done);
+            for (std::size_t i = 0; i < 256; ++i) {
+                const auto want = reference::Pair(grey, color).Recoded(pixels + 2 * i, tone, ramp);
+                ASSERT_TRUE(std::equal(want.data, want.data + 3, &colors[3 * i])) << source[i];
+            }
+        }
+    }
+}
+
 TEST(ColorRamp, ColorsEveryEntryOfTheTable)
 {
     const reference::Ramp ramp{{0.0, 0x10FF8000}, {0.2, 0xFF0040C0}, {0.7, 0x7F00FF00}, {1.0, 0xFFFFFFFF}};
