@@ -27,8 +27,40 @@ function(tavlo_discover_tests target prefix)
     ${ARGN})
 endfunction()
 
-# A test program of GoogleTest cases. Further arguments are properties of its tests.
+# A test program of GoogleTest cases, each in a process of its own. Further arguments are
+# properties of its tests.
 function(tavlo_tests target)
   tavlo_warnings(${target})
   tavlo_discover_tests(${target} "" PROPERTIES TIMEOUT 300 ${ARGN})
+endfunction()
+
+# Cases that leave nothing behind in their process. Under Wine, where starting a program costs
+# more than most of them and is what fails most, some processes share them: as many as SHARDS
+# says. PREFIX, FILTER and VARIABLES make further runs of one program; arguments before them
+# are properties of its tests.
+function(tavlo_stateless_tests target)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "PREFIX;FILTER;SHARDS" "VARIABLES")
+  tavlo_warnings(${target})
+  if(NOT arg_FILTER)
+    set(arg_FILTER *)
+  endif()
+  if(NOT arg_SHARDS)
+    set(arg_SHARDS 1)
+  endif()
+  if(NOT WIN32)
+    tavlo_discover_tests(${target} "${arg_PREFIX}" TEST_FILTER ${arg_FILTER}
+      PROPERTIES TIMEOUT 300 ENVIRONMENT "${arg_VARIABLES}" ${arg_UNPARSED_ARGUMENTS})
+    return()
+  endif()
+  foreach(shard RANGE 1 ${arg_SHARDS})
+    math(EXPR index "${shard} - 1")
+    set(name windows/${arg_PREFIX}${target})
+    if(arg_SHARDS GREATER 1)
+      string(APPEND name /${shard})
+    endif()
+    add_test(NAME ${name} COMMAND ${target} --gtest_filter=${arg_FILTER})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 600
+      ENVIRONMENT "GTEST_TOTAL_SHARDS=${arg_SHARDS};GTEST_SHARD_INDEX=${index};${arg_VARIABLES}"
+      ${arg_UNPARSED_ARGUMENTS})
+  endforeach()
 endfunction()
