@@ -2,7 +2,9 @@
 
 #include "recode/color.h"
 #include "recode/color_ramp.h"
+#include "recode/compact_colors.h"
 #include "recode/lazy_table.h"
+#include "recode/smaller_form.h"
 
 #include <array>
 #include <bit>
@@ -30,21 +32,23 @@ public:
     RecodeResult Recode(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
                         std::uint64_t height) override
     {
-        if (width != 0 && height != 0)
-            RequireEntries(From(srcPixels), width, height);
+        if (width == 0 || height == 0)
+            return RecodeResult::done;
+        RequireEntries(From(srcPixels), width, height);
         const LookupKernels& kernels = ActiveKernels().lookup;
-        const auto lookup = (sizeof(S) == 1 ? kernels.from8 : kernels.from16)[SizeIndex(TargetSize())];
         const auto mask = static_cast<std::uint32_t>(lut.Count() - 1);
-        Run(srcPixels, dstPixels, width, height,
-            [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-                if constexpr (isFloat)
-                    InStretches(from, to, count,
-                                [&](const std::uint8_t* indices, std::uint8_t* t, std::size_t n) {
-                                    lookup(lut.Entries(), mask, indices, t, n);
-                                });
-                else
-                    lookup(lut.Entries(), mask, from, to, count);
-            });
+        if (const CompactColors* table = Compact(width, height)) {
+            RunIndexed(srcPixels, dstPixels, width, height,
+                       [&](const std::uint8_t* indices, std::uint8_t* to, std::size_t count) {
+                           kernels.compact(*table, mask, indices, to, count);
+                       });
+            return RecodeResult::done;
+        }
+        const auto lookup = (sizeof(S) == 1 ? kernels.from8 : kernels.from16)[SizeIndex(TargetSize())];
+        RunIndexed(srcPixels, dstPixels, width, height,
+                   [&](const std::uint8_t* indices, std::uint8_t* to, std::size_t count) {
+                       lookup(lut.Entries(), mask, indices, to, count);
+                   });
         return RecodeResult::done;
     }
 
@@ -77,6 +81,7 @@ public:
         colors = Colors();
         curve = CurveOfTable();
         lut.Clear();
+        compact.Clear();
     }
 
 private:
@@ -110,6 +115,16 @@ private:
         });
     }
 
+    /// The smaller form of the table, where it serves, or null. It is made for images that it pays for.
+    const CompactColors* Compact(std::uint64_t width, std::uint64_t height)
+    {
+        const std::uint64_t enough = 8 * lut.Count();
+        if (sizeof(S) == 1 || TargetSize() != 4 || ActiveKernels().lookup.compact == nullptr ||
+            height < enough / width)
+            return nullptr;
+        return compact.Get([this](CompactColors& table) { return table.Build(lut.Entries(), lut.Count()); });
+    }
+
     static constexpr PackedColor WithRedAndBlueSwapped(PackedColor c) noexcept
     {
         return (c & 0xFF00FF00) | (c & 0xFF) << 16 | (c >> 16 & 0xFF);
@@ -128,6 +143,20 @@ private:
              std::uint64_t height, PackedConversion convert)
     {
         ConvertPacked(From(srcPixels), sizeof(S), To(dstPixels), TargetSize(), width, height, convert);
+    }
+
+    /// As Run, for a conversion of positions in the table.
+    template <class Convert>
+    void RunIndexed(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
+                    std::uint64_t height, const Convert& convert)
+    {
+        if constexpr (isFloat)
+            Run(srcPixels, dstPixels, width, height,
+                [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+                    InStretches(from, to, count, convert);
+                });
+        else
+            Run(srcPixels, dstPixels, width, height, convert);
     }
 
     /// Turns floats into 16-bit positions in the table, in stretches that stay in the fastest cache.
@@ -149,6 +178,7 @@ private:
 
     bool swapRB;
     LazyTable<PackedColor> lut;
+    SmallerForm<CompactColors> compact;
     ColorWalk colors;
     ToneCurve curve;
 };

@@ -14,6 +14,7 @@ namespace Mardu::Sentel::Tavlo {
 // stretch of pixels before it writes that stretch, and never reads or writes beyond the last
 // pixel. The plain ones are the truth; a wide one gives the same bytes.
 
+class CompactColors;
 class SteppedTable;
 
 /// The smallest and the largest of some positions in a table, both included.
@@ -43,6 +44,12 @@ struct LookupKernels
     using Stepped = void (*)(const SteppedTable& table, const std::uint8_t* src, std::uint8_t* dst,
                              std::size_t count);
     Stepped stepped;
+
+    /// 16-bit elements to colours of four bytes through the smaller form of a table; null where that is no
+    /// faster.
+    using Compact = void (*)(const CompactColors& table, std::uint32_t mask, const std::uint8_t* src,
+                             std::uint8_t* dst, std::size_t count);
+    Compact compact;
 };
 
 /// The tone curve, computed for every pixel or for the indices of a table.

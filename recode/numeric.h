@@ -5,9 +5,8 @@
 #include "recode/plain_conversion.h"
 #include "recode/recoder_base.h"
 #include "recode/sample_field.h"
+#include "recode/smaller_form.h"
 #include "recode/stepped_table.h"
-
-#include <memory>
 
 namespace Mardu::Sentel::Tavlo {
 
@@ -20,11 +19,11 @@ public:
     RecodeResult Recode(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
                         std::uint64_t height) override
     {
-        if (MayStep(width, height)) {
+        if (const SteppedTable* table = Stepped(width, height)) {
             const auto byStep = ActiveKernels().lookup.stepped;
             Run(srcPixels, dstPixels, width, height,
                 [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-                    byStep(*stepped, from, to, count);
+                    byStep(*table, from, to, count);
                 });
             return RecodeResult::done;
         }
@@ -64,7 +63,7 @@ public:
     {
         const auto last = static_cast<double>(lut.Count() - 1);
         lut.Use(ToneCurve(Tone(), last, range, ToneCurve::Bounds::whole));
-        form = Form::unknown;
+        stepped.Clear();
     }
 
 protected:
@@ -105,37 +104,25 @@ private:
             lut.Require(NeededEntries(lut.Count(), field.Sign(), source, width, height));
     }
 
-    /// Whether the smaller form of the table exists and serves. It is made for images that it pays for.
-    bool MayStep(std::uint64_t width, std::uint64_t height)
+    /// The smaller form of the table, where it serves, or null. It is made for images that it pays for.
+    const SteppedTable* Stepped(std::uint64_t width, std::uint64_t height)
     {
         if constexpr (sizeof(S) == 2 && sizeof(D) == 1) {
             const std::uint64_t enough = 2 * lut.Count();
             if (ActiveKernels().lookup.stepped == nullptr || width == 0 || height < enough / width)
-                return false;
+                return nullptr;
             lut.RequireAll();
-            if (form == Form::unknown) {
-                if (stepped == nullptr)
-                    stepped = std::make_unique<SteppedTable>();
-                const auto* entries = reinterpret_cast<const std::uint8_t*>(lut.Entries());
-                form = stepped->Build(entries, field.Bits()) ? Form::stepped : Form::full;
-            }
-            return form == Form::stepped;
+            return stepped.Get([this](SteppedTable& table) {
+                return table.Build(reinterpret_cast<const std::uint8_t*>(lut.Entries()), field.Bits());
+            });
         }
-        return false;
+        return nullptr;
     }
-
-    enum class Form
-    {
-        unknown,
-        full,
-        stepped
-    };
 
     sample_field<S> field;
     ValueRange range;
     CurveTable<D> lut;
-    Form form = Form::unknown;
-    std::unique_ptr<SteppedTable> stepped;
+    SmallerForm<SteppedTable> stepped;
 };
 
 /// Sources that use every bit of an 8- or 16-bit element.

@@ -13,8 +13,11 @@ constexpr std::array<LookupKernels::Function, sizeCount> lookups{
     Lookup<S, std::uint8_t>, Lookup<S, std::uint16_t>, LookupThree<S>, Lookup<S, std::uint32_t>,
     Lookup<S, std::uint64_t>};
 
-constexpr LookupKernels lookup{
-    .from8 = lookups<std::uint8_t>, .from16 = lookups<std::uint16_t>, .rangeOf16 = Range, .stepped = nullptr};
+constexpr LookupKernels lookup{.from8 = lookups<std::uint8_t>,
+                               .from16 = lookups<std::uint16_t>,
+                               .rangeOf16 = Range,
+                               .stepped = nullptr,
+                               .compact = nullptr};
 
 constexpr CurveKernels curve{.linear = EveryPair<Linear>(),
                              .bent = EveryPair<Bent>(),

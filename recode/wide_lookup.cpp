@@ -1,3 +1,4 @@
+#include "recode/compact_colors.h"
 #include "recode/plain_loops.h"
 #include "recode/stepped_table.h"
 #include "recode/wide_kernels.h"
@@ -187,6 +188,62 @@ void Gather(const void* table, std::uint32_t mask, const std::uint8_t* src, std:
     });
 }
 
+/// The blocks at the lowest two offsets of 16 bits.
+HWY_INLINE __m128i TwoBlocks(const std::uint8_t* blocks, std::uint64_t offsets)
+{
+    const std::uint8_t* first = blocks + (offsets & 0xFFFF);
+    const std::uint8_t* second = blocks + (offsets >> 16 & 0xFFFF);
+    const __m128i low = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(first));
+    return _mm_castps_si128(_mm_loadh_pi(_mm_castsi128_ps(low), reinterpret_cast<const __m64*>(second)));
+}
+
+/// The blocks of four fields. Loads: the processor's own gathering takes longer.
+HWY_INLINE __m256i FourBlocks(const std::uint8_t* blocks, std::uint64_t masks, const std::uint8_t* src)
+{
+    const std::uint64_t offsets = LoadPixel<std::uint64_t>(src) & masks;
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(TwoBlocks(blocks, offsets)),
+                                   TwoBlocks(blocks, offsets >> 32), 1);
+}
+
+using Blocks = hn::ScalableTag<std::uint64_t>;
+
+/// The colours of as many fields as a vector holds blocks, each in the lower half of its block.
+HWY_INLINE hn::Vec<Blocks> ColorsOf(const std::uint8_t* blocks, std::uint16_t mask, const std::uint8_t* src)
+{
+    constexpr Blocks d;
+    constexpr hn::Rebind<std::uint16_t, Blocks> elements;
+    constexpr std::size_t block = CompactColors::blockSize;
+    static_assert(block == sizeof(std::uint64_t),
+                  "a field without its place in a block is the block's offset");
+    const std::uint64_t masks = 0x0001000100010001u * (mask & ~(block - 1));
+#if HWY_TARGET <= HWY_AVX3_DL
+    const hn::Vec<Blocks> found{_mm512_inserti64x4(_mm512_castsi256_si512(FourBlocks(blocks, masks, src)),
+                                                   FourBlocks(blocks, masks, src + 8), 1)};
+#else
+    const hn::Vec<Blocks> found{FourBlocks(blocks, masks, src)};
+#endif
+    const auto field = hn::LoadU(elements, reinterpret_cast<const std::uint16_t*>(src));
+    const auto wide = hn::PromoteTo(d, hn::PromoteTo(hn::Rebind<std::uint32_t, Blocks>(), field));
+    const auto place = hn::And(wide, hn::Set(d, block - 1));
+    const auto more = hn::And(hn::Shr(found, hn::Add(place, hn::Set(d, 32))), hn::Set(d, 0x01010101));
+    return hn::Add(found, more);
+}
+
+void Compact(const CompactColors& table, std::uint32_t mask, const std::uint8_t* src, std::uint8_t* dst,
+             std::size_t count)
+{
+    constexpr hn::Repartition<std::uint32_t, Blocks> colors;
+    constexpr std::size_t together = hn::MaxLanes(colors);
+    const auto* blocks = reinterpret_cast<const std::uint8_t*>(table.Blocks());
+    const auto field = static_cast<std::uint16_t>(mask);
+    EachVectorTo<true, together, 2, 4>(
+        src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d, auto store) {
+            const auto low = hn::BitCast(colors, ColorsOf(blocks, field, s));
+            const auto high = hn::BitCast(colors, ColorsOf(blocks, field, s + together));
+            store(hn::BitCast(bytes, hn::ConcatEven(colors, high, low)), d);
+        });
+}
+
 IndexRange Range(std::uint32_t mask, std::uint32_t sign, const std::uint8_t* src, std::size_t count)
 {
     const Words words;
@@ -216,7 +273,8 @@ constexpr LookupKernels lookupKernels{
     .from16 = {LookupWords<std::uint8_t>, LookupWords<std::uint16_t>, Plain::LookupThree<std::uint16_t>,
                Gather<std::int32_t>, Gather<std::int64_t>},
     .rangeOf16 = Range,
-    .stepped = Stepped};
+    .stepped = Stepped,
+    .compact = Compact};
 
 #endif
 } // namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE

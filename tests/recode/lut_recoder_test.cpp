@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <stdexcept>
 #include <vector>
@@ -36,6 +37,14 @@ std::vector<std::uint8_t> Converted(LUTRecoder& recoder, std::size_t pixelSize)
         source[i] = static_cast<std::uint8_t>(i);
     EXPECT_EQ(recoder.Recode(source.data(), target.data()), RecodeResult::done);
     return target;
+}
+
+void SetTone(LUTRecoder& recoder, const reference::Tone& tone)
+{
+    recoder.SetContrast(tone.contrast);
+    recoder.SetBrightness(tone.brightness);
+    recoder.SetGamma(tone.gamma);
+    recoder.SetSigma(tone.sigma);
 }
 
 struct Parameter
@@ -202,10 +211,7 @@ TEST(LUTRecoder, WithoutARampGivesTheGreyOfTheToneCurve)
     EXPECT_EQ(recoder.GetColor(notANumber), 0xFF000000u);
 
     const reference::Tone tone{1.5, -0.2, 0.7, 1.8};
-    recoder.SetContrast(tone.contrast);
-    recoder.SetBrightness(tone.brightness);
-    recoder.SetGamma(tone.gamma);
-    recoder.SetSigma(tone.sigma);
+    SetTone(recoder, tone);
     for (int i = -10; i <= 110; ++i) {
         const auto v = static_cast<std::uint32_t>(reference::Position(tone, i / 100.0) * 255);
         EXPECT_EQ(recoder.GetColor(i / 100.0), 0xFF000000 + v * 0x10101) << i;
@@ -299,10 +305,7 @@ TEST(ColorRamp, ColorsWordsWhateverSmallImagesCameBefore)
     LUTRecoder recoder(words, rgb);
     ASSERT_EQ(recoder.SetColor(0.4, 0xFF0040C0), RecodeResult::done);
     for (const reference::Tone& tone : {reference::Tone{1, 0, 1, 1}, reference::Tone{1.4, -0.2, 1.5, 2}}) {
-        recoder.SetContrast(tone.contrast);
-        recoder.SetBrightness(tone.brightness);
-        recoder.SetGamma(tone.gamma);
-        recoder.SetSigma(tone.sigma);
+        SetTone(recoder, tone);
         // In the middle, above, below, and over all.
         for (const auto& [first, step] : {std::pair{30000, 1}, {50000, 7}, {0, 3}, {255, 256}}) {
             std::vector<std::uint16_t> source(256);
@@ -314,6 +317,48 @@ TEST(ColorRamp, ColorsWordsWhateverSmallImagesCameBefore)
             for (std::size_t i = 0; i < 256; ++i) {
                 const auto want = reference::Pair(grey, color).Recoded(pixels + 2 * i, tone, ramp);
                 ASSERT_TRUE(std::equal(want.data, want.data + 3, &colors[3 * i])) << source[i];
+            }
+        }
+    }
+}
+
+TEST(ColorRamp, ColorsLargeImagesThroughFlatTablesAndSteepOnes)
+{
+    const reference::Tone tones[] = {{1, 0, 1, 1}, {40, -7, 1, 1}, {1.2, -0.1, 1.5, 2}, {-1, 1, 1, 1}};
+    const reference::Ramp ramp{{0.0, 0x10FF8000}, {0.4, 0xFF0040C0}, {1.0, 0xFFFFFFFF}};
+    constexpr std::int32_t width = 1031; // no multiple of a vector
+    constexpr std::int32_t height = 1200;
+    constexpr std::size_t count = std::size_t{width} * height;
+    for (const reference::Kind& grey :
+         {reference::Kind{16, Tavlo_Unsigned}, reference::Kind{12, Tavlo_Unsigned},
+          reference::Kind{32, Tavlo_Float}}) {
+        const std::size_t size = grey.bits == 32 ? 4 : 2;
+        std::vector<std::uint8_t> pixels(count * size);
+        for (std::size_t i = 0; i < count; ++i) {
+            const auto word = static_cast<std::uint16_t>(i * 40503); // each value once in 65536
+            const float number = static_cast<float>(word) / 65535.0f;
+            std::memcpy(&pixels[i * size], size == 2 ? static_cast<const void*>(&word) : &number, size);
+        }
+        for (const reference::Kind& color :
+             {reference::Kind{32, Tavlo_RGBA}, reference::Kind{32, Tavlo_BGRA}}) {
+            if (reference::ClassOf(grey, color).empty())
+                continue;
+            const auto step = static_cast<std::int32_t>(size);
+            LUTRecoder recoder({width, height, grey.bits, grey.encoding, 0, step, step * width},
+                               {width, height, color.bits, color.encoding, 0, 4, 4 * width});
+            for (const auto& [position, point] : ramp)
+                ASSERT_EQ(recoder.SetColor(position, point), RecodeResult::done);
+            for (const reference::Tone& tone : tones) {
+                SCOPED_TRACE(reference::Text(grey) + " to " + reference::Text(color) + ", " +
+                             reference::Text(tone));
+                SetTone(recoder, tone);
+                std::vector<std::uint8_t> colors(4 * count);
+                ASSERT_EQ(recoder.Recode(pixels.data(), colors.data()), RecodeResult::done);
+                // Among the first pixels are all values, among the last ones all places in a vector.
+                for (std::size_t i = 0; i < count; i += i < 65536 || i > count - 200 ? 1 : 97) {
+                    const auto want = reference::Pair(grey, color).Recoded(&pixels[i * size], tone, ramp);
+                    ASSERT_TRUE(std::equal(want.data, want.data + 4, &colors[4 * i])) << i;
+                }
             }
         }
     }
@@ -331,10 +376,7 @@ TEST(ColorRamp, ColorsEveryEntryOfTheTable)
             LUTRecoder recoder(bytes, Greys(target.bits, target.encoding, size));
             for (const auto& [position, color] : ramp)
                 ASSERT_EQ(recoder.SetColor(position, color), RecodeResult::done);
-            recoder.SetContrast(tone.contrast);
-            recoder.SetBrightness(tone.brightness);
-            recoder.SetGamma(tone.gamma);
-            recoder.SetSigma(tone.sigma);
+            SetTone(recoder, tone);
             const auto colors = Converted(recoder, static_cast<std::size_t>(size));
             for (int i = 0; i < 256; ++i) {
                 const auto v = static_cast<std::uint8_t>(i);

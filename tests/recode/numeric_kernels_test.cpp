@@ -1,5 +1,6 @@
 #include "kernels_test.h"
 
+#include "recode/compact_colors.h"
 #include "recode/stepped_table.h"
 
 #include <cmath>
@@ -17,6 +18,8 @@ class NumericKernel : public Kernel
 constexpr ToneParameters tones[] = {
     {1.0, 0.0, 1.0, 1.0},
     {1.2, 0.0, 1.0, 1.0},
+    {0.37, 0.0, 1.0, 1.0},
+    {1e-310, 0.0, 1.0, 1.0},
     {0.7, 0.2, 1.0, 1.0},
     {-1.3, 0.9, 1.0, 1.0},
     {40.0, -19.5, 1.0, 1.0},
@@ -247,6 +250,52 @@ TEST(SteppedTable, HasNoFormForManyStepsOrLargeOnes)
     for (std::size_t i = 0; i < table.size(); ++i)
         table[i] = static_cast<std::uint8_t>(std::min<std::size_t>(i / 16, 255));
     EXPECT_FALSE(stepped.Build(table.data(), 16)) << "sixteen in a block";
+}
+
+TEST_P(NumericKernel, LooksColorsUpInTheCompactTable)
+{
+    for (int bits = 9; bits <= 16; ++bits) {
+        SCOPED_TRACE(bits);
+        // Every byte goes its own way, up and down and with jumps where a block begins.
+        std::vector<PackedColor> table(std::size_t{1} << bits);
+        for (std::size_t i = 0; i < table.size(); i += CompactColors::blockSize) {
+            const auto smallest = static_cast<PackedColor>(random_()) & 0x7FFEFEFE;
+            for (std::size_t k = 0; k < CompactColors::blockSize; ++k)
+                table[i + k] = smallest + (static_cast<PackedColor>(random_()) & 0x01010101);
+        }
+        CompactColors compact;
+        ASSERT_TRUE(compact.Build(table.data(), table.size()));
+        const auto mask = static_cast<std::uint32_t>(table.size() - 1);
+        ExpectSamePixels(
+            wide_, plain_, 2, 4, false, random_,
+            [&](const Kernels& kernels, const std::uint8_t* src, std::uint8_t* dst, std::size_t count) {
+                if (&kernels == &wide_)
+                    kernels.lookup.compact(compact, mask, src, dst, count);
+                else
+                    kernels.lookup.from16[SizeIndex(4)](table.data(), mask, src, dst, count);
+            },
+            CountsAndALargeOne(4));
+    }
+}
+
+TEST(CompactColors, HasNoFormWhereNeighboursDifferByMoreThanOne)
+{
+    CompactColors compact;
+    std::vector<PackedColor> table(512, 0xFE00FE01);
+    EXPECT_TRUE(compact.Build(table.data(), table.size()));
+    for (int byte = 0; byte < 4; ++byte)
+        for (const std::size_t i : {std::size_t{0}, std::size_t{13}, std::size_t{511}}) {
+            std::vector<PackedColor> steep = table;
+            steep[i] ^= PackedColor{1} << (8 * byte);
+            EXPECT_TRUE(compact.Build(steep.data(), steep.size())) << byte << ", " << i;
+            steep[i] = table[i] ^ PackedColor { 2 } << (8 * byte);
+            EXPECT_FALSE(compact.Build(steep.data(), steep.size())) << byte << ", " << i;
+            steep[i] = table[i] ^ PackedColor { 0x80 } << (8 * byte);
+            EXPECT_FALSE(compact.Build(steep.data(), steep.size())) << byte << ", " << i;
+        }
+    for (std::size_t i = 0; i < table.size(); ++i)
+        table[i] = static_cast<PackedColor>(i / CompactColors::blockSize % 2) * 0xFFFFFFFF;
+    EXPECT_TRUE(compact.Build(table.data(), table.size())) << "blocks may be anything";
 }
 
 TEST_P(NumericKernel, ComputesTheCurveToTheLastBit)
