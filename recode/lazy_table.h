@@ -15,10 +15,7 @@ class LazyTable
 {
 public:
     /// `sign` is the field's sign bit, 0 for unsigned ones.
-    LazyTable(std::size_t count, std::uint32_t sign)
-        : count_(count), sign_(sign), entries_(std::make_unique_for_overwrite<Entry[]>(count))
-    {
-    }
+    LazyTable(std::size_t count, std::uint32_t sign) : count_(count), sign_(sign) {}
 
     std::size_t Count() const noexcept { return count_; }
     /// Only the required ones are valid.
@@ -34,6 +31,8 @@ public:
     template <class Fill>
     void Require(const IndexRange& range, const Fill& fill)
     {
+        if (entries_ == nullptr)
+            entries_ = std::make_unique_for_overwrite<Entry[]>(count_);
         if (begin_ == end_)
             begin_ = end_ = range.first;
         if (range.first < begin_) {

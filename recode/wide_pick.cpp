@@ -12,56 +12,96 @@ HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
 
-/// Bytes of as many groups as a vector has bytes: of each the one at this position.
-template <std::size_t distance, std::size_t position = 0>
+/// Bytes of as many groups as a vector has bytes: of each the first one.
+template <std::size_t distance>
 HWY_INLINE ByteVector Picked(const std::uint8_t* src)
 {
     ByteVector v[4];
-    if constexpr (distance == 2) {
-#if HWY_TARGET == HWY_AVX3_DL
-        const ByteVector even = hn::Add(hn::Iota(bytes, 0), hn::Iota(bytes, 0));
-        const ByteVector order = hn::Add(even, hn::Set(bytes, position));
-        const ByteVector low = hn::LoadU(bytes, src);
-        const ByteVector high = hn::LoadU(bytes, src + step);
-        return ByteVector{_mm512_permutex2var_epi8(low.raw, order.raw, high.raw)};
-#else
-        hn::LoadInterleaved2(bytes, src, v[0], v[1]);
-#endif
-    } else if constexpr (distance == 3) {
+    if constexpr (distance == 3)
         hn::LoadInterleaved3(bytes, src, v[0], v[1], v[2]);
-    } else {
+    else
         hn::LoadInterleaved4(bytes, src, v[0], v[1], v[2], v[3]);
-    }
-    return v[position];
+    return v[0];
 }
 
 template <std::size_t distance>
 void Pick(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
 {
     // Of the last group only the first byte is there for sure.
-    std::size_t whole = count == 0 ? 0 : (count - 1) / step * step;
-    const std::size_t rest = count - whole;
-    if constexpr (distance == 2) {
-        // Upper bytes of words: behind the first vector a load may begin with the byte before, where words
-        // do, and so need not reach into another line of the cache.
-        if (whole != 0 && reinterpret_cast<std::uintptr_t>(src) % 2 != 0) {
-            hn::StoreU(Picked<2>(src), bytes, dst);
-            src += 2 * step;
-            dst += step;
-            whole -= step;
-            EachVectorTo<true, step, 2, 1>(
-                src - 1, dst, whole,
-                [](const std::uint8_t* s, std::uint8_t* d, auto store) { store(Picked<2, 1>(s), d); });
-            return Plain::Pick<2>(src + 2 * whole, dst + whole, rest);
-        }
-    }
+    const std::size_t whole = count == 0 ? 0 : (count - 1) / step * step;
     EachVectorTo<true, step, distance, 1>(
         src, dst, whole,
         [](const std::uint8_t* s, std::uint8_t* d, auto store) { store(Picked<distance>(s), d); });
-    Plain::Pick<distance>(src + distance * whole, dst + whole, rest);
+    Plain::Pick<distance>(src + distance * whole, dst + whole, count - whole);
 }
 
-constexpr PickKernels pickKernels{Pick<2>, Pick<3>, Pick<4>};
+/// The lower or upper bytes of words, as words.
+template <bool upper>
+HWY_INLINE __m256i ByteOfWords(const std::uint8_t* src)
+{
+    const __m256i words = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src));
+    return upper ? _mm256_srli_epi16(words, 8) : _mm256_and_si256(words, _mm256_set1_epi16(0xFF));
+}
+
+/// The same of 32 words, as bytes.
+template <bool upper>
+HWY_INLINE __m256i PackedWords(const std::uint8_t* src)
+{
+    const __m256i packed = _mm256_packus_epi16(ByteOfWords<upper>(src), ByteOfWords<upper>(src + 32));
+    return _mm256_permute4x64_epi64(packed, _MM_SHUFFLE(3, 1, 2, 0));
+}
+
+/// Of as many words as a vector has bytes.
+template <bool upper>
+HWY_INLINE ByteVector OfWords(const std::uint8_t* src)
+{
+#if HWY_TARGET == HWY_AVX3_DL
+    const ByteVector even = hn::Add(hn::Iota(bytes, 0), hn::Iota(bytes, 0));
+    const ByteVector order = hn::Add(even, hn::Set(bytes, upper ? 1 : 0));
+    return ByteVector{
+        _mm512_permutex2var_epi8(hn::LoadU(bytes, src).raw, order.raw, hn::LoadU(bytes, src + step).raw)};
+#else
+    return ByteVector{PackedWords<upper>(src)};
+#endif
+}
+
+/// Whole vectors of words. Where they come from beyond the nearest caches, vectors of 32 bytes are as fast as
+/// such memory is, and those of 64 a little slower.
+template <bool upper>
+void EachOfWords(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
+{
+    constexpr std::size_t farAway = std::size_t{128} << 10;
+    if (step == 64 && count >= farAway && count < streamedBytes) {
+        EachVector<32, 2, 1>(src, dst, count, [](const std::uint8_t* s, std::uint8_t* d) {
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(d), PackedWords<upper>(s));
+        });
+        return;
+    }
+    EachVectorTo<true, step, 2, 1>(src, dst, count, [](const std::uint8_t* s, std::uint8_t* d, auto store) {
+        store(OfWords<upper>(s), d);
+    });
+}
+
+void PickOfTwo(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
+{
+    if (count <= step)
+        return Plain::Pick<2>(src, dst, count);
+    // The last vector ends with the one byte of the last group that is there for sure. It is read before
+    // anything is written.
+    const ByteVector last = OfWords<true>(src + 2 * (count - step) - 1);
+    const std::size_t whole = (count - 1) / step * step;
+    if (reinterpret_cast<std::uintptr_t>(src) % 2 == 0) {
+        EachOfWords<false>(src, dst, whole);
+    } else {
+        // Upper bytes of words: behind the first vector a load may begin with the byte before, where words
+        // do, and so need not reach into another line of the cache.
+        hn::StoreU(OfWords<false>(src), bytes, dst);
+        EachOfWords<true>(src + 2 * step - 1, dst + step, whole - step);
+    }
+    hn::StoreU(last, bytes, dst + count - step);
+}
+
+constexpr PickKernels pickKernels{PickOfTwo, Pick<3>, Pick<4>};
 
 #endif
 } // namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE

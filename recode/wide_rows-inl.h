@@ -71,7 +71,7 @@ struct EitherStore
 
     HWY_INLINE void operator()(ByteVector v, std::uint8_t* at) const
     {
-        if (isStreamed)
+        if (isStreamed) [[unlikely]]
             StreamedStore()(v, at);
         else
             CachedStore()(v, at);

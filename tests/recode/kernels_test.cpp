@@ -60,8 +60,11 @@ TEST_P(Kernel, PickedBytesAreThePlainOnes)
     using Pick = PickKernels::Function PickKernels::*;
     constexpr std::pair<std::size_t, Pick> picks[] = {
         {2, &PickKernels::ofTwo}, {3, &PickKernels::ofThree}, {4, &PickKernels::ofFour}};
+    std::vector<std::size_t> counts = CountsAndALargeOne(1);
+    for (std::size_t i = 0; i < 8; ++i)
+        counts.push_back(200000 + 9 * i); // more than the nearest caches hold, at even and odd addresses
     for (const auto& [distance, pick] : picks)
-        for (const std::size_t count : CountsAndALargeOne(1)) {
+        for (const std::size_t count : counts) {
             SCOPED_TRACE(std::to_string(count) + " of " + std::to_string(distance));
             const Bytes source(count == 0 ? 0 : (count - 1) * distance + 1, random_() % 64, random_);
             Bytes expected(count, random_() % 64, random_);
@@ -69,6 +72,12 @@ TEST_P(Kernel, PickedBytesAreThePlainOnes)
             (plain_.pick.*pick)(source.Data(), expected.Data(), count);
             (wide_.pick.*pick)(source.Data(), actual.Data(), count);
             ASSERT_TRUE(actual == expected);
+
+            Bytes expectedThere = source;
+            Bytes actualThere = source;
+            (plain_.pick.*pick)(expectedThere.Data(), expectedThere.Data(), count);
+            (wide_.pick.*pick)(actualThere.Data(), actualThere.Data(), count);
+            ASSERT_TRUE(actualThere == expectedThere) << "in place";
         }
 }
 
