@@ -63,6 +63,22 @@ HWY_INLINE Vector LoadUnits(const std::uint8_t* at)
     }
 }
 
+using Longs = hn::RebindToUnsigned<Doubles>;
+
+/// From here on doubles are whole, and the lower half of their bits counts how far above they are.
+constexpr double twoTo52 = 0x1p52;
+constexpr std::uint64_t bitsOfTwoTo52 = 0x4330000000000000;
+
+/// As LoadUnits, but 2^52 above, which takes no conversion.
+template <class S>
+HWY_INLINE Vector LoadFarUnits(const std::uint8_t* at)
+{
+    const auto value = hn::PromoteTo(Longs(), hn::LoadU(Few<std::uint32_t>(), As<std::uint32_t>(at)));
+    // Signed values with their sign bit turned over are the unsigned ones 2^31 above.
+    return hn::BitCast(
+        doubles, hn::Xor(value, hn::Set(Longs(), bitsOfTwoTo52 | (std::is_signed_v<S> ? 0x80000000 : 0))));
+}
+
 /// Values that fit, truncated; Highway's own conversion would look after larger ones too.
 HWY_INLINE hn::Vec<Few<std::int32_t>> ToIntegers(Vector y)
 {
@@ -96,6 +112,12 @@ struct PixelSource
         return LoadUnits<S>(at + i * lanes * size);
     }
 
+    /// Of integers, 2^52 above.
+    HWY_INLINE Vector FarUnits(const std::uint8_t* at, std::size_t i) const
+    {
+        return LoadFarUnits<S>(at + i * lanes * size);
+    }
+
     /// Of types of 32 bits: vector `i` of floats, rounded to the nearest.
     HWY_INLINE FloatVector Floats(const std::uint8_t* at, std::size_t i) const
     {
@@ -127,10 +149,13 @@ public:
 
     HWY_INLINE Vector Units(const std::uint8_t* at, std::size_t i) const
     {
-        const Few<std::uint16_t> few;
-        const auto elements = hn::LoadU(few, As<std::uint16_t>(at + i * lanes * size));
-        const auto positions = hn::Xor(hn::And(elements, Lower(few, mask_)), Lower(few, sign_));
-        return hn::PromoteTo(doubles, hn::PromoteTo(Few<std::int32_t>(), positions));
+        return hn::PromoteTo(doubles, hn::PromoteTo(Few<std::int32_t>(), Positions(at, i)));
+    }
+
+    HWY_INLINE Vector FarUnits(const std::uint8_t* at, std::size_t i) const
+    {
+        const auto positions = hn::PromoteTo(Longs(), hn::PromoteTo(Few<std::uint32_t>(), Positions(at, i)));
+        return hn::BitCast(doubles, hn::Or(positions, hn::Set(Longs(), bitsOfTwoTo52)));
     }
 
     HWY_INLINE FloatVector Floats(const std::uint8_t* at, std::size_t i) const
@@ -142,6 +167,13 @@ public:
 private:
     using Words = hn::Rebind<std::uint16_t, decltype(floats)>;
     static constexpr Words words{};
+
+    HWY_INLINE hn::Vec<Few<std::uint16_t>> Positions(const std::uint8_t* at, std::size_t i) const
+    {
+        const Few<std::uint16_t> few;
+        const auto elements = hn::LoadU(few, As<std::uint16_t>(at + i * lanes * size));
+        return hn::Xor(hn::And(elements, Lower(few, mask_)), Lower(few, sign_));
+    }
 
     template <class Few>
     static HWY_INLINE hn::Vec<Few> Lower(Few few, hn::Vec<Words> v)

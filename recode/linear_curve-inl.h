@@ -122,29 +122,32 @@ public:
         : applies_(c.shift == 0.0 && c.target.min == 0.0 && c.slope > 0.0 &&
                    c.slope * sourceSpan <= c.target.max),
           source_(source),
-          slope_(hn::Set(doubles, c.slope))
+          slope_(hn::Set(doubles, c.slope)),
+          tooMuch_(hn::Set(doubles, c.slope * twoTo52))
     {
     }
 
     bool Applies() const { return applies_; }
 
-    HWY_INLINE ByteVector operator()(const std::uint8_t* src) const
-    {
-        return Pixels<D>(Product{slope_, {source_, src}});
-    }
+    HWY_INLINE ByteVector operator()(const std::uint8_t* src) const { return Pixels<D>(Product{*this, src}); }
 
 private:
     struct Product
     {
-        const Vector& slope;
-        UnitsAt<Source> units;
+        const Multiplication& all;
+        const std::uint8_t* at;
 
-        HWY_INLINE Vector operator()(std::size_t i) const { return hn::Mul(units(i), slope); }
+        /// Both products are as long as need be, their difference is that of the units, and is rounded once.
+        HWY_INLINE Vector operator()(std::size_t i) const
+        {
+            return hn::MulSub(all.source_.FarUnits(at, i), all.slope_, all.tooMuch_);
+        }
     };
 
     bool applies_;
     Source source_;
     Vector slope_;
+    Vector tooMuch_;
 };
 
 /// The linear curve from floats to unsigned integers of 8 and 16 bits where it is a multiplication by a
