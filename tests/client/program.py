@@ -10,9 +10,11 @@ import threading
 import unittest
 import uuid
 
-sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "tools"))
+TESTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
+sys.path[:0] = [TESTS, os.path.join(TESTS, "..", "tools")]
 import pictures
 from test_pictures import ramp
+from wine_output import without_wine
 
 program = []
 PATIENCE = 120  # seconds until a process counts as stuck
@@ -25,7 +27,7 @@ class Result:
     def __init__(self, code, output, errors):
         self.code = code
         self.output = output.decode("utf-8")
-        self.errors = errors.decode("utf-8")
+        self.errors = without_wine(errors.decode("utf-8"))
 
 
 def run(*arguments, folder):

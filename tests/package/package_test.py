@@ -14,6 +14,9 @@ import unittest
 import zipfile
 
 HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path.insert(0, os.path.join(HERE, ".."))
+from wine_output import without_wine
+
 PATIENCE = 300  # seconds until a process counts as stuck
 ROOTS = ("HKLM\\Software", "HKCU")
 COMPONENT_FILES = ("Tavlo.dll", "TavloPS.dll", "SentelCommon.tlb", "Tavlo.manifest")
@@ -60,9 +63,7 @@ class PackageTest(unittest.TestCase):
     def output(self, *arguments, code=0):
         """What a program prints; it ends with the code."""
         done = self.wine(*arguments, capture_output=True)
-        text = (done.stdout + done.stderr).decode("utf-8").replace("\r", "")
-        # Wine may say this of threads that a process which ends leaves behind.
-        text = re.sub("^wine client error:.*\n", "", text, flags=re.MULTILINE)
+        text = without_wine((done.stdout + done.stderr).decode("utf-8").replace("\r", ""))
         self.assertEqual(done.returncode, code, text)
         return text
 
