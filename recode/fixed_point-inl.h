@@ -8,6 +8,7 @@
 #include "recode/curve_vectors-inl.h"
 #include "recode/tone_curve.h"
 
+#include <algorithm>
 #include <cmath>
 
 HWY_BEFORE_NAMESPACE();
@@ -24,20 +25,27 @@ public:
     FixedPointCurve(const ToneCurve::Constants& c, const Source& source) : source_(source)
     {
         const double shift = Source::unitsAtZero * c.slope + c.shift;
-        // The sources that are no floats, the slope, the shift and the sum of both are rounded to 24 bits
-        // each; the product is as large as the value and the shift together. The fixed-point number is
-        // rounded to its last bit, and the published arithmetic to far less than that.
-        const double product = 256.0 + std::abs(shift);
-        const double error =
-            ((Source::isExact ? 1.0 : 2.0) * product + std::abs(shift) + 256.0) * 0x1p-24 + 1.0 / one;
-        int bits = 1;
-        while (bits < fractionBits && std::ldexp(1.0 / one, bits - 1) < error)
-            ++bits;
-        const double margin = std::ldexp(1.0, bits - 1);
+        const auto slope = static_cast<float>(c.slope * one);
+        // Of products that give a byte, before the shift is added.
+        const double largest = std::max(std::abs(shift), std::abs(256.0 - shift)) + 1.0;
+        // Sources that are no floats are rounded to 24 bits, and so is the slope.
+        const double relative = (Source::isExact ? 0.0 : 0x1p-24) +
+                                (c.slope == 0.0 ? 0.0 : std::abs(slope / (c.slope * one) - 1.0));
+        // In units of the last bit, as are the following. The sum is rounded to a half from 128 on, and to a
+        // quarter and then to a whole number below; the published arithmetic rounds to far less than the
+        // rest.
+        const double errorOfValue = relative * largest * one + 0.75 + 0.01;
+        int bits = 0;
+        double margin, error;
+        do {
+            margin = std::ldexp(1.0, bits++);
+            const double exact = shift * one + margin;
+            error = errorOfValue + std::abs(static_cast<float>(exact) - exact);
+        } while (bits < fractionBits && margin < error);
         const double size = std::abs(c.slope); // may be NaN, too
         isExactEnough_ =
             c.target.max == 255.0 && bits <= 10 && (size == 0.0 || (size > 0x1p-80 && size < 0x1p80));
-        slope_ = hn::Set(floats, static_cast<float>(c.slope * one));
+        slope_ = hn::Set(floats, slope);
         shift_ = hn::Set(floats, static_cast<float>(shift * one + margin));
         close_ = hn::Set(int32s, (one - 1) & ~((1 << bits) - 1));
     }
