@@ -1,8 +1,10 @@
 #include "client/end_of_input.h"
 
 #include "client/failure.h"
+#include "client/unattended_thread.h"
 
 #include <atomic>
+#include <memory>
 
 namespace Mardu::Sentel::Tavlo::Client {
 namespace {
@@ -15,17 +17,13 @@ BOOL WINAPI OnControl(DWORD signal)
     return (signal == CTRL_C_EVENT || signal == CTRL_BREAK_EVENT) && event != nullptr && SetEvent(event);
 }
 
-/// Reads until Enter or the end; done is its own.
-DWORD WINAPI ReadInput(void* done)
+void ReadToTheEnd() noexcept
 {
-    const Handle owner(done);
     const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
     char c = 0;
     DWORD count = 0;
     while (ReadFile(input, &c, 1, &count, nullptr) && count == 1 && c != '\n' && c != '\r') {
     }
-    SetEvent(done);
-    return 0;
 }
 
 } // namespace
@@ -37,16 +35,16 @@ EndOfInput::EndOfInput() : event_(CreateEventW(nullptr, TRUE, FALSE, nullptr))
     if (!event_ || !DuplicateHandle(GetCurrentProcess(), event_.get(), GetCurrentProcess(), &forReader, 0,
                                     FALSE, DUPLICATE_SAME_ACCESS))
         ThrowLastError(purpose);
+    // Nothing takes a thread out of a read of a pipe or a console: it may outlive this object.
+    const std::shared_ptr<void> done(forReader, CloseHandle);
+    RunUnattended(
+        [done] {
+            ReadToTheEnd();
+            SetEvent(done.get());
+        },
+        purpose);
     interrupted = event_.get();
     SetConsoleCtrlHandler(OnControl, TRUE);
-    // Nothing takes a thread out of a read of a pipe or a console: it ends with the process. Where the input
-    // had ended already, and the thread with it, before a std::thread was detached, the event was never set.
-    const Handle thread(CreateThread(nullptr, 0, ReadInput, forReader, 0, nullptr));
-    if (!thread) {
-        const DWORD error = GetLastError();
-        CloseHandle(forReader);
-        ThrowError(error, purpose);
-    }
 }
 
 EndOfInput::~EndOfInput()

@@ -5,6 +5,7 @@
 #include "client/published_image.h"
 #include "client/shared_image.h"
 #include "client/text.h"
+#include "client/unattended_thread.h"
 
 #include <nlohmann/json.hpp>
 
@@ -13,7 +14,6 @@
 #include <condition_variable>
 #include <mutex>
 #include <optional>
-#include <thread>
 
 namespace Mardu::Sentel::Tavlo::Client {
 namespace {
@@ -49,13 +49,14 @@ public:
     {
         state_->answers.resize(images.size());
         for (std::size_t i = 0; i < images.size(); ++i) {
-            std::thread([state = state_, name = images[i].name, i] {
+            const auto ask = [state = state_, name = images[i].name, i] {
                 Answer answer = Ask(name);
                 const std::lock_guard lock(state->mutex);
                 state->answers[i] = std::move(answer);
                 ++state->count;
                 state->came.notify_all();
-            }).detach();
+            };
+            RunUnattended(ask, "ask an image for its geometry");
         }
     }
 
