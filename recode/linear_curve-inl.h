@@ -8,6 +8,7 @@
 #include "recode/fixed_point-inl.h"
 #include "recode/plain_loops.h"
 #include "recode/tone_curve.h"
+#include "recode/wide_kernels.h"
 
 #include <cmath>
 #include <limits>
@@ -150,9 +151,24 @@ private:
     Vector tooMuch_;
 };
 
+/// Computing is rounded toward negative infinity as long as this lives. What is computed then belongs into a
+/// function that is not expanded there, for the compiler does not know of it.
+class RoundingDown
+{
+public:
+    RoundingDown() : before_(_mm_getcsr()) { _mm_setcsr((before_ & ~_MM_ROUND_MASK) | _MM_ROUND_DOWN); }
+    ~RoundingDown() { _mm_setcsr(before_); }
+    RoundingDown(const RoundingDown&) = delete;
+    RoundingDown& operator=(const RoundingDown&) = delete;
+
+private:
+    unsigned before_;
+};
+
 /// The linear curve from floats to unsigned integers of 8 and 16 bits where it is a multiplication by a
 /// number of at most 24 bits. Then a product has no more bits than a double, and single precision is
-/// enough to truncate it: it is added to a number so large that only whole ones lie around it.
+/// enough to truncate it: it is added to a number so large that only whole ones lie around it. At the level
+/// whose instructions do not say how they round, the caller sees to it that it is down.
 template <class D>
 class TruncatedProduct
 {
@@ -192,11 +208,8 @@ private:
                                                    _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC);
         return hn::BitCast(int32s, FloatVector{whole});
 #else
-        // Rounded to the nearest; the sign of what is left, which is exact, tells where that was upwards.
         const FloatVector whole = hn::MulAdd(source, slope_, base);
-        const FloatVector rest = hn::MulAdd(source, slope_, hn::Sub(base, whole));
-        const Integers number = hn::Sub(hn::BitCast(int32s, whole), hn::BitCast(int32s, base));
-        return hn::Add(number, hn::ShiftRight<31>(hn::BitCast(int32s, rest)));
+        return hn::Sub(hn::BitCast(int32s, whole), hn::BitCast(int32s, base));
 #endif
     }
 
@@ -223,8 +236,12 @@ public:
         }
         if constexpr (std::is_same_v<Source, PixelSource<float>> && std::is_unsigned_v<D> && sizeof(D) <= 2) {
             const TruncatedProduct<D> product(c);
-            if (product.Applies())
-                return Each(src, dst, count, product);
+            if (product.Applies()) {
+                if (step == 64 && sizeof(D) == 2 && count >= farBytes / sizeof(D))
+                    return avx2Curve.linear[CurveKernels::SourceIndex<float>][ElementIndex<D>()](curve, src,
+                                                                                                 dst, count);
+                return EachRoundedDown(src, dst, count, product);
+            }
         }
         const LinearCurve<D> linear(c);
         if constexpr (std::is_same_v<D, std::uint8_t> && !std::is_same_v<Source, PixelSource<double>>) {
@@ -261,6 +278,27 @@ private:
             return pixels;
         }
     };
+
+#if HWY_TARGET <= HWY_AVX3_DL
+    static void EachRoundedDown(const std::uint8_t* src, std::uint8_t* dst, std::size_t count,
+                                const TruncatedProduct<D>& product)
+    {
+        Each(src, dst, count, product);
+    }
+#else
+    static void EachRoundedDown(const std::uint8_t* src, std::uint8_t* dst, std::size_t count,
+                                const TruncatedProduct<D>& product)
+    {
+        const RoundingDown roundingDown;
+        EachNow(src, dst, count, product);
+    }
+
+    static HWY_NOINLINE void EachNow(const std::uint8_t* src, std::uint8_t* dst, std::size_t count,
+                                     const TruncatedProduct<D>& product)
+    {
+        Each(src, dst, count, product);
+    }
+#endif
 
     template <class Convert>
     static HWY_INLINE void Each(const std::uint8_t* src, std::uint8_t* dst, std::size_t count,

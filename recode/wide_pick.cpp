@@ -35,48 +35,40 @@ void Pick(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
     Plain::Pick<distance>(src + distance * whole, dst + whole, count - whole);
 }
 
-/// The lower or upper bytes of words, as words.
-template <bool upper>
-HWY_INLINE __m256i ByteOfWords(const std::uint8_t* src)
-{
-    const __m256i words = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src));
-    return upper ? _mm256_srli_epi16(words, 8) : _mm256_and_si256(words, _mm256_set1_epi16(0xFF));
-}
+#if HWY_TARGET == HWY_AVX3_DL
 
-/// The same of 32 words, as bytes.
-template <bool upper>
-HWY_INLINE __m256i PackedWords(const std::uint8_t* src)
-{
-    const __m256i packed = _mm256_packus_epi16(ByteOfWords<upper>(src), ByteOfWords<upper>(src + 32));
-    return _mm256_permute4x64_epi64(packed, _MM_SHUFFLE(3, 1, 2, 0));
-}
-
-/// Of as many words as a vector has bytes.
+/// The lower or upper bytes of as many words as a vector has bytes.
 template <bool upper>
 HWY_INLINE ByteVector OfWords(const std::uint8_t* src)
 {
-#if HWY_TARGET == HWY_AVX3_DL
     const ByteVector even = hn::Add(hn::Iota(bytes, 0), hn::Iota(bytes, 0));
     const ByteVector order = hn::Add(even, hn::Set(bytes, upper ? 1 : 0));
     return ByteVector{
         _mm512_permutex2var_epi8(hn::LoadU(bytes, src).raw, order.raw, hn::LoadU(bytes, src + step).raw)};
-#else
-    return ByteVector{PackedWords<upper>(src)};
-#endif
 }
 
-/// Whole vectors of words. Where they come from beyond the nearest caches, vectors of 32 bytes are as fast as
-/// such memory is, and those of 64 a little slower.
+#else
+
+template <bool upper>
+HWY_INLINE __m256i ByteOfWords(const std::uint8_t* src)
+{
+    const __m256i words = hn::LoadU(bytes, src).raw;
+    return upper ? _mm256_srli_epi16(words, 8) : _mm256_and_si256(words, _mm256_set1_epi16(0xFF));
+}
+
+template <bool upper>
+HWY_INLINE ByteVector OfWords(const std::uint8_t* src)
+{
+    const __m256i packed = _mm256_packus_epi16(ByteOfWords<upper>(src), ByteOfWords<upper>(src + step));
+    return ByteVector{_mm256_permute4x64_epi64(packed, _MM_SHUFFLE(3, 1, 2, 0))};
+}
+
+#endif
+
+/// Whole vectors of words.
 template <bool upper>
 void EachOfWords(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
 {
-    constexpr std::size_t farAway = std::size_t{128} << 10;
-    if (step == 64 && count >= farAway && count < streamedBytes) {
-        EachVector<32, 2, 1>(src, dst, count, [](const std::uint8_t* s, std::uint8_t* d) {
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(d), PackedWords<upper>(s));
-        });
-        return;
-    }
     EachVectorTo<true, step, 2, 1>(src, dst, count, [](const std::uint8_t* s, std::uint8_t* d, auto store) {
         store(OfWords<upper>(s), d);
     });
@@ -86,6 +78,8 @@ void PickOfTwo(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
 {
     if (count <= step)
         return Plain::Pick<2>(src, dst, count);
+    if (step == 64 && count >= farBytes)
+        return avx2Pick.ofTwo(src, dst, count);
     // The last vector ends with the one byte of the last group that is there for sure. It is read before
     // anything is written.
     const ByteVector last = OfWords<true>(src + 2 * (count - step) - 1);

@@ -352,6 +352,23 @@ TEST_P(NumericKernel, ComputesBytesLikeTheCurveWhereTheyStep)
     }
 }
 
+TEST_P(NumericKernel, LeavesTheRoundingAsItWas)
+{
+    const volatile float one = 1.0f;
+    const volatile float little = 1e-10f;
+    const ToneCurve curve({}, value_range<float>.span, value_range<std::uint16_t>, ToneCurve::Bounds::exact);
+    for (const std::size_t count : {std::size_t{10}, std::size_t{1000}, std::size_t{100000}}) {
+        const std::vector<float> source(count, 0.5f);
+        std::vector<std::uint16_t> target(count);
+        wide_.curve.linear[CurveKernels::SourceIndex<float>][ElementIndex<std::uint16_t>()](
+            curve, reinterpret_cast<const std::uint8_t*>(source.data()),
+            reinterpret_cast<std::uint8_t*>(target.data()), count);
+        EXPECT_EQ(target.back(), 32767);
+        EXPECT_EQ(one - little, one) << count;
+        EXPECT_EQ(one + little, one) << count;
+    }
+}
+
 /// Large targets are written in another way, and the linear curve has several.
 TEST_P(NumericKernel, ComputesTheLinearCurveOfLargeImages)
 {
@@ -367,7 +384,7 @@ TEST_P(NumericKernel, ComputesTheLinearCurveOfLargeImages)
                     kernels.curve.linear[CurveKernels::SourceIndex<S>][ElementIndex<D>()](curve, src, dst,
                                                                                           count);
                 },
-                {largeTarget / sizeof(D) + 100});
+                {200003, largeTarget / sizeof(D) + 100});
         }
     };
     check(float{}, std::uint8_t{});
