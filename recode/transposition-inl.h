@@ -85,7 +85,7 @@ private:
     static HWY_INLINE void Load(const std::uint8_t* rows, std::ptrdiff_t stride, ByteVector* v,
                                 std::index_sequence<row...>)
     {
-        ((v[row] = hn::LoadU(bytes, rows + static_cast<std::ptrdiff_t>(row) * stride)), ...);
+        ((v[row] = hn::LoadU(bytes, rows), rows += stride), ...);
     }
 
     template <std::size_t... column>
