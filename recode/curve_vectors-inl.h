@@ -27,18 +27,6 @@ constexpr double twoTo31 = 2147483648.0;
 template <class T>
 using Few = hn::Rebind<T, Doubles>;
 
-template <class T>
-const T* As(const std::uint8_t* p)
-{
-    return reinterpret_cast<const T*>(p);
-}
-
-template <class T>
-T* As(std::uint8_t* p)
-{
-    return reinterpret_cast<T*>(p);
-}
-
 /// Source values counted from the smallest one. Every step is exact.
 template <class S>
 HWY_INLINE Vector LoadUnits(const std::uint8_t* at)
@@ -63,20 +51,15 @@ HWY_INLINE Vector LoadUnits(const std::uint8_t* at)
     }
 }
 
-using Longs = hn::RebindToUnsigned<Doubles>;
-
 /// From here on doubles are whole, and the lower half of their bits counts how far above they are.
 constexpr double twoTo52 = 0x1p52;
-constexpr std::uint64_t bitsOfTwoTo52 = 0x4330000000000000;
 
-/// As LoadUnits, but 2^52 above, which takes no conversion.
-template <class S>
-HWY_INLINE Vector LoadFarUnits(const std::uint8_t* at)
+/// Numbers so far above, without a conversion.
+HWY_INLINE Vector AboveTwoTo52(hn::Vec<Few<std::uint32_t>> value)
 {
-    const auto value = hn::PromoteTo(Longs(), hn::LoadU(Few<std::uint32_t>(), As<std::uint32_t>(at)));
-    // Signed values with their sign bit turned over are the unsigned ones 2^31 above.
-    return hn::BitCast(
-        doubles, hn::Xor(value, hn::Set(Longs(), bitsOfTwoTo52 | (std::is_signed_v<S> ? 0x80000000 : 0))));
+    const hn::RebindToUnsigned<Doubles> longs;
+    return hn::BitCast(doubles,
+                       hn::Or(hn::PromoteTo(longs, value), hn::BitCast(longs, hn::Set(doubles, twoTo52))));
 }
 
 /// Values that fit, truncated; Highway's own conversion would look after larger ones too.
@@ -96,12 +79,21 @@ using FloatVector = hn::Vec<decltype(floats)>;
 /// As many integers as two vectors of doubles give.
 using Integers = hn::Vec<decltype(int32s)>;
 
+/// Unsigned values 2^31 below, which have signed bits.
+template <class S, class D>
+HWY_INLINE hn::Vec<D> SignedValue(D tag, hn::Vec<D> value)
+{
+    return std::is_signed_v<S> ? value
+                               : hn::Xor(value, hn::Set(tag, std::numeric_limits<std::int32_t>::min()));
+}
+
 /// Pixels of a type as sources of the curve.
 template <class S>
 struct PixelSource
 {
     static constexpr std::size_t size = sizeof(S);
-    /// How many units a float of 0 is: integers are taken as signed floats.
+    static constexpr bool isInteger = std::is_integral_v<S>;
+    /// How many units 0 is where integers are taken as signed ones.
     static constexpr double unitsAtZero = std::is_integral_v<S> ? twoTo31 : 0.0;
     /// Whether floats hold every value.
     static constexpr bool isExact = std::is_same_v<S, float>;
@@ -112,24 +104,35 @@ struct PixelSource
         return LoadUnits<S>(at + i * lanes * size);
     }
 
-    /// Of integers, 2^52 above.
-    HWY_INLINE Vector FarUnits(const std::uint8_t* at, std::size_t i) const
+    /// Of integers: whether the units nearby are converted ones. Vectors of 32 bytes are then faster than
+    /// those of 64.
+    static constexpr bool isConverted = std::is_signed_v<S>;
+
+    /// Of integers: the units and this number, which takes least to compute.
+    static constexpr double nearby = isConverted ? -twoTo31 : twoTo52;
+
+    HWY_INLINE Vector NearbyUnits(const std::uint8_t* at, std::size_t i) const
     {
-        return LoadFarUnits<S>(at + i * lanes * size);
+        at += i * lanes * size;
+        if constexpr (isConverted)
+            return hn::PromoteTo(doubles, hn::LoadU(Few<std::int32_t>(), As<std::int32_t>(at)));
+        else
+            return AboveTwoTo52(hn::LoadU(Few<std::uint32_t>(), As<std::uint32_t>(at)));
+    }
+
+    /// Of integers: vector `i` of those that vectors of floats are made of.
+    HWY_INLINE Integers Whole(const std::uint8_t* at, std::size_t i) const
+    {
+        return hn::LoadU(int32s, As<std::int32_t>(at + i * hn::MaxLanes(int32s) * size));
     }
 
     /// Of types of 32 bits: vector `i` of floats, rounded to the nearest.
     HWY_INLINE FloatVector Floats(const std::uint8_t* at, std::size_t i) const
     {
-        at += i * hn::MaxLanes(floats) * size;
-        if constexpr (std::is_same_v<S, float>) {
-            return hn::LoadU(floats, As<float>(at));
-        } else {
-            auto value = hn::LoadU(int32s, As<std::int32_t>(at));
-            if constexpr (std::is_unsigned_v<S>)
-                value = hn::Xor(value, hn::Set(int32s, std::numeric_limits<std::int32_t>::min()));
-            return hn::ConvertTo(floats, value);
-        }
+        if constexpr (std::is_same_v<S, float>)
+            return hn::LoadU(floats, As<float>(at + i * hn::MaxLanes(floats) * size));
+        else
+            return hn::ConvertTo(floats, SignedValue<S>(int32s, Whole(at, i)));
     }
 };
 
@@ -138,6 +141,7 @@ class FieldSource
 {
 public:
     static constexpr std::size_t size = 2;
+    static constexpr bool isInteger = true;
     static constexpr double unitsAtZero = 0.0;
     static constexpr bool isExact = true;
 
@@ -152,10 +156,12 @@ public:
         return hn::PromoteTo(doubles, hn::PromoteTo(Few<std::int32_t>(), Positions(at, i)));
     }
 
-    HWY_INLINE Vector FarUnits(const std::uint8_t* at, std::size_t i) const
+    static constexpr bool isConverted = false;
+    static constexpr double nearby = twoTo52;
+
+    HWY_INLINE Vector NearbyUnits(const std::uint8_t* at, std::size_t i) const
     {
-        const auto positions = hn::PromoteTo(Longs(), hn::PromoteTo(Few<std::uint32_t>(), Positions(at, i)));
-        return hn::BitCast(doubles, hn::Or(positions, hn::Set(Longs(), bitsOfTwoTo52)));
+        return AboveTwoTo52(hn::PromoteTo(Few<std::uint32_t>(), Positions(at, i)));
     }
 
     HWY_INLINE FloatVector Floats(const std::uint8_t* at, std::size_t i) const
@@ -190,14 +196,15 @@ HWY_INLINE Integers ToIntegers(Vector first, Vector second)
     return hn::Combine(int32s, ToIntegers(second), ToIntegers(first));
 }
 
-/// The low bytes of integers that fit.
+/// Integers as a type of fewer bytes, the nearest it has.
 template <class D>
-HWY_INLINE ByteVector LowBytes(Integers a, Integers b)
+HWY_INLINE ByteVector Narrowed(Integers a, Integers b)
 {
     static_assert(sizeof(D) == 2);
 #if HWY_TARGET <= HWY_AVX3_DL
-    const auto even = hn::Iota(hn::ScalableTag<std::uint16_t>(), 0);
-    return ByteVector{_mm512_permutex2var_epi16(a.raw, hn::Add(even, even).raw, b.raw)};
+    const __m512i words =
+        std::is_signed_v<D> ? _mm512_packs_epi32(a.raw, b.raw) : _mm512_packus_epi32(a.raw, b.raw);
+    return ByteVector{_mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), words)};
 #else
     const __m256i words =
         std::is_signed_v<D> ? _mm256_packs_epi32(a.raw, b.raw) : _mm256_packus_epi32(a.raw, b.raw);
@@ -206,16 +213,16 @@ HWY_INLINE ByteVector LowBytes(Integers a, Integers b)
 }
 
 template <class D>
-HWY_INLINE ByteVector LowBytes(Integers a, Integers b, Integers c, Integers d)
+HWY_INLINE ByteVector Narrowed(Integers a, Integers b, Integers c, Integers d)
 {
     static_assert(sizeof(D) == 1);
 #if HWY_TARGET <= HWY_AVX3_DL
-    // Every fourth byte, twice, since positions beyond the two vectors begin anew.
-    const ByteVector twice = hn::Add(hn::Iota(bytes, 0), hn::Iota(bytes, 0));
-    const __m512i fourth = hn::Add(twice, twice).raw;
-    const __m512i lower = _mm512_permutex2var_epi8(a.raw, fourth, b.raw);
-    const __m512i upper = _mm512_permutex2var_epi8(c.raw, fourth, d.raw);
-    return ByteVector{_mm512_mask_blend_epi32(0xFF00, lower, upper)};
+    const __m512i words = _mm512_packs_epi32(a.raw, b.raw);
+    const __m512i more = _mm512_packs_epi32(c.raw, d.raw);
+    const __m512i together =
+        std::is_signed_v<D> ? _mm512_packs_epi16(words, more) : _mm512_packus_epi16(words, more);
+    const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+    return ByteVector{_mm512_permutexvar_epi32(order, together)};
 #else
     const __m256i words = _mm256_packs_epi32(a.raw, b.raw);
     const __m256i more = _mm256_packs_epi32(c.raw, d.raw);

@@ -68,7 +68,7 @@ public:
         return ByteVector{_mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), inTurns)};
 #else
         isDoubtful = !hn::AllFalse(int32s, hn::Or(hn::Or(Doubt(a), Doubt(b)), hn::Or(Doubt(c), Doubt(d))));
-        return LowBytes<std::uint8_t>(hn::ShiftRight<fractionBits>(a), hn::ShiftRight<fractionBits>(b),
+        return Narrowed<std::uint8_t>(hn::ShiftRight<fractionBits>(a), hn::ShiftRight<fractionBits>(b),
                                       hn::ShiftRight<fractionBits>(c), hn::ShiftRight<fractionBits>(d));
 #endif
     }

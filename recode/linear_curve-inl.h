@@ -6,6 +6,7 @@
 #endif
 
 #include "recode/fixed_point-inl.h"
+#include "recode/full_range-inl.h"
 #include "recode/plain_loops.h"
 #include "recode/tone_curve.h"
 #include "recode/wide_kernels.h"
@@ -77,15 +78,13 @@ private:
     template <class Units, std::size_t... i>
     HWY_INLINE ByteVector Small(const Units& units, std::index_sequence<i...>) const
     {
-        return LowBytes<D>(Whole(units(2 * i), units(2 * i + 1))...);
+        return Narrowed<D>(Whole(units(2 * i), units(2 * i + 1))...);
     }
 
     /// What is NaN stays so, and like everything too small becomes the smallest integer.
     HWY_INLINE Integers Whole(Vector first, Vector second) const
     {
-        const Integers both = ToIntegers(hn::Min(max_, Value(first)), hn::Min(max_, Value(second)));
-        constexpr std::int32_t smallest = std::numeric_limits<D>::min();
-        return hn::Max(both, hn::Set(int32s, smallest));
+        return ToIntegers(hn::Min(max_, Value(first)), hn::Min(max_, Value(second)));
     }
 
     template <class Units>
@@ -124,31 +123,40 @@ public:
                    c.slope * sourceSpan <= c.target.max),
           source_(source),
           slope_(hn::Set(doubles, c.slope)),
-          tooMuch_(hn::Set(doubles, c.slope * twoTo52))
+          ofNearby_(hn::Set(doubles, c.slope * Source::nearby))
     {
     }
 
     bool Applies() const { return applies_; }
 
-    HWY_INLINE ByteVector operator()(const std::uint8_t* src) const { return Pixels<D>(Product{*this, src}); }
+    static constexpr std::size_t together = 2 * step / sizeof(D);
+
+    /// A line's worth of pixels. Floats are stored as they come, half a vector each.
+    template <class StoreVector>
+    HWY_INLINE void operator()(const std::uint8_t* src, std::uint8_t* dst, const StoreVector& store) const
+    {
+        Store(src, dst, store, std::make_index_sequence<together / lanes>());
+    }
 
 private:
-    struct Product
+    template <class StoreVector, std::size_t... i>
+    HWY_INLINE void Store(const std::uint8_t* src, std::uint8_t* dst, const StoreVector& store,
+                          std::index_sequence<i...>) const
     {
-        const Multiplication& all;
-        const std::uint8_t* at;
+        const hn::Vec<Few<D>> pixels[] = {Quantised<D>(Product(src, i))...};
+        (store(pixels[i], dst + i * lanes * sizeof(D)), ...);
+    }
 
-        /// Both products are as long as need be, their difference is that of the units, and is rounded once.
-        HWY_INLINE Vector operator()(std::size_t i) const
-        {
-            return hn::MulSub(all.source_.FarUnits(at, i), all.slope_, all.tooMuch_);
-        }
-    };
+    /// Both products are as long as need be, their difference is that of the units, and is rounded once.
+    HWY_INLINE Vector Product(const std::uint8_t* src, std::size_t i) const
+    {
+        return hn::MulSub(source_.NearbyUnits(src, i), slope_, ofNearby_);
+    }
 
     bool applies_;
     Source source_;
     Vector slope_;
-    Vector tooMuch_;
+    Vector ofNearby_;
 };
 
 /// Computing is rounded toward negative infinity as long as this lives. What is computed then belongs into a
@@ -167,8 +175,8 @@ private:
 
 /// The linear curve from floats to unsigned integers of 8 and 16 bits where it is a multiplication by a
 /// number of at most 24 bits. Then a product has no more bits than a double, and single precision is
-/// enough to truncate it: it is added to a number so large that only whole ones lie around it. At the level
-/// whose instructions do not say how they round, the caller sees to it that it is down.
+/// enough to truncate it if it is rounded down. At the level whose instructions do not say how they round,
+/// the caller sees to it that it is down.
 template <class D>
 class TruncatedProduct
 {
@@ -188,28 +196,23 @@ public:
     HWY_INLINE ByteVector operator()(const std::uint8_t* src) const
     {
         if constexpr (sizeof(D) == 2)
-            return LowBytes<D>(Whole(src, 0), Whole(src, 1));
+            return Narrowed<D>(Whole(src, 0), Whole(src, 1));
         else
-            return LowBytes<D>(Whole(src, 0), Whole(src, 1), Whole(src, 2), Whole(src, 3));
+            return Narrowed<D>(Whole(src, 0), Whole(src, 1), Whole(src, 2), Whole(src, 3));
     }
 
 private:
-    /// Every float from 2^23 to 2^24 is whole, and the next is one more.
-    static constexpr float large = 0x1.8p23f;
-
     HWY_INLINE Integers Whole(const std::uint8_t* src, std::size_t i) const
     {
-        // NaN becomes 0.
-        const FloatVector source =
-            hn::Min(hn::Max(PixelSource<float>().Floats(src, i), hn::Zero(floats)), last_);
-        const FloatVector base = hn::Set(floats, large);
+        // The processor's minimum gives its second operand where one is NaN, and that becomes the smallest
+        // integer.
+        const FloatVector source = hn::Min(last_, PixelSource<float>().Floats(src, i));
 #if HWY_TARGET <= HWY_AVX3_DL
-        const __m512 whole = _mm512_fmadd_round_ps(source.raw, slope_.raw, base.raw,
-                                                   _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC);
-        return hn::BitCast(int32s, FloatVector{whole});
+        const __m512 product =
+            _mm512_mul_round_ps(source.raw, slope_.raw, _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC);
+        return Integers{_mm512_cvttps_epi32(product)};
 #else
-        const FloatVector whole = hn::MulAdd(source, slope_, base);
-        return hn::Sub(hn::BitCast(int32s, whole), hn::BitCast(int32s, base));
+        return Integers{_mm256_cvttps_epi32(hn::Mul(source, slope_).raw)};
 #endif
     }
 
@@ -223,25 +226,25 @@ template <class D, class Source>
 class LinearRun
 {
 public:
-    /// The source's units go from 0 to `span`.
+    /// The source's units go from 0 to `span`. `atAvx2` does the same at that level.
+    template <class AtAvx2>
     static void Run(const ToneCurve& curve, const Source& source, double span, const std::uint8_t* src,
-                    std::uint8_t* dst, std::size_t count)
+                    std::uint8_t* dst, std::size_t count, const AtAvx2& atAvx2)
     {
         const ToneCurve::Constants& c = curve.Values();
-        if constexpr (!std::is_same_v<Source, PixelSource<float>> &&
-                      !std::is_same_v<Source, PixelSource<double>> && std::is_floating_point_v<D>) {
+        if constexpr (Source::isInteger && std::is_floating_point_v<D>) {
             const Multiplication<Source, D> product(c, source, span);
             if (product.Applies())
-                return Each(src, dst, count, product);
+                return step == 64 && Source::isConverted ? atAvx2() : EachLine(src, dst, count, product);
         }
+        const bool isLeftToAvx2 = step == 64 && count >= farBytes / sizeof(D);
+        if constexpr (FullRange<Source, D>::exists)
+            if (FullRange<Source, D>::Applies(c))
+                return isLeftToAvx2 ? atAvx2() : Each(src, dst, count, FullRange<Source, D>());
         if constexpr (std::is_same_v<Source, PixelSource<float>> && std::is_unsigned_v<D> && sizeof(D) <= 2) {
             const TruncatedProduct<D> product(c);
-            if (product.Applies()) {
-                if (step == 64 && sizeof(D) == 2 && count >= farBytes / sizeof(D))
-                    return avx2Curve.linear[CurveKernels::SourceIndex<float>][ElementIndex<D>()](curve, src,
-                                                                                                 dst, count);
-                return EachRoundedDown(src, dst, count, product);
-            }
+            if (product.Applies())
+                return isLeftToAvx2 ? atAvx2() : EachRoundedDown(src, dst, count, product);
         }
         const LinearCurve<D> linear(c);
         if constexpr (std::is_same_v<D, std::uint8_t> && !std::is_same_v<Source, PixelSource<double>>) {
@@ -308,6 +311,14 @@ private:
             src, dst, count,
             [convert](const std::uint8_t* s, std::uint8_t* d, auto store) { store(convert(s), d); });
     }
+
+    static HWY_INLINE void EachLine(const std::uint8_t* src, std::uint8_t* dst, std::size_t count,
+                                    const Multiplication<Source, D>& product)
+    {
+        EachVectorTo<true, Multiplication<Source, D>::together, Source::size, sizeof(D)>(
+            src, dst, count,
+            [product](const std::uint8_t* s, std::uint8_t* d, auto store) { product(s, d, store); });
+    }
 };
 
 template <class S, class D>
@@ -315,7 +326,9 @@ struct Linear
 {
     static void Run(const ToneCurve& curve, const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
     {
-        LinearRun<D, PixelSource<S>>::Run(curve, {}, value_range<S>.span, src, dst, count);
+        LinearRun<D, PixelSource<S>>::Run(curve, {}, value_range<S>.span, src, dst, count, [&] {
+            avx2Curve.linear[CurveKernels::SourceIndex<S>][ElementIndex<D>()](curve, src, dst, count);
+        });
     }
 };
 
@@ -325,7 +338,9 @@ struct LinearOfField
     static void Run(const ToneCurve& curve, std::uint32_t mask, std::uint32_t sign, const std::uint8_t* src,
                     std::uint8_t* dst, std::size_t count)
     {
-        LinearRun<D, FieldSource>::Run(curve, {mask, sign}, mask, src, dst, count);
+        LinearRun<D, FieldSource>::Run(curve, {mask, sign}, mask, src, dst, count, [&] {
+            avx2Curve.linearOfField[ElementIndex<D>()](curve, mask, sign, src, dst, count);
+        });
     }
 };
 

@@ -25,6 +25,18 @@ using ByteVector = hn::Vec<Bytes>;
 constexpr Bytes bytes;
 constexpr std::size_t step = hn::MaxLanes(bytes);
 
+template <class T>
+const T* As(const std::uint8_t* p)
+{
+    return reinterpret_cast<const T*>(p);
+}
+
+template <class T>
+T* As(std::uint8_t* p)
+{
+    return reinterpret_cast<T*>(p);
+}
+
 /// Calls `vector` for every `together` pixels and, for what is left, once more with copies of
 /// it, so that nothing beyond the last pixel is touched. The one call in the text is expanded there, with
 /// what the function object holds in registers.
@@ -57,15 +69,24 @@ constexpr std::size_t streamedBytes = std::size_t{12} << 20;
 /// of 32 bytes are as fast as such memory is, and those of 64 a few percent slower where they compute little.
 constexpr std::size_t farBytes = std::size_t{128} << 10;
 
+/// Of whole and of shorter vectors.
 struct CachedStore
 {
-    HWY_INLINE void operator()(ByteVector v, std::uint8_t* at) const { hn::StoreU(v, bytes, at); }
+    template <class AnyVector>
+    HWY_INLINE void operator()(AnyVector v, std::uint8_t* at) const
+    {
+        hn::StoreU(v, hn::DFromV<AnyVector>(), As<hn::TFromV<AnyVector>>(at));
+    }
 };
 
-/// To aligned addresses only.
+/// To addresses only that are aligned to the vector.
 struct StreamedStore
 {
-    HWY_INLINE void operator()(ByteVector v, std::uint8_t* at) const { hn::Stream(v, bytes, at); }
+    template <class AnyVector>
+    HWY_INLINE void operator()(AnyVector v, std::uint8_t* at) const
+    {
+        hn::Stream(v, hn::DFromV<AnyVector>(), As<hn::TFromV<AnyVector>>(at));
+    }
 };
 
 /// Either of them. The processor foresees which, so that a loop need not be there twice.
@@ -73,7 +94,8 @@ struct EitherStore
 {
     bool isStreamed = false;
 
-    HWY_INLINE void operator()(ByteVector v, std::uint8_t* at) const
+    template <class AnyVector>
+    HWY_INLINE void operator()(AnyVector v, std::uint8_t* at) const
     {
         if (isStreamed) [[unlikely]]
             StreamedStore()(v, at);

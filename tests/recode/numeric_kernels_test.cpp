@@ -352,6 +352,40 @@ TEST_P(NumericKernel, ComputesBytesLikeTheCurveWhereTheyStep)
     }
 }
 
+/// Without contrast and brightness a step of the curve is a whole number of units, so all of them can be
+/// tried.
+TEST_P(NumericKernel, ComputesTheFullRangeOfIntegersAtEveryStep)
+{
+    const auto check = [&]<class S, class D>(S, D) {
+        SCOPED_TRACE(testing::Message() << ElementIndex<S>() << " to " << ElementIndex<D>());
+        constexpr std::uint32_t steps = std::numeric_limits<D>::max();
+        std::vector<S> sources;
+        std::vector<D> expected;
+        const auto expect = [&](std::uint32_t units, std::uint32_t value) {
+            sources.push_back(static_cast<S>(units ^ (std::is_signed_v<S> ? 0x80000000u : 0)));
+            expected.push_back(static_cast<D>(value));
+        };
+        expect(0, 0);
+        for (std::uint32_t k = 1; k <= steps; ++k) {
+            const std::uint32_t step = 0xFFFFFFFFu / steps * k;
+            expect(step - 1, k - 1);
+            expect(step, k);
+        }
+        const ToneCurve curve({}, value_range<S>.span, value_range<D>, ToneCurve::Bounds::exact);
+        for (const Kernels* kernels : {&plain_, &wide_}) {
+            std::vector<D> actual(sources.size());
+            kernels->curve.linear[CurveKernels::SourceIndex<S>][ElementIndex<D>()](
+                curve, reinterpret_cast<const std::uint8_t*>(sources.data()),
+                reinterpret_cast<std::uint8_t*>(actual.data()), sources.size());
+            ASSERT_EQ(actual, expected) << (kernels == &plain_ ? "plain" : "wide");
+        }
+    };
+    check(std::int32_t{}, std::uint8_t{});
+    check(std::uint32_t{}, std::uint8_t{});
+    check(std::int32_t{}, std::uint16_t{});
+    check(std::uint32_t{}, std::uint16_t{});
+}
+
 TEST_P(NumericKernel, LeavesTheRoundingAsItWas)
 {
     const volatile float one = 1.0f;
