@@ -79,6 +79,16 @@ using FloatVector = hn::Vec<decltype(floats)>;
 /// As many integers as two vectors of doubles give.
 using Integers = hn::Vec<decltype(int32s)>;
 
+/// Truncated; what does not fit becomes the smallest integer.
+HWY_INLINE Integers ToIntegers(FloatVector v)
+{
+#if HWY_TARGET <= HWY_AVX3_DL
+    return Integers{_mm512_cvttps_epi32(v.raw)};
+#else
+    return Integers{_mm256_cvttps_epi32(v.raw)};
+#endif
+}
+
 /// Unsigned values 2^31 below, which have signed bits.
 template <class S, class D>
 HWY_INLINE hn::Vec<D> SignedValue(D tag, hn::Vec<D> value)

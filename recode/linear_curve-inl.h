@@ -208,11 +208,10 @@ private:
         // integer.
         const FloatVector source = hn::Min(last_, PixelSource<float>().Floats(src, i));
 #if HWY_TARGET <= HWY_AVX3_DL
-        const __m512 product =
-            _mm512_mul_round_ps(source.raw, slope_.raw, _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC);
-        return Integers{_mm512_cvttps_epi32(product)};
+        return ToIntegers(FloatVector{
+            _mm512_mul_round_ps(source.raw, slope_.raw, _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC)});
 #else
-        return Integers{_mm256_cvttps_epi32(hn::Mul(source, slope_).raw)};
+        return ToIntegers(hn::Mul(source, slope_));
 #endif
     }
 

@@ -10,6 +10,8 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include "recode/curve_vectors-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
@@ -39,6 +41,60 @@ HWY_INLINE D Converted(S value)
     }
 }
 
+/// Floats as integers of fewer bytes.
+template <class D>
+struct FloatCast
+{
+    static void Run(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
+    {
+        if (step == 64 && count >= farBytes / sizeof(D))
+            return avx2Cast.cast[ElementIndex<float>()][ElementIndex<D>()](src, dst, count);
+        EachVectorTo<true, step / sizeof(D), sizeof(float), sizeof(D)>(
+            src, dst, count, [](const std::uint8_t* s, std::uint8_t* d, auto store) {
+                store(Pixels(s, std::make_index_sequence<sizeof(float) / sizeof(D)>()), d);
+            });
+    }
+
+private:
+    template <std::size_t... i>
+    static HWY_INLINE ByteVector Pixels(const std::uint8_t* src, std::index_sequence<i...>)
+    {
+        return Narrowed<D>(Whole(PixelSource<float>().Floats(src, i))...);
+    }
+
+    static HWY_INLINE Integers Whole(FloatVector v)
+    {
+        // NaN would become what is too small.
+        if constexpr (std::is_signed_v<D>)
+            v = hn::IfThenElseZero(hn::Eq(v, v), v);
+        return ToIntegers(hn::Min(hn::Set(floats, static_cast<float>(std::numeric_limits<D>::max())), v));
+    }
+};
+
+/// Integers of fewer bytes as floats.
+template <class S>
+struct CastToFloat
+{
+    static void Run(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
+    {
+        constexpr std::size_t together = 2 * hn::MaxLanes(floats);
+        EachVectorTo<true, together, sizeof(S), sizeof(float)>(
+            src, dst, count, [](const std::uint8_t* s, std::uint8_t* d, auto store) {
+                const FloatVector first = Floats(s);
+                const FloatVector second = Floats(s + together / 2 * sizeof(S));
+                store(first, d);
+                store(second, d + step);
+            });
+    }
+
+private:
+    static HWY_INLINE FloatVector Floats(const std::uint8_t* src)
+    {
+        const hn::Rebind<S, decltype(floats)> small;
+        return hn::ConvertTo(floats, hn::PromoteTo(int32s, hn::LoadU(small, As<S>(src))));
+    }
+};
+
 template <class S, class D>
 struct Cast
 {
@@ -58,6 +114,21 @@ struct Cast
         }
         Plain::Cast<S, D>::Run(src + i * sizeof(S), dst + i * sizeof(D), count - i);
     }
+};
+
+template <class T>
+constexpr bool isSmallInteger = std::is_integral_v<T> && sizeof(T) < sizeof(std::int32_t);
+
+template <class D>
+requires isSmallInteger<D>
+struct Cast<float, D> : FloatCast<D>
+{
+};
+
+template <class S>
+requires isSmallInteger<S>
+struct Cast<S, float> : CastToFloat<S>
+{
 };
 
 constexpr CastKernels castKernels{CastTable<Cast>()};

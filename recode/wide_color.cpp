@@ -9,6 +9,7 @@
 #include <hwy/highway.h>
 
 #include "recode/byte_table-inl.h"
+#include "recode/line_rows-inl.h"
 #include "recode/pixel_triples-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -78,7 +79,30 @@ struct ThreeToFour
             });
     }
 
+#if HWY_TARGET == HWY_AVX2
+    static HWY_INLINE Line<4> ConvertedLine(const Line<3>& line)
+    {
+        const Block second{_mm_alignr_epi8(line.block[1].raw, line.block[0].raw, 12)};
+        const Block third{_mm_alignr_epi8(line.block[2].raw, line.block[1].raw, 8)};
+        const Block fourth{_mm_srli_si128(line.block[2].raw, 4)};
+        return {WithAlpha(line.block[0]), WithAlpha(second), WithAlpha(third), WithAlpha(fourth)};
+    }
+#endif
+
 private:
+#if HWY_TARGET == HWY_AVX2
+    /// The first four pixels of a block.
+    static HWY_INLINE Block WithAlpha(Block pixels)
+    {
+        alignas(16) static constexpr std::uint8_t order[] = {
+            swapped ? 2 : 0, 1, swapped ? 0 : 2, 0x80, swapped ? 5 : 3,  4,  swapped ? 3 : 5,  0x80,
+            swapped ? 8 : 6, 7, swapped ? 6 : 8, 0x80, swapped ? 11 : 9, 10, swapped ? 9 : 11, 0x80};
+        const Blocks blocks;
+        const Block colors = hn::TableLookupBytesOr0(pixels, hn::Load(blocks, order));
+        return hn::Or(colors, hn::BitCast(blocks, hn::Set(hn::Full128<std::uint32_t>(), 0xFF000000u)));
+    }
+#endif
+
     template <std::size_t part>
     static HWY_INLINE ByteVector WithAlpha(const PixelTriple& pixels)
     {
@@ -109,11 +133,12 @@ private:
 };
 
 /// The first and the third byte of each four-byte pixel change places.
-HWY_INLINE ByteVector Exchanged(ByteVector pixels)
+template <class AnyVector>
+HWY_INLINE AnyVector Exchanged(AnyVector pixels)
 {
     alignas(16) static constexpr std::uint8_t order[16] = {2,  1, 0, 3,  6,  5,  4,  7,
                                                            10, 9, 8, 11, 14, 13, 12, 15};
-    return hn::TableLookupBytes(pixels, hn::LoadDup128(bytes, order));
+    return hn::TableLookupBytes(pixels, hn::LoadDup128(hn::DFromV<AnyVector>(), order));
 }
 
 template <bool swapped>
@@ -130,6 +155,14 @@ struct FourToFour
                 store(v1, d + step);
             });
     }
+
+#if HWY_TARGET == HWY_AVX2
+    static HWY_INLINE Line<4> ConvertedLine(const Line<4>& line)
+    {
+        return {Exchanged(line.block[0]), Exchanged(line.block[1]), Exchanged(line.block[2]),
+                Exchanged(line.block[3])};
+    }
+#endif
 
 private:
     template <class Map>
@@ -246,10 +279,29 @@ void Moved(const std::uint8_t*, const std::uint8_t* src, std::uint8_t* dst, std:
     Layout::Run(NoTable(), src, dst, count);
 }
 
+/// Pixels of four bytes, sixteen to a line.
+template <class Layout, std::size_t sourceSize>
+void MovedByLines(const std::uint8_t*, const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
+{
+    if (IsDistant(src, sourceSize * count, dst, 4 * count)) {
+        const std::size_t lines = count / 16;
+        EachLine<sourceSize, 4>(src, dst, lines,
+                                [](const auto& line) { return Layout::ConvertedLine(line); });
+        src += 16 * sourceSize * lines;
+        dst += 16 * 4 * lines;
+        count %= 16;
+    }
+    Layout::Run(NoTable(), src, dst, count);
+}
+
 /// Without a table. Wider vectors do not help here, and fetch less at a time from beyond the first cache.
 constexpr std::array<ColorKernels::Function, ColorKernels::layoutCount> moved{
-    Copied<3>, Moved<ThreeToThreeSwapped>, Moved<ThreeToFour<false>>, Moved<ThreeToFour<true>>,
-    Copied<4>, Moved<FourToFour<true>>};
+    Copied<3>,
+    Moved<ThreeToThreeSwapped>,
+    MovedByLines<ThreeToFour<false>, 3>,
+    MovedByLines<ThreeToFour<true>, 3>,
+    Copied<4>,
+    MovedByLines<FourToFour<true>, 4>};
 
 #endif
 #endif

@@ -6,7 +6,7 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
-#include "recode/wide_rows-inl.h"
+#include "recode/line_rows-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
@@ -63,12 +63,31 @@ HWY_INLINE ByteVector OfWords(const std::uint8_t* src)
     return ByteVector{_mm256_permute4x64_epi64(packed, _MM_SHUFFLE(3, 1, 2, 0))};
 }
 
+template <bool upper>
+HWY_INLINE Block ByteOfWords(Block words)
+{
+    return Block{upper ? _mm_srli_epi16(words.raw, 8) : _mm_and_si128(words.raw, _mm_set1_epi16(0xFF))};
+}
+
+template <bool upper>
+HWY_INLINE Block OfWords(Block first, Block second)
+{
+    return Block{_mm_packus_epi16(ByteOfWords<upper>(first).raw, ByteOfWords<upper>(second).raw)};
+}
+
 #endif
 
 /// Whole vectors of words.
 template <bool upper>
 void EachOfWords(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
 {
+#if HWY_TARGET == HWY_AVX2
+    if (IsDistant(src, 2 * count, dst, count))
+        return EachLine<4, 2>(src, dst, count / step, [](const Line<4>& words) {
+            return Line<2>{OfWords<upper>(words.block[0], words.block[1]),
+                           OfWords<upper>(words.block[2], words.block[3])};
+        });
+#endif
     EachVectorTo<true, step, 2, 1>(src, dst, count, [](const std::uint8_t* s, std::uint8_t* d, auto store) {
         store(OfWords<upper>(s), d);
     });
