@@ -15,7 +15,7 @@ TEST_P(Kernel, ColorsOfEveryLayoutAreThePlainOnes)
                 [&](const Kernels& kernels, const std::uint8_t* src, std::uint8_t* dst, std::size_t count) {
                     kernels.color.convert[static_cast<std::size_t>(layout)](entries, src, dst, count);
                 },
-                CountsAndALargeOne(targetSize));
+                CountsAndLargeOnes(sourceSize, targetSize));
         }
     }
 }
@@ -29,7 +29,7 @@ TEST_P(Kernel, GreysAreThePlainOnes)
             [&](const Kernels& kernels, const std::uint8_t* src, std::uint8_t* dst, std::size_t count) {
                 (kernels.color.*grey)(src, dst, count);
             },
-            CountsAndALargeOne(1));
+            CountsAndLargeOnes(3, 1));
     }
 }
 
@@ -60,11 +60,8 @@ TEST_P(Kernel, PickedBytesAreThePlainOnes)
     using Pick = PickKernels::Function PickKernels::*;
     constexpr std::pair<std::size_t, Pick> picks[] = {
         {2, &PickKernels::ofTwo}, {3, &PickKernels::ofThree}, {4, &PickKernels::ofFour}};
-    std::vector<std::size_t> counts = CountsAndALargeOne(1);
-    for (std::size_t i = 0; i < 8; ++i)
-        counts.push_back(200000 + 9 * i); // more than the nearest caches hold, at even and odd addresses
     for (const auto& [distance, pick] : picks)
-        for (const std::size_t count : counts) {
+        for (const std::size_t count : CountsAndLargeOnes(distance, 1)) {
             SCOPED_TRACE(std::to_string(count) + " of " + std::to_string(distance));
             const Bytes source(count == 0 ? 0 : (count - 1) * distance + 1, random_() % 64, random_);
             Bytes expected(count, random_() % 64, random_);

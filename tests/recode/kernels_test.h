@@ -28,13 +28,18 @@ inline std::vector<std::size_t> Counts()
     return counts;
 }
 
+/// Sources and targets of together this many bytes may be gone through in another way.
+inline constexpr std::size_t distantBytes = std::size_t{3} << 20;
+
 /// Targets of this many bytes may be written in another way.
 inline constexpr std::size_t largeTarget = std::size_t{16} << 20;
 
-/// With one more, for a large target.
-inline std::vector<std::size_t> CountsAndALargeOne(std::size_t targetSize)
+/// With some more, for distant and large ones.
+inline std::vector<std::size_t> CountsAndLargeOnes(std::size_t sourceSize, std::size_t targetSize)
 {
     std::vector<std::size_t> counts = Counts();
+    for (std::size_t i = 0; i < 8; ++i)
+        counts.push_back(distantBytes / (sourceSize + targetSize) + 9 * i);
     counts.push_back(largeTarget / targetSize + 100);
     return counts;
 }
