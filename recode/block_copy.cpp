@@ -76,29 +76,16 @@ void CopyStrided(const Blocks& b) noexcept
 constexpr std::array<void (*)(const Blocks&) noexcept, sizeCount> strided{
     CopyStrided<1>, CopyStrided<2>, CopyStrided<3>, CopyStrided<4>, CopyStrided<8>};
 
-/// Large copies are made in pieces: the library's own way with large ones goes past the caches even where
-/// they would hold both sides.
-void CopyBytes(const std::uint8_t* src, std::uint8_t* dst, std::size_t bytes) noexcept
-{
-    constexpr std::size_t piece = 16384;
-    for (; bytes > piece; src += piece, dst += piece, bytes -= piece)
-        std::memmove(dst, src, piece);
-    std::memmove(dst, src, bytes);
-}
-
 void CopyRows(const Blocks& b, std::size_t bytes) noexcept
 {
+    const MoveKernels::Copy copy = ActiveKernels().move.copy;
     const auto row = static_cast<std::ptrdiff_t>(bytes);
-    if (IsOneRow(b.source, b.target, row, row)) {
-        CopyBytes(b.source.first, b.target.first, bytes * b.height);
-        return;
-    }
-    if (IsOneRow(b.source, b.target, -row, -row)) {
-        CopyBytes(b.source.Row(b.height - 1), b.target.Row(b.height - 1), bytes * b.height);
-        return;
-    }
-    for (std::uint64_t y = 0; y < b.height; ++y)
-        CopyBytes(b.source.Row(y), b.target.Row(y), bytes);
+    if (IsOneRow(b.source, b.target, row, row))
+        copy(b.source.first, 0, b.target.first, 0, bytes * b.height, 1);
+    else if (IsOneRow(b.source, b.target, -row, -row))
+        copy(b.source.Row(b.height - 1), 0, b.target.Row(b.height - 1), 0, bytes * b.height, 1);
+    else
+        copy(b.source.first, b.source.strideY, b.target.first, b.target.strideY, bytes, b.height);
 }
 
 void ReverseRows(const Blocks& b, MoveKernels::Reverse reverse) noexcept

@@ -111,9 +111,14 @@ struct ColorKernels
     Grey greyOfBGR;
 };
 
-/// Copies that change the order of pixels.
+/// Copies.
 struct MoveKernels
 {
+    /// Rows of bytes, whose beginnings are so many bytes apart; both strides may be negative.
+    using Copy = void (*)(const std::uint8_t* src, std::ptrdiff_t srcStride, std::uint8_t* dst,
+                          std::ptrdiff_t dstStride, std::size_t rowSize, std::size_t rows);
+    Copy copy;
+
     /// The last element becomes the first.
     using Reverse = void (*)(const std::uint8_t* src, std::uint8_t* dst, std::size_t count);
     /// Row y of the target is column y of the source, whose columns lie side by side: its element

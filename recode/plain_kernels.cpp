@@ -34,6 +34,7 @@ constexpr ColorKernels color{.convert = {ConvertColor<false, 3, 3>, ConvertColor
                              .greyOfBGR = Grey<bgr_type<std::uint8_t>>};
 
 constexpr MoveKernels move{
+    .copy = Copy,
     .reverse = {Reverse<1>, Reverse<2>, Reverse<3>, Reverse<4>, Reverse<8>},
     .transpose = {Transpose<1>, Transpose<2>, Transpose<3>, Transpose<4>, Transpose<8>}};
 

@@ -137,6 +137,14 @@ void Grey(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
 template <std::size_t size>
 using Bytes = std::array<std::uint8_t, size>;
 
+inline void Copy(const std::uint8_t* src, std::ptrdiff_t srcStride, std::uint8_t* dst,
+                 std::ptrdiff_t dstStride, std::size_t rowSize, std::size_t rows)
+{
+    for (std::size_t y = 0; y < rows; ++y)
+        std::memmove(dst + static_cast<std::ptrdiff_t>(y) * dstStride,
+                     src + static_cast<std::ptrdiff_t>(y) * srcStride, rowSize);
+}
+
 template <std::size_t size>
 void Reverse(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
 {

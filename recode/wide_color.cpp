@@ -270,7 +270,7 @@ constexpr std::array<ColorKernels::Function, ColorKernels::layoutCount> mapped{
 template <std::size_t size>
 void Copied(const std::uint8_t*, const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
 {
-    std::memmove(dst, src, size * count);
+    avx2Move.copy(src, 0, dst, 0, size * count, 1);
 }
 
 template <class Layout>

@@ -113,6 +113,28 @@ struct Rows
     }
 };
 
+/// A copy of rows, from anywhere to anywhere.
+void ExpectSameCopy(const Kernels& wide, const Kernels& plain, std::mt19937& random, std::size_t rowBytes,
+                    std::size_t rows)
+{
+    SCOPED_TRACE(std::to_string(rows) + " rows of " + std::to_string(rowBytes));
+    const auto any = [&](unsigned limit) { return random() % limit; };
+    const Rows from{rowBytes, rows, any(2) * any(100), any(2) == 1};
+    const Rows to{rowBytes, rows, any(2) * any(100), any(2) == 1};
+    const Bytes source(from.Size(), any(64), random);
+    Bytes expected(to.Size(), any(64), random);
+    Bytes actual = expected;
+    for (const auto& [kernels, target] : {std::pair{&plain, &expected}, {&wide, &actual}})
+        kernels->move.copy(from.First(source.Data()), from.Stride(), to.First(target->Data()), to.Stride(),
+                           rowBytes, rows);
+    ASSERT_TRUE(actual == expected);
+
+    Bytes there = source;
+    wide.move.copy(from.First(there.Data()), from.Stride(), from.First(there.Data()), from.Stride(), rowBytes,
+                   rows);
+    ASSERT_TRUE(there == source) << "in place";
+}
+
 class Transposition
 {
 public:
@@ -154,6 +176,18 @@ private:
 };
 
 } // namespace
+
+TEST_P(Kernel, CopiedRowsAreThePlainOnes)
+{
+    for (const std::size_t rowBytes : Counts())
+        for (const std::size_t rows : {0, 1, 3, 17})
+            ExpectSameCopy(wide_, plain_, random_, rowBytes, rows);
+    // Far and large ones are written in other ways.
+    for (const std::size_t bytes : {distantBytes, largeTarget})
+        for (const std::size_t rows : {std::size_t{1}, std::size_t{1000}, bytes / 300})
+            for (int i = 0; i < 4; ++i)
+                ExpectSameCopy(wide_, plain_, random_, bytes / rows + random_() % 100, rows);
+}
 
 TEST_P(Kernel, TransposedPixelsAreThePlainOnes)
 {
