@@ -92,8 +92,7 @@ void ReverseRows(const Blocks& b, MoveKernels::Reverse reverse) noexcept
 {
     SourceBlock source = b.source;
     MirrorX(source, b.width);
-    for (std::uint64_t y = 0; y < b.height; ++y)
-        reverse(source.Row(y), b.target.Row(y), b.width);
+    reverse(source.first, source.strideY, b.target.first, b.target.strideY, b.width, b.height);
 }
 
 /// Bytes that lie two to four bytes apart.

@@ -114,16 +114,17 @@ struct ColorKernels
 /// Copies.
 struct MoveKernels
 {
-    /// Rows of bytes, whose beginnings are so many bytes apart; both strides may be negative.
+    // Strides are the bytes from one row's beginning to the next one's, and may be negative.
+
     using Copy = void (*)(const std::uint8_t* src, std::ptrdiff_t srcStride, std::uint8_t* dst,
                           std::ptrdiff_t dstStride, std::size_t rowSize, std::size_t rows);
     Copy copy;
 
-    /// The last element becomes the first.
-    using Reverse = void (*)(const std::uint8_t* src, std::uint8_t* dst, std::size_t count);
+    /// The last element of each row becomes the first.
+    using Reverse = void (*)(const std::uint8_t* src, std::ptrdiff_t srcStride, std::uint8_t* dst,
+                             std::ptrdiff_t dstStride, std::size_t count, std::size_t rows);
     /// Row y of the target is column y of the source, whose columns lie side by side: its element
-    /// x is `srcStride` bytes after element x - 1. Rows of the target are `dstStride` bytes apart.
-    /// Both may be negative.
+    /// x is `srcStride` bytes after element x - 1.
     using Transpose = void (*)(const std::uint8_t* src, std::ptrdiff_t srcStride, std::uint8_t* dst,
                                std::ptrdiff_t dstStride, std::size_t width, std::size_t height);
     std::array<Reverse, sizeCount> reverse;

@@ -146,10 +146,12 @@ inline void Copy(const std::uint8_t* src, std::ptrdiff_t srcStride, std::uint8_t
 }
 
 template <std::size_t size>
-void Reverse(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
+void Reverse(const std::uint8_t* src, std::ptrdiff_t srcStride, std::uint8_t* dst, std::ptrdiff_t dstStride,
+             std::size_t count, std::size_t rows)
 {
-    for (std::size_t i = 0; i < count; ++i)
-        StorePixel(dst + i * size, LoadPixel<Bytes<size>>(src + (count - 1 - i) * size));
+    for (; rows != 0; --rows, src += srcStride, dst += dstStride)
+        for (std::size_t i = 0; i < count; ++i)
+            StorePixel(dst + i * size, LoadPixel<Bytes<size>>(src + (count - 1 - i) * size));
 }
 
 template <std::size_t size>

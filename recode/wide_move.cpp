@@ -19,7 +19,8 @@ struct Reversal
 {
     static constexpr std::size_t together = step / size;
 
-    static HWY_INLINE void Run(const std::uint8_t* src, std::uint8_t* dst)
+    template <class StoreVector>
+    static HWY_INLINE void Run(const std::uint8_t* src, std::uint8_t* dst, const StoreVector& store)
     {
         alignas(16) static constexpr auto order = [] {
             std::array<std::uint8_t, 16> result{};
@@ -28,7 +29,7 @@ struct Reversal
             return result;
         }();
         const ByteVector blocks = hn::ReverseBlocks(bytes, hn::LoadU(bytes, src));
-        hn::StoreU(hn::TableLookupBytes(blocks, hn::LoadDup128(bytes, order.data())), bytes, dst);
+        store(hn::TableLookupBytes(blocks, hn::LoadDup128(bytes, order.data())), dst);
     }
 };
 
@@ -37,9 +38,10 @@ struct Reversal<3>
 {
     static constexpr std::size_t together = step;
 
-    static HWY_INLINE void Run(const std::uint8_t* src, std::uint8_t* dst)
+    template <class StoreVector>
+    static HWY_INLINE void Run(const std::uint8_t* src, std::uint8_t* dst, const StoreVector& store)
     {
-        PixelTriple::Backwards(src).StorePermuted<LastFirst>(dst, CachedStore());
+        PixelTriple::Backwards(src).StorePermuted<LastFirst>(dst, store);
     }
 
 private:
@@ -52,15 +54,25 @@ private:
     };
 };
 
-template <std::size_t size>
-void Reverse(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
+/// Rows of this many bytes and more are written past the caches where there are many of them. Of shorter ones
+/// too many lines are not whole: a line is written in one way or the other, for both take longer than either.
+constexpr std::size_t streamedRow = 1024;
+
+inline bool AreStreamed(std::size_t rowSize, std::size_t rows)
+{
+    return rowSize >= streamedRow && rowSize * rows >= streamedBytes;
+}
+
+template <std::size_t size, class StoreVector>
+HWY_INLINE void ReverseRow(const std::uint8_t* src, std::uint8_t* dst, std::size_t count,
+                           const StoreVector& store)
 {
     constexpr std::size_t together = Reversal<size>::together;
     const std::size_t rest = count % together;
     src += count * size;
     for (std::size_t whole = count / together; whole != 0; --whole, dst += together * size) {
         src -= together * size;
-        Reversal<size>::Run(src, dst);
+        Reversal<size>::Run(src, dst, store);
     }
     if (rest == 0)
         return;
@@ -68,8 +80,40 @@ void Reverse(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
     HWY_ALIGN std::uint8_t source[together * size] = {};
     HWY_ALIGN std::uint8_t target[together * size];
     std::memcpy(source + sizeof source - rest * size, src - rest * size, rest * size);
-    Reversal<size>::Run(source, target);
+    Reversal<size>::Run(source, target, CachedStore());
     std::memcpy(dst, target, rest * size);
+}
+
+/// How many pixels come before the first one that begins a line, or all of them.
+template <std::size_t size>
+std::size_t PixelsToLine(const std::uint8_t* at, std::size_t count)
+{
+    for (std::size_t i = 0; i < 64 && i < count; ++i)
+        if (reinterpret_cast<std::uintptr_t>(at + i * size) % 64 == 0)
+            return i;
+    return count;
+}
+
+template <std::size_t size>
+HWY_INLINE void StreamReversedRow(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
+{
+    const std::size_t before = PixelsToLine<size>(dst, count);
+    ReverseRow<size>(src + (count - before) * size, dst, before, CachedStore());
+    ReverseRow<size>(src, dst + before * size, count - before, StreamedStore());
+}
+
+template <std::size_t size>
+void Reverse(const std::uint8_t* src, std::ptrdiff_t srcStride, std::uint8_t* dst, std::ptrdiff_t dstStride,
+             std::size_t count, std::size_t rows)
+{
+    const bool areStreamed = AreStreamed(count * size, rows);
+    for (; rows != 0; --rows, src += srcStride, dst += dstStride)
+        if (areStreamed)
+            StreamReversedRow<size>(src, dst, count);
+        else
+            ReverseRow<size>(src, dst, count, CachedStore());
+    if (areStreamed)
+        hwy::FlushStream();
 }
 
 #if HWY_TARGET == HWY_AVX2
@@ -107,10 +151,6 @@ HWY_INLINE void CopyRow(const std::uint8_t* src, std::uint8_t* dst, std::size_t 
     CachedStore()(last, dst + end + step);
 }
 
-/// Shorter rows have too many lines that are not whole.
-constexpr std::size_t streamedRow = 1024;
-
-/// Past the caches. A line is written in one way or the other, not in both.
 HWY_INLINE void StreamRow(const std::uint8_t* src, std::uint8_t* dst, std::size_t size)
 {
     const std::size_t before = (0 - reinterpret_cast<std::uintptr_t>(dst)) % 64;
@@ -139,7 +179,7 @@ void Copy(const std::uint8_t* src, std::ptrdiff_t srcStride, std::uint8_t* dst, 
     };
     if (rowSize < 2 * step || src == dst) {
         each([=](const std::uint8_t* s, std::uint8_t* d) { std::memmove(d, s, rowSize); });
-    } else if (rowSize >= streamedRow && rowSize * rows >= streamedBytes) {
+    } else if (AreStreamed(rowSize, rows)) {
         each([=](const std::uint8_t* s, std::uint8_t* d) { StreamRow(s, d, rowSize); });
         hwy::FlushStream();
     } else if (rowSize * rows >= halvedBytes) {

@@ -78,16 +78,6 @@ TEST_P(Kernel, PickedBytesAreThePlainOnes)
         }
 }
 
-TEST_P(Kernel, ReversedPixelsAreThePlainOnes)
-{
-    for (std::size_t i = 0; i < sizeCount; ++i) {
-        SCOPED_TRACE(sizes[i]);
-        ExpectSamePixels(wide_, plain_, sizes[i], sizes[i], false, random_,
-                         [i](const Kernels& kernels, const std::uint8_t* src, std::uint8_t* dst,
-                             std::size_t count) { kernels.move.reverse[i](src, dst, count); });
-    }
-}
-
 namespace {
 
 /// A block whose rows are some bytes apart, from the first row to the last or the other way round.
@@ -113,9 +103,11 @@ struct Rows
     }
 };
 
-/// A copy of rows, from anywhere to anywhere.
-void ExpectSameCopy(const Kernels& wide, const Kernels& plain, std::mt19937& random, std::size_t rowBytes,
-                    std::size_t rows)
+/// Moves rows of bytes from anywhere to anywhere. `move` takes the loops, the source's rows and bytes, and
+/// the target's.
+template <class Move>
+void ExpectSameRows(const Kernels& wide, const Kernels& plain, std::mt19937& random, std::size_t rowBytes,
+                    std::size_t rows, const Move& move)
 {
     SCOPED_TRACE(std::to_string(rows) + " rows of " + std::to_string(rowBytes));
     const auto any = [&](unsigned limit) { return random() % limit; };
@@ -124,15 +116,9 @@ void ExpectSameCopy(const Kernels& wide, const Kernels& plain, std::mt19937& ran
     const Bytes source(from.Size(), any(64), random);
     Bytes expected(to.Size(), any(64), random);
     Bytes actual = expected;
-    for (const auto& [kernels, target] : {std::pair{&plain, &expected}, {&wide, &actual}})
-        kernels->move.copy(from.First(source.Data()), from.Stride(), to.First(target->Data()), to.Stride(),
-                           rowBytes, rows);
+    move(plain, from, source, to, expected);
+    move(wide, from, source, to, actual);
     ASSERT_TRUE(actual == expected);
-
-    Bytes there = source;
-    wide.move.copy(from.First(there.Data()), from.Stride(), from.First(there.Data()), from.Stride(), rowBytes,
-                   rows);
-    ASSERT_TRUE(there == source) << "in place";
 }
 
 class Transposition
@@ -179,14 +165,47 @@ private:
 
 TEST_P(Kernel, CopiedRowsAreThePlainOnes)
 {
+    const auto expectSame = [this](std::size_t rowBytes, std::size_t rows) {
+        const auto copy = [&](const Kernels& kernels, const Rows& from, const Bytes& source, const Rows& to,
+                              Bytes& target) {
+            kernels.move.copy(from.First(source.Data()), from.Stride(), to.First(target.Data()), to.Stride(),
+                              rowBytes, rows);
+        };
+        ExpectSameRows(wide_, plain_, random_, rowBytes, rows, copy);
+        const Rows there{rowBytes, rows, 0, false};
+        Bytes actual(there.Size(), random_() % 64, random_);
+        const Bytes expected = actual;
+        copy(wide_, there, actual, there, actual);
+        ASSERT_TRUE(actual == expected) << "in place";
+    };
     for (const std::size_t rowBytes : Counts())
         for (const std::size_t rows : {0, 1, 3, 17})
-            ExpectSameCopy(wide_, plain_, random_, rowBytes, rows);
+            expectSame(rowBytes, rows);
     // Far and large ones are written in other ways.
     for (const std::size_t bytes : {distantBytes, largeTarget})
         for (const std::size_t rows : {std::size_t{1}, std::size_t{1000}, bytes / 300})
             for (int i = 0; i < 4; ++i)
-                ExpectSameCopy(wide_, plain_, random_, bytes / rows + random_() % 100, rows);
+                expectSame(bytes / rows + random_() % 100, rows);
+}
+
+TEST_P(Kernel, ReversedPixelsAreThePlainOnes)
+{
+    const auto expectSame = [this](std::size_t index, std::size_t count, std::size_t rows) {
+        const auto reverse = [&](const Kernels& kernels, const Rows& from, const Bytes& source,
+                                 const Rows& to, Bytes& target) {
+            kernels.move.reverse[index](from.First(source.Data()), from.Stride(), to.First(target.Data()),
+                                        to.Stride(), count, rows);
+        };
+        ExpectSameRows(wide_, plain_, random_, count * sizes[index], rows, reverse);
+    };
+    for (std::size_t i = 0; i < sizeCount; ++i) {
+        SCOPED_TRACE(sizes[i]);
+        for (const std::size_t count : Counts())
+            for (const std::size_t rows : {0, 1, 2})
+                expectSame(i, count, rows);
+        for (const std::size_t rows : {std::size_t{1}, std::size_t{1000}, largeTarget / 300})
+            expectSame(i, largeTarget / rows / sizes[i] + 1 + random_() % 100, rows);
+    }
 }
 
 TEST_P(Kernel, TransposedPixelsAreThePlainOnes)
