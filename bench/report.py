@@ -204,7 +204,8 @@ def main():
     if arguments.markdown:
         blocks = {key: as_markdown(rows) for key, rows in made.items()}
         if "table" in made:
-            blocks["missed"] = as_markdown(missed_table(measured))
+            missed = missed_table(measured)
+            blocks["missed"] = as_markdown(missed) if len(missed) > 1 else "None in this run."
         put_between_marks(arguments.markdown, {"machine": describe(measured) + "."} | blocks)
 
 
