@@ -242,6 +242,18 @@ HWY_INLINE ByteVector Narrowed(Integers a, Integers b, Integers c, Integers d)
 #endif
 }
 
+/// As many target pixels of one or two bytes as a vector has. `values` has `Whole`: vector `i` of their
+/// values as integers, computed from an address on.
+template <class D, class Values>
+HWY_INLINE ByteVector NarrowedPixels(const Values& values, const std::uint8_t* src)
+{
+    if constexpr (sizeof(D) == 2)
+        return Narrowed<D>(values.Whole(src, 0), values.Whole(src, 1));
+    else
+        return Narrowed<D>(values.Whole(src, 0), values.Whole(src, 1), values.Whole(src, 2),
+                           values.Whole(src, 3));
+}
+
 /// Values in the target's range, of four or eight bytes, as the target's type.
 template <class D>
 HWY_INLINE hn::Vec<Few<D>> Quantised(Vector y)

@@ -37,17 +37,9 @@ public:
                c.slope == value_range<D>.span / value_range<S>.span;
     }
 
-    /// As many target pixels as a vector has.
-    HWY_INLINE ByteVector operator()(const std::uint8_t* src) const
-    {
-        if constexpr (sizeof(D) == 2)
-            return Narrowed<D>(Steps(src, 0), Steps(src, 1));
-        else
-            return Narrowed<D>(Steps(src, 0), Steps(src, 1), Steps(src, 2), Steps(src, 3));
-    }
+    HWY_INLINE ByteVector operator()(const std::uint8_t* src) const { return NarrowedPixels<D>(*this, src); }
 
-private:
-    static HWY_INLINE Integers Steps(const std::uint8_t* src, std::size_t i)
+    HWY_INLINE Integers Whole(const std::uint8_t* src, std::size_t i) const
     {
         constexpr int bits = 8 * sizeof(D);
         const hn::ScalableTag<std::uint32_t> unsigneds;

@@ -28,6 +28,7 @@ inline bool IsDistant(const std::uint8_t* src, std::size_t sourceBytes, const st
 using Blocks = hn::Full128<std::uint8_t>;
 using Block = hn::Vec<Blocks>;
 
+/// What a line holds, or the part of it that is used.
 template <std::size_t blocks>
 struct Line
 {

@@ -192,16 +192,8 @@ public:
 
     bool Applies() const { return applies_; }
 
-    /// As many target pixels as a vector has.
-    HWY_INLINE ByteVector operator()(const std::uint8_t* src) const
-    {
-        if constexpr (sizeof(D) == 2)
-            return Narrowed<D>(Whole(src, 0), Whole(src, 1));
-        else
-            return Narrowed<D>(Whole(src, 0), Whole(src, 1), Whole(src, 2), Whole(src, 3));
-    }
+    HWY_INLINE ByteVector operator()(const std::uint8_t* src) const { return NarrowedPixels<D>(*this, src); }
 
-private:
     HWY_INLINE Integers Whole(const std::uint8_t* src, std::size_t i) const
     {
         // The processor's minimum gives its second operand where one is NaN, and that becomes the smallest
@@ -215,6 +207,7 @@ private:
 #endif
     }
 
+private:
     bool applies_;
     FloatVector slope_;
     FloatVector last_;

@@ -51,19 +51,13 @@ struct FloatCast
             return avx2Cast.cast[ElementIndex<float>()][ElementIndex<D>()](src, dst, count);
         EachVectorTo<true, step / sizeof(D), sizeof(float), sizeof(D)>(
             src, dst, count, [](const std::uint8_t* s, std::uint8_t* d, auto store) {
-                store(Pixels(s, std::make_index_sequence<sizeof(float) / sizeof(D)>()), d);
+                store(NarrowedPixels<D>(FloatCast(), s), d);
             });
     }
 
-private:
-    template <std::size_t... i>
-    static HWY_INLINE ByteVector Pixels(const std::uint8_t* src, std::index_sequence<i...>)
+    HWY_INLINE Integers Whole(const std::uint8_t* src, std::size_t i) const
     {
-        return Narrowed<D>(Whole(PixelSource<float>().Floats(src, i))...);
-    }
-
-    static HWY_INLINE Integers Whole(FloatVector v)
-    {
+        FloatVector v = PixelSource<float>().Floats(src, i);
         // NaN would become what is too small.
         if constexpr (std::is_signed_v<D>)
             v = hn::IfThenElseZero(hn::Eq(v, v), v);
