@@ -19,17 +19,6 @@ ComPtr<IRectangle> Rectangle(RECT edge)
 }
 
 template <class Interface>
-RECT EdgesOf(Interface* rectangle)
-{
-    RECT read = {-1, -1, -1, -1};
-    EXPECT_HR(S_OK, rectangle->get_Left(&read.left));
-    EXPECT_HR(S_OK, rectangle->get_Top(&read.top));
-    EXPECT_HR(S_OK, rectangle->get_Right(&read.right));
-    EXPECT_HR(S_OK, rectangle->get_Bottom(&read.bottom));
-    return read;
-}
-
-template <class Interface>
 void SetEdges(Interface* rectangle, const RECT& to)
 {
     EXPECT_HR(S_OK, rectangle->put_Left(to.left));
@@ -52,8 +41,8 @@ long GetByName(IDispatch* object, const wchar_t* name)
     DISPPARAMS none = {};
     VARIANT value;
     VariantInit(&value);
-    EXPECT_HR(S_OK, object->Invoke(IdOf(object, name), IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET, &none,
-                                   &value, nullptr, nullptr));
+    EXPECT_HR(S_OK, object->Invoke(IdOf(object, name), IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET,
+                                   &none, &value, nullptr, nullptr));
     EXPECT_EQ(value.vt, VT_I4);
     return value.lVal;
 }
@@ -128,7 +117,8 @@ TEST(Rectangle, IsReadAndWrittenByName)
 {
     const auto rectangle = Rectangle({1, 2, 3, 4});
     const auto integer = As<IRectangleInt>(rectangle.Get());
-    for (IDispatch* object : {static_cast<IDispatch*>(rectangle.Get()), static_cast<IDispatch*>(integer.Get())}) {
+    for (IDispatch* object :
+         {static_cast<IDispatch*>(rectangle.Get()), static_cast<IDispatch*>(integer.Get())}) {
         SetEdges(rectangle.Get(), {1, 2, 3, 4});
         for (size_t i = 0; i < edges.size(); ++i)
             EXPECT_EQ(GetByName(object, edges[i]), static_cast<long>(i) + 1);

@@ -6,6 +6,18 @@
 
 #include <string>
 
+/// Of a rectangle object by either of its interfaces.
+template <class Interface>
+RECT EdgesOf(Interface* rectangle)
+{
+    RECT read = {-1, -1, -1, -1};
+    EXPECT_HR(S_OK, rectangle->get_Left(&read.left));
+    EXPECT_HR(S_OK, rectangle->get_Top(&read.top));
+    EXPECT_HR(S_OK, rectangle->get_Right(&read.right));
+    EXPECT_HR(S_OK, rectangle->get_Bottom(&read.bottom));
+    return read;
+}
+
 /// A script's event handler as the reflector sees it: writes down every call.
 class Client final : public ClientObject<IDispatch>
 {
