@@ -7,7 +7,6 @@ WIDTH = 1060
 LEFT = 330           # where bars begin
 BAR = 9              # the height of one
 COLORS = ["#1f6fb2", "#d9822b", "#3a9c58", "#b23a48", "#7a52a3", "#8a6d3b", "#2aa3a3", "#c45ab3", "#666666"]
-SMALLEST, LARGEST = 1 / 32, 32  # the ends of the ratio axis, a logarithmic one
 
 
 def text(x, y, content, size=11, anchor="start", color="#222"):
@@ -25,9 +24,18 @@ def box(x, y, width, height, color):
     return f'<rect x="{x:.1f}" y="{y:.1f}" width="{max(width, 0.5):.1f}" height="{height}" fill="{color}"/>'
 
 
-def on_axis(ratio):
-    clamped = min(max(ratio, SMALLEST), LARGEST)
-    return LEFT + (WIDTH - 30 - LEFT) * math.log(clamped / SMALLEST) / math.log(LARGEST / SMALLEST)
+class RatioAxis:
+    """A logarithmic one, from a power of two to another that hold all ratios, and 1."""
+
+    def __init__(self, ratios):
+        self.low = min(-1, math.floor(math.log2(min(ratios))))
+        self.high = max(1, math.ceil(math.log2(max(ratios))))
+
+    def at(self, ratio):
+        return LEFT + (WIDTH - 30 - LEFT) * (math.log2(ratio) - self.low) / (self.high - self.low)
+
+    def powers(self):
+        return range(self.low, self.high + 1)
 
 
 def bars(rows, y):
@@ -36,6 +44,7 @@ def bars(rows, y):
     groups = {}
     for row in rows:
         groups.setdefault(row["work"], []).append(row)
+    axis = RatioAxis([row[key] for row in rows for key in ("ratio", "goal")])
     top = y + 34
     bottom = top + sum(BAR * len(group) + 7 for group in groups.values())
     parts = [text(10, y + 4, "Speed as a multiple of the peer's that the goal names; a black line is the goal", 13)]
@@ -44,8 +53,8 @@ def bars(rows, y):
         color = COLORS[sizes.index(size) % len(COLORS)]
         parts += [box(x, y + 12, 10, 10, color), text(x + 14, y + 21, size)]
         x += 24 + 7 * len(size)
-    for power in range(-5, 6):
-        at = on_axis(2.0 ** power)
+    for power in axis.powers():
+        at = axis.at(2.0 ** power)
         parts += [line(at, top, at, bottom, "#999" if power == 0 else "#ddd"),
                   text(at, bottom + 13, f"{2.0 ** power:g}" if power >= 0 else f"1/{2 ** -power}", 10, "middle")]
     y = top + 4
@@ -53,10 +62,10 @@ def bars(rows, y):
         middle = y + BAR * len(group) / 2 + 4
         parts.append(text(LEFT - 8, middle, f"{work} / {' or '.join(group[0]['against'])}", 11, "end"))
         for row in group:
-            begin, end = sorted((on_axis(1), on_axis(row["ratio"])))
+            begin, end = sorted((axis.at(1), axis.at(row["ratio"])))
             parts.append(box(begin, y, end - begin, BAR - 1, COLORS[sizes.index(row["size"]) % len(COLORS)]))
             y += BAR
-        at = on_axis(group[0]["goal"])
+        at = axis.at(group[0]["goal"])
         parts.append(line(at, y - BAR * len(group) - 2, at, y + 1, "#000", 2))
         y += 7
     return parts, bottom + 30
@@ -77,9 +86,9 @@ def curves(rows, y):
     def at_size(size):
         return left + 30 + (right - left - 60) * sizes.index(size) / max(len(sizes) - 1, 1)
     parts = [text(10, y + 4, "Pixels per second over image sizes; dashed: memcpy of as many bytes", 13)]
-    for power in range(low, high + 1):
-        at = at_rate(10.0 ** power)
-        parts += [line(left, at, right, at), text(left - 6, at + 4, f"1e{power}", 10, "end")]
+    for rate in (digit * 10.0 ** power for power in range(low, high) for digit in (1, 2, 5, 10)):
+        at = at_rate(rate)
+        parts += [line(left, at, right, at), text(left - 6, at + 4, f"{rate / 1e9:g} G", 10, "end")]
     parts += [text(at_size(size), y + height + 42, size, 11, "middle") for size in sizes]
     for i, work in enumerate(works):
         color = COLORS[i % len(COLORS)]

@@ -7,7 +7,7 @@ import pathlib
 import re
 import sys
 
-LONGEST = 100  # of a signature in one line
+LONGEST = 90  # of a signature in one line
 FILES = ["TavloLib.idl", "SentelCommon.idl"]
 ATTRIBUTES = r"\[(?P<attributes>(?:[^\[\]\"]|\"[^\"]*\"|\[[^\]]*\])*)\]\s*"
 MEMBER = re.compile(r"\s*" + ATTRIBUTES + r"(?P<type>[\w ]+?)\s*(?P<star>\*?)\s*\b(?P<name>\w+)\s*\((?P<parameters>.*?)\);", re.S)
