@@ -30,6 +30,16 @@ bool HasOption(std::span<const std::string> arguments, std::string_view name)
     return std::find(arguments.begin(), end, name) != end;
 }
 
+/// By its name, or by its letter alone or among others.
+bool AsksForHelp(std::span<const std::string> arguments)
+{
+    const auto end = std::ranges::find(arguments, "--");
+    return std::any_of(arguments.begin(), end, [](const std::string& text) {
+        return text == "--help" ||
+               (text.starts_with('-') && !text.starts_with("--") && text.find('h') != std::string::npos);
+    });
+}
+
 /// The parsers of the program and its commands, and what they have read.
 class Parser
 {
@@ -77,6 +87,7 @@ private:
     }
 
     Invocation NoCommand(const std::string& name, bool isJson) const;
+    void Parse(const std::vector<std::string>& arguments);
 
     const Program& program_;
     Manner manner_;
@@ -107,6 +118,28 @@ Invocation Parser::NoCommand(const std::string& name, bool isJson) const
     return Refusal(error, "tavlo help", isJson);
 }
 
+/// A command's parser hands what it has no place for to the program's, which does not know that two dashes
+/// have ended the options.
+void Parser::Parse(const std::vector<std::string>& arguments)
+{
+    try {
+        // The parser takes its arguments from the back.
+        app_.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+    } catch (const CLI::CallForHelp&) {
+        if (AsksForHelp(arguments))
+            throw;
+        throw CLI::ExtrasError({"--help"});
+    } catch (const CLI::CallForVersion&) {
+        if (HasOption(arguments, "--version"))
+            throw;
+        throw CLI::ExtrasError({"--version"});
+    }
+    if (manner_.isJson && !AsksForJson(arguments))
+        throw CLI::ExtrasError({"--json"});
+    if (manner_.isQuiet && !HasOption(arguments, "-q") && !HasOption(arguments, "--quiet"))
+        throw CLI::ExtrasError({"--quiet"});
+}
+
 Invocation Parser::Read(const std::vector<std::string>& arguments, int width)
 {
     const bool isJson = AsksForJson(arguments);
@@ -118,14 +151,7 @@ Invocation Parser::Read(const std::vector<std::string>& arguments, int width)
 
     const std::string self = programName + (entry == nullptr ? "" : " " + std::string(entry->command->name));
     try {
-        // The parser takes its arguments from the back.
-        app_.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
-        // A command's parser hands what it has no place for to the program's, which does not know that two
-        // dashes have ended the options.
-        if (manner_.isJson && !isJson)
-            throw CLI::ExtrasError({"--json"});
-        if (manner_.isQuiet && !HasOption(arguments, "-q") && !HasOption(arguments, "--quiet"))
-            throw CLI::ExtrasError({"--quiet"});
+        Parse(arguments);
     } catch (const CLI::CallForHelp&) {
         return Answer(Help(entry, width));
     } catch (const CLI::CallForVersion&) {
@@ -160,7 +186,7 @@ Invocation ReadCommandLine(const std::vector<std::string>& arguments, const Prog
     for (auto word = std::ranges::find_if(same, isWord); word != same.end() && *word == "help";
          word = std::ranges::find_if(same, isWord)) {
         same.erase(word);
-        same.emplace_back("--help");
+        same.insert(std::ranges::find(same, "--"), "--help");
     }
     return Parser(program).Read(same, width);
 }

@@ -1,6 +1,7 @@
 #include "client/view/producer_watch.h"
 
 #include "client/failure.h"
+#include "client/unattended_thread.h"
 #include "client/view/messages.h"
 
 #include <array>
@@ -43,16 +44,14 @@ ProducerWatch::ProducerWatch(ITavlo2& image, ITavloEvents& handler, DWORD proces
         ThrowLastError("watch the producer");
     if (process != 0)
         shared_->process.reset(OpenProcess(SYNCHRONIZE, FALSE, process));
-    thread_ = std::thread([shared = shared_] { Run(shared); });
+    RunUnattended([shared = shared_] { Run(shared); }, "watch the producer");
 }
 
 ProducerWatch::~ProducerWatch()
 {
     SetEvent(shared_->stop.get());
-    if (WaitForSingleObject(shared_->done.get(), patience) == WAIT_OBJECT_0)
-        thread_.join();
-    else
-        thread_.detach(); // it waits for an answer of a producer that hangs
+    // The thread may wait for an answer of a producer that hangs.
+    WaitForSingleObject(shared_->done.get(), patience);
 }
 
 void ProducerWatch::Run(const std::shared_ptr<Shared>& shared) noexcept

@@ -4,7 +4,6 @@
 #include "client/handle.h"
 
 #include <memory>
-#include <thread>
 
 namespace Mardu::Sentel::Tavlo::Client::View {
 
@@ -26,7 +25,6 @@ private:
     static void Run(const std::shared_ptr<Shared>& shared) noexcept;
 
     std::shared_ptr<Shared> shared_;
-    std::thread thread_;
 };
 
 } // namespace Mardu::Sentel::Tavlo::Client::View

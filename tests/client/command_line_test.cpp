@@ -133,6 +133,8 @@ TEST(CommandLineTest, HelpIsToBeHadInSeveralWays)
     const std::string page = Read({"greet", "--help"}).output;
     const std::string overview = Read({"--help"}).output;
     EXPECT_EQ(Read({"help", "greet"}).output, page);
+    EXPECT_EQ(Read({"help", "--", "greet"}).output, page);
+    EXPECT_EQ(Read({"greet", "-qh"}).output, page);
     EXPECT_EQ(Read({"greet", "Ada", "-h"}).output, page);
     EXPECT_EQ(Read({"help"}).output, overview);
     EXPECT_EQ(Read({"help", "help"}).output, overview);
@@ -166,7 +168,7 @@ TEST(CommandLineTest, MannersStandBeforeOrBehindTheCommand)
 
 TEST(CommandLineTest, TwoDashesEndTheOptions)
 {
-    for (const char* name : {"--json", "-q", "fail", "help"}) {
+    for (const char* name : {"--json", "-q", "--help", "--version", "fail", "help"}) {
         const Invocation invocation = Read({"greet", "--", name});
         ASSERT_TRUE(invocation.action) << invocation.errors;
         EXPECT_FALSE(invocation.manner.isJson);
@@ -219,21 +221,24 @@ TEST_P(WrongUsageTest, IsRefusedWithTheReason)
         << invocation.errors;
 }
 
-INSTANTIATE_TEST_SUITE_P(All, WrongUsageTest,
-                         testing::Values(WrongLine{{}, "a command is needed"},
-                                         WrongLine{{"dance"}, "tavlo: there is no command 'dance'\n"},
-                                         WrongLine{{"help", "dance"}, "there is no command 'dance'\n"},
-                                         WrongLine{{"grete"}, "no command 'grete'. Did you mean 'greet'?\n"},
-                                         WrongLine{{"hlep"}, "Did you mean 'help'?"},
-                                         WrongLine{{"--json", "--", "-x"}, "{\"error\":\"tavlo: "},
-                                         WrongLine{{"--quiet"}, "a command is needed"},
-                                         WrongLine{{"--loud"}, "tavlo: "},
-                                         WrongLine{{"greet"}, "tavlo greet: NAME is required"},
-                                         WrongLine{{"greet", "Ada", "Bob"}, "not expected: Bob"},
-                                         WrongLine{{"greet", "Ada", "--", "--json"}, "not expected: --json"},
-                                         WrongLine{{"greet", "Ada", "--", "-q"}, "not expected: --quiet"},
-                                         WrongLine{{"greet", "Ada", "--", "greet"}, "not expected: greet"},
-                                         WrongLine{{"fail", "--loud"}, "not expected: --loud"}));
+INSTANTIATE_TEST_SUITE_P(
+    All, WrongUsageTest,
+    testing::Values(WrongLine{{}, "a command is needed"},
+                    WrongLine{{"dance"}, "tavlo: there is no command 'dance'\n"},
+                    WrongLine{{"help", "dance"}, "there is no command 'dance'\n"},
+                    WrongLine{{"grete"}, "no command 'grete'. Did you mean 'greet'?\n"},
+                    WrongLine{{"hlep"}, "Did you mean 'help'?"},
+                    WrongLine{{"--json", "--", "-x"}, "{\"error\":\"tavlo: "},
+                    WrongLine{{"--quiet"}, "a command is needed"}, WrongLine{{"--loud"}, "tavlo: "},
+                    WrongLine{{"greet"}, "tavlo greet: NAME is required"},
+                    WrongLine{{"greet", "Ada", "Bob"}, "not expected: Bob"},
+                    WrongLine{{"greet", "Ada", "--", "--json"}, "not expected: --json"},
+                    WrongLine{{"greet", "Ada", "--", "-q"}, "not expected: --quiet"},
+                    WrongLine{{"greet", "Ada", "--", "--help"}, "not expected: --help"},
+                    WrongLine{{"greet", "Ada", "--", "-h"}, "not expected: --help"},
+                    WrongLine{{"greet", "Ada", "--", "--version"}, "not expected: --version"},
+                    WrongLine{{"greet", "Ada", "--", "greet"}, "not expected: greet"},
+                    WrongLine{{"fail", "--loud"}, "not expected: --loud"}));
 
 } // namespace
 } // namespace Mardu::Sentel::Tavlo::Client
