@@ -1,6 +1,7 @@
 // Packets of accessors that were cut or changed on their way.
 #include "tests/transport/transport_test.h"
 
+#include <array>
 #include <random>
 
 namespace {
@@ -12,13 +13,12 @@ protected:
     Corruption()
     {
         EXPECT_NE(section_, nullptr);
-        const std::wstring name = Name();
         if (GetParam() == MSHCTX_INPROC) {
             Append(0, 4);
             Append(reinterpret_cast<std::uintptr_t>(&pixel_), 8);
         }
-        Append(name.size(), 4);
-        for (const wchar_t unit : name)
+        Append(name_.size(), 4);
+        for (const wchar_t unit : name_)
             Append(unit, 2);
         // A reference that is not used up is good for any number of packets.
         reference_ = Marshaled<ITavloInternal>(image.Get(), GetParam(), MSHLFLAGS_TABLESTRONG);
@@ -33,8 +33,6 @@ protected:
         EXPECT_HR(S_OK, Release(reference_));
         CloseHandle(section_);
     }
-
-    static std::wstring Name() { return L"Tavlo-test-{0123}-" + std::to_wstring(GetCurrentProcessId()); }
 
     Bytes Packet(REFCLSID clsid, std::span<const std::uint8_t> bytes) const
     {
@@ -88,8 +86,20 @@ private:
             own.push_back(static_cast<std::uint8_t>(number >> (8 * i)));
     }
 
+    /// Far from every other name: with one character changed it is not that of a test that runs beside this
+    /// one.
+    static std::wstring NewName()
+    {
+        GUID id = {};
+        EXPECT_HR(S_OK, CoCreateGuid(&id));
+        std::array<wchar_t, 39> text = {};
+        StringFromGUID2(id, text.data(), static_cast<int>(text.size()));
+        return std::wstring(L"Tavlo-test-") + text.data();
+    }
+
+    const std::wstring name_ = NewName();
     const HANDLE section_ =
-        CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 100, Name().c_str());
+        CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 100, name_.c_str());
     Bytes reference_;
     Bytes readersHeader_;
     Bytes writersHeader_;
