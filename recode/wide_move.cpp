@@ -165,6 +165,14 @@ HWY_INLINE void StreamRow(const std::uint8_t* src, std::uint8_t* dst, std::size_
     std::memmove(dst + i, src + i, size - i);
 }
 
+/// Whether a row is moved over itself.
+inline bool Overlap(const std::uint8_t* src, const std::uint8_t* dst, std::size_t size)
+{
+    const auto from = reinterpret_cast<std::uintptr_t>(src);
+    const auto to = reinterpret_cast<std::uintptr_t>(dst);
+    return (from < to ? to - from : from - to) < size;
+}
+
 /// Of the C library's copies some take ten times as long where source and target lie unfavourably.
 void Copy(const std::uint8_t* src, std::ptrdiff_t srcStride, std::uint8_t* dst, std::ptrdiff_t dstStride,
           std::size_t rowSize, std::size_t rows)
@@ -177,7 +185,7 @@ void Copy(const std::uint8_t* src, std::ptrdiff_t srcStride, std::uint8_t* dst, 
     const auto eachWith = [&](const auto& store) {
         each([=](const std::uint8_t* s, std::uint8_t* d) { CopyRow(s, d, rowSize, store); });
     };
-    if (rowSize < 2 * step || src == dst) {
+    if (rowSize < 2 * step || Overlap(src, dst, rowSize)) {
         each([=](const std::uint8_t* s, std::uint8_t* d) { std::memmove(d, s, rowSize); });
     } else if (AreStreamed(rowSize, rows)) {
         each([=](const std::uint8_t* s, std::uint8_t* d) { StreamRow(s, d, rowSize); });

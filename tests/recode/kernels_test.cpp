@@ -188,6 +188,25 @@ TEST_P(Kernel, CopiedRowsAreThePlainOnes)
                 expectSame(bytes / rows + random_() % 100, rows);
 }
 
+TEST_P(Kernel, RowsAreCopiedOverThemselves)
+{
+    for (const std::size_t rowBytes : {std::size_t{50}, std::size_t{1000}, distantBytes, largeTarget})
+        for (const std::size_t shift : {1, 31, 64, 999}) {
+            const Bytes before(2 * rowBytes + shift, random_() % 64, random_);
+            const auto stride = static_cast<std::ptrdiff_t>(rowBytes);
+            for (const bool isForward : {true, false}) {
+                SCOPED_TRACE(std::to_string(rowBytes) + (isForward ? " by " : " back by ") +
+                             std::to_string(shift));
+                Bytes expected = before;
+                Bytes actual = before;
+                for (const auto& [kernels, bytes] : {std::pair{&plain_, &expected}, {&wide_, &actual}})
+                    kernels->move.copy(bytes->Data() + (isForward ? 0 : shift), stride,
+                                       bytes->Data() + (isForward ? shift : 0), stride, rowBytes, 1);
+                ASSERT_TRUE(actual == expected);
+            }
+        }
+}
+
 TEST_P(Kernel, ReversedPixelsAreThePlainOnes)
 {
     const auto expectSame = [this](std::size_t index, std::size_t count, std::size_t rows) {

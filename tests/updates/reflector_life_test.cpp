@@ -18,6 +18,17 @@ public:
     int queries = 0;
 };
 
+/// One that is connected to an image and tells a client of its updates.
+template <class Image>
+ComPtr<ITavloEventsReflector> ReflectorOf(const ComPtr<Image>& image, const ComPtr<Client>& client)
+{
+    auto reflector = NewReflector();
+    DWORD cookie = 0;
+    EXPECT_HR(S_OK, EventsOf(reflector.Get())->Advise(client.Get(), &cookie));
+    EXPECT_HR(S_OK, reflector->Connect(image.Get()));
+    return reflector;
+}
+
 } // namespace
 
 TEST(Reflector, SubscribesAsynchronously)
@@ -111,10 +122,7 @@ TEST(Reflector, ThatIsReleasedLeavesASinkWithoutEffect)
     const auto foreign = New<ForeignImage>();
     const auto client = New<Client>();
     {
-        const auto reflector = NewReflector();
-        DWORD cookie = 0;
-        EXPECT_HR(S_OK, EventsOf(reflector.Get())->Advise(client.Get(), &cookie));
-        EXPECT_HR(S_OK, reflector->Connect(foreign.Get()));
+        const auto reflector = ReflectorOf(foreign, client);
     }
     EXPECT_EQ(client->References(), 1u);
     EXPECT_EQ(foreign->References(), 1u) << "the image is released without being left";
@@ -132,10 +140,7 @@ TEST(Reflector, ThatIsReleasedRaisesNothingForARealImage)
     const auto image = SharedImage();
     const auto client = New<Client>();
     {
-        const auto reflector = NewReflector();
-        DWORD cookie = 0;
-        EXPECT_HR(S_OK, EventsOf(reflector.Get())->Advise(client.Get(), &cookie));
-        EXPECT_HR(S_OK, reflector->Connect(image.Get()));
+        const auto reflector = ReflectorOf(image, client);
     }
     const auto last = New<Handler>();
     ASSERT_HR(S_OK, image->Subscribe(last.Get(), Tavlo_Asynchronous));
@@ -315,10 +320,7 @@ TEST(Reflector, LivesAndDiesWithItsImageUpdating)
                 const auto image = SharedImage();
                 const auto client = New<Client>();
                 {
-                    const auto reflector = NewReflector();
-                    DWORD cookie = 0;
-                    EXPECT_HR(S_OK, EventsOf(reflector.Get())->Advise(client.Get(), &cookie));
-                    EXPECT_HR(S_OK, reflector->Connect(image.Get()));
+                    const auto reflector = ReflectorOf(image, client);
                     EXPECT_HR(S_OK, Invalidate(image.Get(), nullptr));
                     EXPECT_TRUE(client->Receives(1));
                     EXPECT_HR(S_OK, reflector->Disconnect());
