@@ -39,8 +39,8 @@ void ExpectScales(long double normalizedBy, long double intensityOffset, long do
         const OneElement element(static_cast<T>(v));
         ASSERT_EQ(element->Value(0, 0), static_cast<double>(v));
         ASSERT_EQ(element->Normalized(0, 0), static_cast<double>(v) / static_cast<double>(normalizedBy));
-        ASSERT_EQ(element->Intensity(0, 0),
-                  (static_cast<double>(v) + static_cast<double>(intensityOffset)) / static_cast<double>(intensityBy));
+        ASSERT_EQ(element->Intensity(0, 0), (static_cast<double>(v) + static_cast<double>(intensityOffset)) /
+                                                static_cast<double>(intensityBy));
         ASSERT_EQ(element->Text(0, 0), std::to_wstring(v));
     }
 }
@@ -105,7 +105,8 @@ TEST(TypedAddressor, TakesLuminanceForTheIntensityOfColours)
     const double expected = ((0.587 * 100 + 0.299 * 200) + 0.114 * 50) / 255.0;
     EXPECT_EQ(OneElement(rgb_type<unsigned char>{200, 100, 50})->Intensity(0, 0), expected);
     EXPECT_EQ(OneElement(bgr_type<unsigned char>{50, 100, 200})->Intensity(0, 0), expected);
-    EXPECT_EQ(OneElement(rgba_type<unsigned char>{200, 100, 50, 0})->Intensity(0, 0), expected) << "alpha is ignored";
+    EXPECT_EQ(OneElement(rgba_type<unsigned char>{200, 100, 50, 0})->Intensity(0, 0), expected)
+        << "alpha is ignored";
     EXPECT_EQ(OneElement(bgra_type<unsigned char>{50, 100, 200, 9})->Intensity(0, 0), expected);
 }
 

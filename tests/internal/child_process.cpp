@@ -24,7 +24,8 @@ ChildProcess::ChildProcess(std::initializer_list<std::wstring> arguments)
     STARTUPINFOW startup = {};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION started = {};
-    if (CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &started) == FALSE)
+    if (CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+                       &started) == FALSE)
         Mardu::ThrowLastError("Starting the child failed");
     CloseHandle(started.hThread);
     process_.reset(started.hProcess);

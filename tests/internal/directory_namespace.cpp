@@ -99,8 +99,8 @@ BOOLEAN WINAPI CloseNamespace(HANDLE directory, ULONG flags)
 
 NamespaceCounts& CountInto(const std::wstring& name)
 {
-    countsSection.reset(CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(NamespaceCounts),
-                                           name.c_str()));
+    countsSection.reset(CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0,
+                                           sizeof(NamespaceCounts), name.c_str()));
     if (countsSection == nullptr)
         ThrowLastError("Making the counts failed");
     counts = static_cast<NamespaceCounts*>(MapViewOfFile(countsSection.get(), FILE_MAP_WRITE, 0, 0, 0));

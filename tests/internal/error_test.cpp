@@ -91,7 +91,8 @@ std::optional<Texts> TakeTexts()
 
 void SetTexts(const Texts& texts)
 {
-    CheckHResult(SetComErrorInfo(IID_IPersist, texts.source, texts.description, texts.helpFile, texts.helpContext));
+    CheckHResult(
+        SetComErrorInfo(IID_IPersist, texts.source, texts.description, texts.helpFile, texts.helpContext));
 }
 
 /// ASCII only.
@@ -244,7 +245,10 @@ public:
     InvalidArgumentAndBadCast() : std::invalid_argument("argument") {}
 };
 
-enum class ForeignEnumeration { Value };
+enum class ForeignEnumeration
+{
+    Value
+};
 
 void RaiseComErrorWithErrorObject()
 {
@@ -274,8 +278,8 @@ std::vector<ExceptionCase> ExceptionCases()
 {
     const std::string denied = ": " + SystemText(ERROR_ACCESS_DENIED);
     return {
-        {"Win32Error", [] { throw win32_error("x", ERROR_ACCESS_DENIED); },
-         static_cast<HRESULT>(0x80070005), Description("x" + denied)},
+        {"Win32Error", [] { throw win32_error("x", ERROR_ACCESS_DENIED); }, static_cast<HRESULT>(0x80070005),
+         Description("x" + denied)},
         {"Win32ErrorWithoutMessage", [] { throw win32_error("", ERROR_ACCESS_DENIED); },
          static_cast<HRESULT>(0x80070005), Description("Unknown exception" + denied)},
         {"Win32ErrorOfCode0", [] { throw win32_error("x", 0); }, S_OK, Description("x: " + SystemText(0))},
@@ -307,17 +311,19 @@ std::vector<ExceptionCase> ExceptionCases()
         {"BadArrayNewLength", [] { throw std::bad_array_new_length(); }, E_OUTOFMEMORY,
          Description(std::bad_array_new_length().what())},
         {"OutOfRange", [] { throw std::out_of_range("range"); }, E_INVALIDARG, Description("range")},
-        {"InvalidArgument", [] { throw std::invalid_argument("argument"); }, E_INVALIDARG, Description("argument")},
+        {"InvalidArgument", [] { throw std::invalid_argument("argument"); }, E_INVALIDARG,
+         Description("argument")},
         {"BadCast", [] { throw std::bad_cast(); }, E_INVALIDARG, Description(std::bad_cast().what())},
-        {"BadAnyCast", [] { throw std::bad_any_cast(); }, E_INVALIDARG, Description(std::bad_any_cast().what())},
+        {"BadAnyCast", [] { throw std::bad_any_cast(); }, E_INVALIDARG,
+         Description(std::bad_any_cast().what())},
         {"Exception", [] { throw std::exception(); }, E_FAIL, Description(std::exception().what())},
         {"RuntimeError", [] { throw std::runtime_error("run"); }, E_FAIL, Description("run")},
         {"LogicError", [] { throw std::logic_error("logic"); }, E_FAIL, Description("logic")},
         {"LengthError", [] { throw std::length_error("length"); }, E_FAIL, Description("length")},
         {"EmptyMessage", [] { throw std::runtime_error(""); }, E_FAIL, {}},
         {"BadTypeid", [] { throw std::bad_typeid(); }, E_FAIL, Description(std::bad_typeid().what())},
-        {"SystemError", [] { throw std::system_error(std::make_error_code(std::errc::io_error), "system"); }, E_FAIL,
-         Description(std::system_error(std::make_error_code(std::errc::io_error), "system").what())},
+        {"SystemError", [] { throw std::system_error(std::make_error_code(std::errc::io_error), "system"); },
+         E_FAIL, Description(std::system_error(std::make_error_code(std::errc::io_error), "system").what())},
         {"Int", [] { throw 5; }, E_UNEXPECTED, {}},
         {"UnsignedLong", [] { throw 5ul; }, E_UNEXPECTED, {}},
         {"LongLong", [] { throw 5ll; }, E_UNEXPECTED, {}},
@@ -326,16 +332,20 @@ std::vector<ExceptionCase> ExceptionCases()
         {"String", [] { throw std::string("text"); }, E_UNEXPECTED, {}},
         {"Enumeration", [] { throw ForeignEnumeration::Value; }, E_UNEXPECTED, {}},
         {"Null", [] { throw nullptr; }, E_UNEXPECTED, {}},
-        {"PointerToAnException", [] {
+        {"PointerToAnException",
+         [] {
              static std::runtime_error error("pointed at");
              throw &error;
-         }, E_UNEXPECTED, {}},
+         },
+         E_UNEXPECTED,
+         {}},
         {"Win32ErrorBeforeCAtlException", [] { throw ManyFaces(); }, static_cast<HRESULT>(0x80070005),
          Description("win32" + denied)},
         {"CAtlExceptionBeforeHResultException", [] { throw AtlAndHResult(); }, E_NOTIMPL, {}},
         {"HResultExceptionBeforeComError", [] { throw HResultAndCom(); }, E_ABORT, Description("hresult")},
         {"ComErrorBeforeBadAlloc", [] { throw ComAndBadAlloc(); }, E_HANDLE, {}},
-        {"BadAllocBeforeOutOfRange", [] { throw BadAllocAndOutOfRange(); }, E_OUTOFMEMORY, Description("alloc")},
+        {"BadAllocBeforeOutOfRange", [] { throw BadAllocAndOutOfRange(); }, E_OUTOFMEMORY,
+         Description("alloc")},
         {"OutOfRangeBeforeInvalidArgument", [] { throw OutOfRangeAndInvalidArgument(); }, E_INVALIDARG,
          Description("range")},
         {"InvalidArgumentBeforeBadCast", [] { throw InvalidArgumentAndBadCast(); }, E_INVALIDARG,
@@ -438,7 +448,10 @@ TEST_P(UnreadableText, ForAnotherReasonIsEmpty)
     EXPECT_EQ(TranslatedWith(E_FAIL), E_HANDLE);
     Texts expected{L"source", L"description", L"help file", 7};
     const std::string name = GetParam().name;
-    (name == "Source" ? expected.source : name == "Description" ? expected.description : expected.helpFile).clear();
+    (name == "Source"        ? expected.source
+     : name == "Description" ? expected.description
+                             : expected.helpFile)
+        .clear();
     EXPECT_EQ(TakeTexts(), expected);
 }
 
@@ -466,8 +479,8 @@ TEST_F(TranslatedException, HasEmptyTextsForNullOnes)
 
 TEST_F(TranslatedException, KeepsItsResultWhenThereIsNoErrorObject)
 {
-    const ReplacedImport<decltype(CreateErrorInfo)> failing("CreateErrorInfo",
-                                                            [](ICreateErrorInfo**) -> HRESULT { return E_OUTOFMEMORY; });
+    const ReplacedImport<decltype(CreateErrorInfo)> failing(
+        "CreateErrorInfo", [](ICreateErrorInfo**) -> HRESULT { return E_OUTOFMEMORY; });
     EXPECT_EQ(Translated([] { throw std::invalid_argument("argument"); }), E_INVALIDARG);
     EXPECT_FALSE(TakeTexts());
 }
@@ -606,7 +619,8 @@ TEST_F(HResultExceptionWhat, HasItsColonWithoutASystemText)
 
 TEST_F(HResultExceptionWhat, EndsWithTheDescription)
 {
-    EXPECT_EQ(HResultException(E_INVALIDARG, "bad").what(), "HRESULT 80070057: " + SystemText(0x80070057) + ": bad");
+    EXPECT_EQ(HResultException(E_INVALIDARG, "bad").what(),
+              "HRESULT 80070057: " + SystemText(0x80070057) + ": bad");
 }
 
 TEST_F(HResultExceptionWhat, EndsWithTheSourceOnALineOfItsOwn)
@@ -628,8 +642,10 @@ TEST_F(HResultExceptionWhat, HoldsTextsOfAnyLength)
     for (const size_t length : {1, 4094, 4095, 4096, 4097, 8192, 100000}) {
         const std::string description(length, 'd');
         const std::string source(length, 's');
-        EXPECT_EQ(HResultException(static_cast<HRESULT>(codeWithoutText), Wide(source), Wide(description), L"", 0).what(),
-                  "HRESULT A0001234: : " + description + "\nSource: " + source)
+        EXPECT_EQ(
+            HResultException(static_cast<HRESULT>(codeWithoutText), Wide(source), Wide(description), L"", 0)
+                .what(),
+            "HRESULT A0001234: : " + description + "\nSource: " + source)
             << length;
     }
 }
@@ -670,7 +686,8 @@ TEST(Win32ErrorWhat, HasItsColonWithoutASystemText)
 
 TEST(Win32ErrorWhat, IsAnUnknownExceptionWithoutAMessage)
 {
-    EXPECT_EQ(win32_error("", ERROR_ACCESS_DENIED).what(), "Unknown exception: " + SystemText(ERROR_ACCESS_DENIED));
+    EXPECT_EQ(win32_error("", ERROR_ACCESS_DENIED).what(),
+              "Unknown exception: " + SystemText(ERROR_ACCESS_DENIED));
 }
 
 TEST(Win32ErrorWhat, IsTheSameAtEachCall)
@@ -919,16 +936,17 @@ protected:
         ScriptedCreator::object.references = 1;
     }
 
-    ReplacedImport<decltype(CreateErrorInfo)> creating{"CreateErrorInfo", [](ICreateErrorInfo** result) -> HRESULT {
-                                                           static ScriptedCreator creator;
-                                                           *result = nullptr;
-                                                           const HRESULT hr = ScriptedCreator::Call("CreateErrorInfo");
-                                                           if (SUCCEEDED(hr)) {
-                                                               creator.AddRef();
-                                                               *result = &creator;
-                                                           }
-                                                           return hr;
-                                                       }};
+    ReplacedImport<decltype(CreateErrorInfo)> creating{
+        "CreateErrorInfo", [](ICreateErrorInfo** result) -> HRESULT {
+            static ScriptedCreator creator;
+            *result = nullptr;
+            const HRESULT hr = ScriptedCreator::Call("CreateErrorInfo");
+            if (SUCCEEDED(hr)) {
+                creator.AddRef();
+                *result = &creator;
+            }
+            return hr;
+        }};
     ReplacedImport<decltype(SetErrorInfo)> setting{
         "SetErrorInfo", [](ULONG, IErrorInfo*) -> HRESULT { return ScriptedCreator::Call("SetErrorInfo"); }};
 };

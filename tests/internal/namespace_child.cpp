@@ -124,7 +124,8 @@ int ComputePrefix(const Arguments& arguments)
     const ReplacedImport<decltype(GetProcAddress)> withNamespaces(
         "GetProcAddress", [](HMODULE library, LPCSTR name) -> FARPROC {
             const auto found = functions.find(name);
-            return found != functions.end() ? reinterpret_cast<FARPROC>(found->second) : original(library, name);
+            return found != functions.end() ? reinterpret_cast<FARPROC>(found->second)
+                                            : original(library, name);
         });
     original = withNamespaces.Original();
 
@@ -141,8 +142,10 @@ int ComputePrefix(const Arguments& arguments)
 }
 
 const std::map<std::wstring, int (*)(const Arguments&)> roles = {
-    {L"compete", Compete},           {L"abandon", Abandon},
-    {L"exchange", ExchangeByName},   {L"exchange-handle", ExchangeByHandle},
+    {L"compete", Compete},
+    {L"abandon", Abandon},
+    {L"exchange", ExchangeByName},
+    {L"exchange-handle", ExchangeByHandle},
     {L"compute-prefix", ComputePrefix},
 };
 

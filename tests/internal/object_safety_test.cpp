@@ -36,7 +36,8 @@ protected:
 TEST_F(Safety, IsAnInterfaceOfTheObject)
 {
     ComPtr<IObjectSafety> safety;
-    EXPECT_EQ(object->QueryInterface(IID_IObjectSafety, reinterpret_cast<void**>(safety.GetAddressOf())), S_OK);
+    EXPECT_EQ(object->QueryInterface(IID_IObjectSafety, reinterpret_cast<void**>(safety.GetAddressOf())),
+              S_OK);
 }
 
 TEST_F(Safety, SupportsUntrustedCallersAndData)

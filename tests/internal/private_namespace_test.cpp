@@ -58,8 +58,8 @@ public:
         return parameters;
     }
 
-    std::string failing;          ///< the call that fails with failureCode
-    bool namespaceExists = false; ///< opening succeeds
+    std::string failing;           ///< the call that fails with failureCode
+    bool namespaceExists = false;  ///< opening succeeds
     std::deque<DWORD> waitResults; ///< of the next waits; then they are real ones
     Calls calls;
 
@@ -145,8 +145,8 @@ private:
         current->inherits = attributes->bInheritHandle;
         current->descriptor = attributes->lpSecurityDescriptor;
         LPWSTR text = nullptr;
-        ConvertSecurityDescriptorToStringSecurityDescriptorW(attributes->lpSecurityDescriptor, SDDL_REVISION_1,
-                                                             DACL_SECURITY_INFORMATION, &text, nullptr);
+        ConvertSecurityDescriptorToStringSecurityDescriptorW(
+            attributes->lpSecurityDescriptor, SDDL_REVISION_1, DACL_SECURITY_INFORMATION, &text, nullptr);
         current->descriptorText = text;
         current->localFree.Original()(text);
         return Fails("CreatePrivateNamespace") ? nullptr : CreatedNamespace();
@@ -201,7 +201,8 @@ private:
 
     ReplacedImport<decltype(CreateWellKnownSid)> createWellKnownSid{
         "CreateWellKnownSid", [](WELL_KNOWN_SID_TYPE type, PSID domain, PSID sid, DWORD* size) -> BOOL {
-            return current->createWellKnownSid.Original()(type, domain, sid, size) && !Fails("CreateWellKnownSid");
+            return current->createWellKnownSid.Original()(type, domain, sid, size) &&
+                   !Fails("CreateWellKnownSid");
         }};
     ReplacedImport<decltype(ConvertStringSecurityDescriptorToSecurityDescriptorW)> convert{
         "ConvertStringSecurityDescriptorToSecurityDescriptorW",
@@ -214,17 +215,20 @@ private:
             return Fails("CreateMutex") ? nullptr : current->createMutex.Original()(attributes, owned, name);
         }};
     ReplacedImport<decltype(ReleaseMutex)> releaseMutex{"ReleaseMutex", [](HANDLE mutex) -> BOOL {
-                                                            const BOOL done = current->releaseMutex.Original()(mutex);
+                                                            const BOOL done =
+                                                                current->releaseMutex.Original()(mutex);
                                                             Undoes("ReleaseMutex");
                                                             return done;
                                                         }};
     ReplacedImport<decltype(CloseHandle)> closeHandle{"CloseHandle", [](HANDLE handle) -> BOOL {
-                                                          const BOOL done = current->closeHandle.Original()(handle);
+                                                          const BOOL done =
+                                                              current->closeHandle.Original()(handle);
                                                           Undoes("CloseHandle");
                                                           return done;
                                                       }};
     ReplacedImport<decltype(LocalFree)> localFree{"LocalFree", [](HLOCAL memory) -> HLOCAL {
-                                                      const HLOCAL left = current->localFree.Original()(memory);
+                                                      const HLOCAL left =
+                                                          current->localFree.Original()(memory);
                                                       Undoes("LocalFree");
                                                       return left;
                                                   }};
@@ -327,9 +331,9 @@ TEST(PrivateNamespace, OpensAnExistingOneAndCreatesNone)
     {
         const PrivateNamespace made(Platform::Api(), platform.Parameters());
         EXPECT_THAT(platform.calls, ElementsAre("CreateBoundaryDescriptor", "CreateWellKnownSid",
-                                                "AddSIDToBoundaryDescriptor", "ConvertStringSecurityDescriptor",
-                                                "CreateMutex", "Wait", "OpenPrivateNamespace", "ReleaseMutex",
-                                                "CloseHandle"));
+                                                "AddSIDToBoundaryDescriptor",
+                                                "ConvertStringSecurityDescriptor", "CreateMutex", "Wait",
+                                                "OpenPrivateNamespace", "ReleaseMutex", "CloseHandle"));
     }
     EXPECT_EQ(platform.closedNamespace, Platform::OpenedNamespace());
 }
@@ -339,10 +343,11 @@ TEST(PrivateNamespace, IsCreatedWhenItCannotBeOpened)
     Platform platform;
     {
         const PrivateNamespace made(Platform::Api(), platform.Parameters());
-        EXPECT_THAT(platform.calls, ElementsAre("CreateBoundaryDescriptor", "CreateWellKnownSid",
-                                                "AddSIDToBoundaryDescriptor", "ConvertStringSecurityDescriptor",
-                                                "CreateMutex", "Wait", "OpenPrivateNamespace",
-                                                "CreatePrivateNamespace", "ReleaseMutex", "CloseHandle"));
+        EXPECT_THAT(platform.calls,
+                    ElementsAre("CreateBoundaryDescriptor", "CreateWellKnownSid",
+                                "AddSIDToBoundaryDescriptor", "ConvertStringSecurityDescriptor",
+                                "CreateMutex", "Wait", "OpenPrivateNamespace", "CreatePrivateNamespace",
+                                "ReleaseMutex", "CloseHandle"));
     }
     EXPECT_EQ(platform.closedNamespace, Platform::CreatedNamespace());
 }
@@ -354,7 +359,8 @@ TEST(PrivateNamespace, ClosesThenFreesTheDescriptorThenDeletesTheBoundary)
         const PrivateNamespace made(Platform::Api(), platform.Parameters());
         platform.calls.clear();
     }
-    EXPECT_THAT(platform.calls, ElementsAre("ClosePrivateNamespace", "LocalFree", "DeleteBoundaryDescriptor"));
+    EXPECT_THAT(platform.calls,
+                ElementsAre("ClosePrivateNamespace", "LocalFree", "DeleteBoundaryDescriptor"));
     EXPECT_TRUE(platform.descriptorValidAtClose);
     EXPECT_EQ(platform.deletedBoundary, Platform::Boundary());
 }
@@ -362,7 +368,9 @@ TEST(PrivateNamespace, ClosesThenFreesTheDescriptorThenDeletesTheBoundary)
 TEST(PrivateNamespace, StaysForOtherProcessesWhenItIsClosed)
 {
     Platform platform;
-    { const PrivateNamespace made(Platform::Api(), platform.Parameters()); }
+    {
+        const PrivateNamespace made(Platform::Api(), platform.Parameters());
+    }
     EXPECT_EQ(platform.closeFlags, 0u);
 }
 
@@ -395,7 +403,9 @@ TEST(PrivateNamespace, UsesTheBoundaryThatTheSidWasAddedTo)
 {
     Platform platform;
     platform.boundaryIsReplaced = true;
-    { const PrivateNamespace made(Platform::Api(), platform.Parameters()); }
+    {
+        const PrivateNamespace made(Platform::Api(), platform.Parameters());
+    }
     EXPECT_EQ(platform.openedBoundary, Platform::OtherBoundary());
     EXPECT_EQ(platform.createdBoundary, Platform::OtherBoundary());
     EXPECT_EQ(platform.deletedBoundary, Platform::OtherBoundary());
@@ -458,7 +468,10 @@ void PrintTo(const FailingCall& failing, std::ostream* out)
 
 const FailingCall failingCalls[] = {
     {"CreateBoundaryDescriptor", "CreateBoundaryDescriptor failed", {}, {}},
-    {"CreateWellKnownSid", "CreateWellKnownSid failed", {"CreateBoundaryDescriptor"}, {"DeleteBoundaryDescriptor"}},
+    {"CreateWellKnownSid",
+     "CreateWellKnownSid failed",
+     {"CreateBoundaryDescriptor"},
+     {"DeleteBoundaryDescriptor"}},
     {"AddSIDToBoundaryDescriptor",
      "AddSIDToBoundaryDescriptor failed",
      {"CreateBoundaryDescriptor", "CreateWellKnownSid"},
@@ -612,7 +625,8 @@ TEST_P(MutexWaitFailure, NeitherOpensNorCreates)
 TEST_P(MutexWaitFailure, FreesTheDescriptorAndDeletesTheBoundary)
 {
     FailureOf(platform.Parameters());
-    EXPECT_THAT(platform.calls, testing::IsSupersetOf({"CloseHandle", "LocalFree", "DeleteBoundaryDescriptor"}));
+    EXPECT_THAT(platform.calls,
+                testing::IsSupersetOf({"CloseHandle", "LocalFree", "DeleteBoundaryDescriptor"}));
 }
 
 TEST_P(MutexWaitFailure, ReleasesWhatItAcquired)
@@ -647,8 +661,9 @@ TEST(PrivateNamespaceMutex, IsWaitedForTenSecondsWhileAnotherHoldsIt)
     const ULONGLONG elapsed = GetTickCount64() - start;
 
     EXPECT_EQ(failure.type, "runtime_error");
-    EXPECT_EQ(failure.text,
-              "CreateOrOpenPrivateNamespace failed : Could not take the ownership of the Mutex before timeout.");
+    EXPECT_EQ(
+        failure.text,
+        "CreateOrOpenPrivateNamespace failed : Could not take the ownership of the Mutex before timeout.");
     EXPECT_GE(elapsed, 9900u);
 }
 
@@ -696,9 +711,9 @@ TEST(PrivateNamespaceMutex, IsFreeAgainAfterItWasAbandoned)
 
 namespace {
 
-const char* const functionNames[] = {"CreateBoundaryDescriptorW", "DeleteBoundaryDescriptor",
+const char* const functionNames[] = {"CreateBoundaryDescriptorW",  "DeleteBoundaryDescriptor",
                                      "AddSIDToBoundaryDescriptor", "CreatePrivateNamespaceW",
-                                     "OpenPrivateNamespaceW",     "ClosePrivateNamespace"};
+                                     "OpenPrivateNamespaceW",      "ClosePrivateNamespace"};
 
 /// A Kernel32.dll whose functions of the namespaces are the texts of their names, all but
 /// one.

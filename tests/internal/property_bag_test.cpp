@@ -317,30 +317,22 @@ TEST(PropertyBag, FailsWithTheResultOfCopyingAValueOut)
 {
     PropertyBag bag;
     bag.Set(L"name", Number(1));
-    const ReplacedImport<decltype(VariantCopy)> failing("VariantCopy", [](auto*, auto*) -> HRESULT { return E_OUTOFMEMORY; });
+    const ReplacedImport<decltype(VariantCopy)> failing(
+        "VariantCopy", [](auto*, auto*) -> HRESULT { return E_OUTOFMEMORY; });
     EXPECT_EQ(Guarded([&] { bag.Get(L"name"); }), E_OUTOFMEMORY);
 }
 
 TEST(PropertyBagNames, AscendByCodeUnit)
 {
-    const std::vector<std::wstring> ascending = {L"",
-                                                 std::wstring(1, L'\0'),
-                                                 L" ",
-                                                 L"10",
-                                                 L"9",
-                                                 L"A",
-                                                 L"AB",
-                                                 L"B",
-                                                 L"_",
-                                                 L"a",
-                                                 L"aB",
-                                                 L"ab",
-                                                 L"\x00E4",
-                                                 L"\x7FFF",
-                                                 L"\x8000",
-                                                 L"\xD83D\xDE00",
-                                                 L"\xFF5E",
-                                                 L"\xFFFF"};
+    const std::vector<std::wstring> ascending = {L"",       std::wstring(1, L'\0'),
+                                                 L" ",      L"10",
+                                                 L"9",      L"A",
+                                                 L"AB",     L"B",
+                                                 L"_",      L"a",
+                                                 L"aB",     L"ab",
+                                                 L"\x00E4", L"\x7FFF",
+                                                 L"\x8000", L"\xD83D\xDE00",
+                                                 L"\xFF5E", L"\xFFFF"};
     PropertyBag bag;
     for (auto name = ascending.rbegin(); name != ascending.rend(); ++name)
         bag.Set(*name, Number(1));

@@ -17,10 +17,12 @@ T* At(ULONGLONG address)
 
 std::vector<void**> ImportSlots(const char* name)
 {
-    const auto* headers = At<const IMAGE_NT_HEADERS>(static_cast<ULONGLONG>(At<const IMAGE_DOS_HEADER>(0)->e_lfanew));
+    const auto* headers =
+        At<const IMAGE_NT_HEADERS>(static_cast<ULONGLONG>(At<const IMAGE_DOS_HEADER>(0)->e_lfanew));
     const IMAGE_DATA_DIRECTORY& imports = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
     std::vector<void**> slots;
-    for (const auto* library = At<const IMAGE_IMPORT_DESCRIPTOR>(imports.VirtualAddress); library->Name != 0; ++library) {
+    for (const auto* library = At<const IMAGE_IMPORT_DESCRIPTOR>(imports.VirtualAddress); library->Name != 0;
+         ++library) {
         const auto* imported = At<const IMAGE_THUNK_DATA>(library->OriginalFirstThunk);
         auto** slot = At<void*>(library->FirstThunk);
         for (; imported->u1.AddressOfData != 0; ++imported, ++slot) {

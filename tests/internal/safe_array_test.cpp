@@ -91,7 +91,8 @@ private:
                                                          alive += SUCCEEDED(hr) ? 1 : 0;
                                                          return hr;
                                                      }};
-    ReplacedImport<decltype(SafeArrayDestroy)> destroying_{"SafeArrayDestroy", [](SAFEARRAY* array) -> HRESULT {
+    ReplacedImport<decltype(SafeArrayDestroy)> destroying_{"SafeArrayDestroy",
+                                                           [](SAFEARRAY* array) -> HRESULT {
                                                                --alive;
                                                                return destroy(array);
                                                            }};
@@ -112,7 +113,8 @@ TEST_P(RefusedBound, IsOutOfRange)
 INSTANTIATE_TEST_SUITE_P(
     Of, RefusedBound,
     testing::Values(BoundCase{"CountAboveTheLargest", largestCount + 1, 0, "Value too large"},
-                    BoundCase{"LargestCountOfAll", std::numeric_limits<std::uint64_t>::max(), 0, "Value too large"},
+                    BoundCase{"LargestCountOfAll", std::numeric_limits<std::uint64_t>::max(), 0,
+                              "Value too large"},
                     BoundCase{"LowerBoundAboveTheLargest", 1, largestBound + 1, "Value too large"},
                     BoundCase{"LowerBoundBelowTheSmallest", 1, smallestBound - 1, "Value too small"}),
     [](const auto& tested) { return std::string(tested.param.name); });
@@ -160,11 +162,11 @@ TEST(NewSafeArray, IsOutOfMemoryWhenTheArrayCannotBeMade)
 TEST(NewSafeArray, PassesTheLargestCountOn)
 {
     static ULONG count = 0;
-    const ReplacedImport<decltype(SafeArrayCreate)> failing("SafeArrayCreate",
-                                                            [](VARTYPE, UINT, SAFEARRAYBOUND* bound) -> SAFEARRAY* {
-                                                                count = bound->cElements;
-                                                                return nullptr;
-                                                            });
+    const ReplacedImport<decltype(SafeArrayCreate)> failing(
+        "SafeArrayCreate", [](VARTYPE, UINT, SAFEARRAYBOUND* bound) -> SAFEARRAY* {
+            count = bound->cElements;
+            return nullptr;
+        });
     EXPECT_THROW(NewSafeArray(VT_UI1, largestCount, 0), std::bad_alloc);
     EXPECT_EQ(count, largestCount);
 }
@@ -205,7 +207,8 @@ TEST(CheckOneDimension, RefusesNoArray)
 
 TEST(NewStringArray, HoldsTheTextsInTheirOrder)
 {
-    const std::vector<std::wstring> texts = {L"b", L"", L"a", std::wstring(L"x\0y", 3), std::wstring(5000, L'z')};
+    const std::vector<std::wstring> texts = {L"b", L"", L"a", std::wstring(L"x\0y", 3),
+                                             std::wstring(5000, L'z')};
     const UniqueSafeArray array(NewStringArray(texts));
     EXPECT_EQ(TextsOf(array.get()), texts);
 }
@@ -242,8 +245,8 @@ TEST(NewStringArray, LeavesOneArrayBehind)
 TEST(NewStringArray, IsOutOfMemoryWhenATextCannotBeCopied)
 {
     const ArrayCount count;
-    const ReplacedImport<decltype(SysAllocStringLen)> failing("SysAllocStringLen",
-                                                              [](const OLECHAR*, UINT) -> BSTR { return nullptr; });
+    const ReplacedImport<decltype(SysAllocStringLen)> failing(
+        "SysAllocStringLen", [](const OLECHAR*, UINT) -> BSTR { return nullptr; });
     EXPECT_THROW(NewStringArray({L"one"}), std::bad_alloc);
     EXPECT_EQ(ArrayCount::alive, 0);
 }
@@ -251,9 +254,8 @@ TEST(NewStringArray, IsOutOfMemoryWhenATextCannotBeCopied)
 TEST(NewStringArray, FailsWithTheResultOfCopyingTheArray)
 {
     const ArrayCount count;
-    const ReplacedImport<decltype(SafeArrayCopy)> failing("SafeArrayCopy", [](SAFEARRAY*, SAFEARRAY**) -> HRESULT {
-        return DISP_E_ARRAYISLOCKED;
-    });
+    const ReplacedImport<decltype(SafeArrayCopy)> failing(
+        "SafeArrayCopy", [](SAFEARRAY*, SAFEARRAY**) -> HRESULT { return DISP_E_ARRAYISLOCKED; });
     EXPECT_EQ(Guarded([] { NewStringArray({L"one"}); }), DISP_E_ARRAYISLOCKED);
     EXPECT_EQ(ArrayCount::alive, 0);
 }

@@ -50,7 +50,9 @@ MappingRequest RequestOf(const std::wstring& prefix, std::int64_t bytes)
             BOOL defaulted = FALSE;
             PACL dacl = nullptr;
             GetSecurityDescriptorDacl(attributes->lpSecurityDescriptor, &present, &dacl, &defaulted);
-            request = {file, present != FALSE, dacl == nullptr, attributes->bInheritHandle, protection, high, low, name};
+            request = {
+                file, present != FALSE, dacl == nullptr, attributes->bInheritHandle, protection, high, low,
+                name};
             SetLastError(someError);
             return nullptr;
         });
@@ -87,7 +89,8 @@ TEST(CreateSection, NamesASectionWithTheTextOfAGuid)
 {
     const std::wstring name = CreateSection(L"Global", 1).name;
     EXPECT_EQ(name.size(), 38u);
-    EXPECT_TRUE(std::regex_match(name, std::wregex(L"\\{[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}\\}"))) << name.size();
+    EXPECT_TRUE(std::regex_match(name, std::wregex(L"\\{[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}\\}")))
+        << name.size();
 }
 
 TEST(CreateSection, NamesNoTwoSectionsAlike)
@@ -183,21 +186,24 @@ TEST(CreateSection, OfSizeZeroIsRefusedAsAnInvalidParameter)
 
 TEST(CreateSection, FailsUnderAPrefixThatIsNoDirectory)
 {
-    EXPECT_EQ(ErrorOf([] { CreateSection(L"TavloThatNobodyMade", 1); }), static_cast<DWORD>(ERROR_PATH_NOT_FOUND));
+    EXPECT_EQ(ErrorOf([] { CreateSection(L"TavloThatNobodyMade", 1); }),
+              static_cast<DWORD>(ERROR_PATH_NOT_FOUND));
 }
 
 TEST(CreateSection, FailsWithTheResultOfCreatingTheGuid)
 {
-    const ReplacedImport<decltype(CoCreateGuid)> failing("CoCreateGuid", [](GUID*) -> HRESULT { return 0x80071234; });
+    const ReplacedImport<decltype(CoCreateGuid)> failing("CoCreateGuid",
+                                                         [](GUID*) -> HRESULT { return 0x80071234; });
     EXPECT_EQ(Guarded([] { CreateSection(L"", 1); }), static_cast<HRESULT>(0x80071234));
 }
 
 TEST(CreateSection, FailsWithTheLastErrorOfConvertingTheGuid)
 {
-    const ReplacedImport<decltype(StringFromGUID2)> failing("StringFromGUID2", [](REFGUID, LPOLESTR, int) -> int {
-        SetLastError(someError);
-        return 0;
-    });
+    const ReplacedImport<decltype(StringFromGUID2)> failing("StringFromGUID2",
+                                                            [](REFGUID, LPOLESTR, int) -> int {
+                                                                SetLastError(someError);
+                                                                return 0;
+                                                            });
     EXPECT_EQ(Guarded([] { CreateSection(L"", 1); }), HRESULT_FROM_WIN32(someError));
 }
 
@@ -217,11 +223,11 @@ TEST(CreateSection, GivesTheGuidTextFortyEightCharacters)
 
 TEST(CreateSection, FailsWithTheLastErrorOfMakingTheDescriptor)
 {
-    const ReplacedImport<decltype(InitializeSecurityDescriptor)> failing("InitializeSecurityDescriptor",
-                                                                         [](PSECURITY_DESCRIPTOR, DWORD) -> BOOL {
-                                                                             SetLastError(someError);
-                                                                             return FALSE;
-                                                                         });
+    const ReplacedImport<decltype(InitializeSecurityDescriptor)> failing(
+        "InitializeSecurityDescriptor", [](PSECURITY_DESCRIPTOR, DWORD) -> BOOL {
+            SetLastError(someError);
+            return FALSE;
+        });
     EXPECT_EQ(Guarded([] { CreateSection(L"", 1); }), HRESULT_FROM_WIN32(someError));
 }
 
@@ -247,8 +253,10 @@ TEST(CreateSection, FailsWithTheLastErrorOfCreatingTheMapping)
 
 TEST(OpenSection, FindsNoSectionOfAnUnknownName)
 {
-    EXPECT_EQ(ErrorOf([] { OpenSection(L"Global\\{no such section}"); }), static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
-    EXPECT_EQ(Guarded([] { OpenSection(L"Global\\{no such section}"); }), HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));
+    EXPECT_EQ(ErrorOf([] { OpenSection(L"Global\\{no such section}"); }),
+              static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
+    EXPECT_EQ(Guarded([] { OpenSection(L"Global\\{no such section}"); }),
+              HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));
 }
 
 TEST(OpenSection, UsesTheNameExactlyAsGiven)
@@ -271,13 +279,13 @@ TEST(OpenSection, AsksForAllAccessAndNoInheritance)
 {
     static DWORD access = 0;
     static BOOL inherits = TRUE;
-    const ReplacedImport<decltype(OpenFileMappingW)> recorded("OpenFileMappingW",
-                                                              [](DWORD asked, BOOL inherit, LPCWSTR) -> HANDLE {
-                                                                  access = asked;
-                                                                  inherits = inherit;
-                                                                  SetLastError(someError);
-                                                                  return nullptr;
-                                                              });
+    const ReplacedImport<decltype(OpenFileMappingW)> recorded(
+        "OpenFileMappingW", [](DWORD asked, BOOL inherit, LPCWSTR) -> HANDLE {
+            access = asked;
+            inherits = inherit;
+            SetLastError(someError);
+            return nullptr;
+        });
     EXPECT_EQ(ErrorOf([] { OpenSection(L"name"); }), someError);
     EXPECT_EQ(access, static_cast<DWORD>(FILE_MAP_ALL_ACCESS));
     EXPECT_EQ(inherits, FALSE);
@@ -285,8 +293,10 @@ TEST(OpenSection, AsksForAllAccessAndNoInheritance)
 
 TEST(OpenSection, RefusesANameThatIsTooLong)
 {
-    EXPECT_EQ(ErrorOf([] { OpenSection(std::wstring(40000, L'x')); }), static_cast<DWORD>(ERROR_FILENAME_EXCED_RANGE));
-    EXPECT_EQ(Guarded([] { OpenSection(std::wstring(40000, L'x')); }), HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE));
+    EXPECT_EQ(ErrorOf([] { OpenSection(std::wstring(40000, L'x')); }),
+              static_cast<DWORD>(ERROR_FILENAME_EXCED_RANGE));
+    EXPECT_EQ(Guarded([] { OpenSection(std::wstring(40000, L'x')); }),
+              HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE));
 }
 
 TEST(OpenSection, DoesNotCutALongNameToThatOfAnotherSection)
@@ -344,11 +354,11 @@ TEST(MapWholeSection, OutlivesTheHandle)
 
 TEST(MapWholeSection, FailsWithTheLastError)
 {
-    const ReplacedImport<decltype(MapViewOfFile)> failing(
-        "MapViewOfFile", [](HANDLE, DWORD, DWORD, DWORD, SIZE_T) -> LPVOID {
-            SetLastError(someError);
-            return nullptr;
-        });
+    const ReplacedImport<decltype(MapViewOfFile)> failing("MapViewOfFile",
+                                                          [](HANDLE, DWORD, DWORD, DWORD, SIZE_T) -> LPVOID {
+                                                              SetLastError(someError);
+                                                              return nullptr;
+                                                          });
     EXPECT_EQ(ErrorOf([] { MapWholeSection(nullptr); }), someError);
 }
 

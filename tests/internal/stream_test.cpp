@@ -35,7 +35,10 @@ public:
     STDMETHODIMP_(ULONG) Release() override { return 1; }
     STDMETHODIMP Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER*) override { return E_NOTIMPL; }
     STDMETHODIMP SetSize(ULARGE_INTEGER) override { return E_NOTIMPL; }
-    STDMETHODIMP CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER*, ULARGE_INTEGER*) override { return E_NOTIMPL; }
+    STDMETHODIMP CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER*, ULARGE_INTEGER*) override
+    {
+        return E_NOTIMPL;
+    }
     STDMETHODIMP Commit(DWORD) override { return E_NOTIMPL; }
     STDMETHODIMP Revert() override { return E_NOTIMPL; }
     STDMETHODIMP LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return E_NOTIMPL; }
@@ -120,7 +123,8 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(StreamCase{"AllBytes", S_OK, 8, S_OK, S_OK},
                     StreamCase{"AllBytesWithAnotherSuccess", S_FALSE, 8, S_OK, S_OK},
                     StreamCase{"OneByteLess", S_OK, 7, STG_E_READFAULT, STG_E_MEDIUMFULL},
-                    StreamCase{"OneByteLessWithAnotherSuccess", S_FALSE, 7, STG_E_READFAULT, STG_E_MEDIUMFULL},
+                    StreamCase{"OneByteLessWithAnotherSuccess", S_FALSE, 7, STG_E_READFAULT,
+                               STG_E_MEDIUMFULL},
                     StreamCase{"NoBytes", S_OK, 0, STG_E_READFAULT, STG_E_MEDIUMFULL},
                     StreamCase{"Failure", STG_E_ACCESSDENIED, 0, STG_E_ACCESSDENIED, STG_E_ACCESSDENIED},
                     StreamCase{"FailureAfterAllBytes", STG_E_REVERTED, 8, STG_E_REVERTED, STG_E_REVERTED}),

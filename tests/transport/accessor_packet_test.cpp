@@ -78,8 +78,14 @@ protected:
     static Bytes Local()
     {
         const std::uint32_t n = GetParam();
-        return {static_cast<std::uint8_t>(n), static_cast<std::uint8_t>(n >> 8), static_cast<std::uint8_t>(n >> 16),
-                static_cast<std::uint8_t>(n >> 24), 'a', 0, 'b', 0};
+        return {static_cast<std::uint8_t>(n),
+                static_cast<std::uint8_t>(n >> 8),
+                static_cast<std::uint8_t>(n >> 16),
+                static_cast<std::uint8_t>(n >> 24),
+                'a',
+                0,
+                'b',
+                0};
     }
 
     static Bytes InProcess()
@@ -96,9 +102,9 @@ protected:
 TEST(AccessorPacket, WithinTheProcessIsMarkerViewLengthAndName)
 {
     const Bytes expected = {
-        0,    0,    0,    0,                            // 0: marker
-        0x88, 0x77, 0x66, 0x55, 0x44, 0x33, 0x22, 0x11, // 4: view
-        6,    0,    0,    0,                            // 12: code units of the name
+        0,    0,    0,    0,                                                // 0: marker
+        0x88, 0x77, 0x66, 0x55, 0x44, 0x33, 0x22, 0x11,                     // 4: view
+        6,    0,    0,    0,                                                // 12: code units of the name
         '{',  0,    'A',  0,    0xE9, 0,    0x3D, 0xD8, 0x00, 0xDE, '}', 0, // 16: name
     };
     EXPECT_EQ(InProcessPacket(example), expected);
@@ -107,7 +113,7 @@ TEST(AccessorPacket, WithinTheProcessIsMarkerViewLengthAndName)
 TEST(AccessorPacket, ForAnotherProcessIsLengthAndName)
 {
     const Bytes expected = {
-        6,   0, 0,   0,                                              // 0: code units of the name
+        6,   0, 0,   0,                                          // 0: code units of the name
         '{', 0, 'A', 0, 0xE9, 0, 0x3D, 0xD8, 0x00, 0xDE, '}', 0, // 4: name
     };
     EXPECT_EQ(LocalPacket(example), expected);
@@ -163,7 +169,8 @@ TEST_P(PacketNames, AreReadAndSkippedToTheirEndAndNoFurther)
 
 TEST_P(PacketNames, CutAnywhereAreRefused)
 {
-    for (const Bytes& bytes : {InProcessPacket({5, GetParam().name}), LocalPacket({0, GetParam().name + u'.'})}) {
+    for (const Bytes& bytes :
+         {InProcessPacket({5, GetParam().name}), LocalPacket({0, GetParam().name + u'.'})}) {
         // Of long packets not each length, but the ones around the pieces they are read in.
         const std::size_t step = bytes.size() > 1000 ? 4093 : 1;
         for (std::size_t length = 0; length < bytes.size(); length += step) {
@@ -196,7 +203,8 @@ TEST_P(FalseNameLength, IsRefusedWithoutMemoryForIt)
 }
 
 INSTANTIATE_TEST_SUITE_P(Units, FalseNameLength,
-                         testing::Values(3u, 0x7FFFFFFFu, 0x80000000u, 0x80000002u, 0xFFFFFFFEu, 0xFFFFFFFFu));
+                         testing::Values(3u, 0x7FFFFFFFu, 0x80000000u, 0x80000002u, 0xFFFFFFFEu,
+                                         0xFFFFFFFFu));
 
 TEST(AccessorPacket, IsSkippedWithoutTheTopBitOfItsLength)
 {

@@ -53,8 +53,9 @@ TEST(Apartments, AHandlerOfASingleThreadedOneIsCalledInIt)
     InApartment(COINIT_APARTMENTTHREADED, [] {
         auto image = SharedImage(640, 480);
         int calls = 0;
-        const auto handler =
-            New<Handler>([&](const RECT&) { return ++calls == 1 ? Invalidate(image, {1, 2, 3, 4}) : S_OK; });
+        const auto handler = New<Handler>([&](const RECT&) {
+            return ++calls == 1 ? Invalidate(image, {1, 2, 3, 4}) : S_OK;
+        });
         ASSERT_HR(S_OK, image->Subscribe(handler.Get(), Tavlo_Asynchronous));
         EXPECT_HR(S_OK, Invalidate(image.Get(), nullptr));
         EXPECT_EQ(calls, 0) << "nobody pumps yet";

@@ -13,7 +13,8 @@ using Rects = std::vector<RECT>;
 
 RECT BoundingBox(const RECT& a, const RECT& b)
 {
-    return {std::min(a.left, b.left), std::min(a.top, b.top), std::max(a.right, b.right), std::max(a.bottom, b.bottom)};
+    return {std::min(a.left, b.left), std::min(a.top, b.top), std::max(a.right, b.right),
+            std::max(a.bottom, b.bottom)};
 }
 
 bool Covers(const RECT& outer, const RECT& inner)
@@ -57,7 +58,8 @@ std::set<DWORD> OwnThreads()
 size_t ThreadsSince(const std::set<DWORD>& before)
 {
     const std::set<DWORD> now = OwnThreads();
-    return static_cast<size_t>(std::count_if(now.begin(), now.end(), [&](DWORD id) { return !before.contains(id); }));
+    return static_cast<size_t>(
+        std::count_if(now.begin(), now.end(), [&](DWORD id) { return !before.contains(id); }));
 }
 
 } // namespace
@@ -224,7 +226,8 @@ TEST(AsynchronousUpdates, EndForAHandlerThatFailsOrThrows)
 {
     const auto image = SharedImage();
     const auto failing = New<Handler>([](const RECT&) { return E_FAIL; });
-    const auto throwing = New<Handler>([](const RECT&) -> HRESULT { throw std::runtime_error("thrown on purpose"); });
+    const auto throwing =
+        New<Handler>([](const RECT&) -> HRESULT { throw std::runtime_error("thrown on purpose"); });
     const auto last = New<Handler>();
     for (const auto& handler : {failing, throwing, last})
         ASSERT_HR(S_OK, image->Subscribe(handler.Get(), Tavlo_Asynchronous));

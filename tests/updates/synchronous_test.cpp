@@ -39,7 +39,8 @@ TEST(SynchronousUpdates, CarryAnyRectangleAsItIs)
     const auto image = SharedImage();
     const auto handler = New<Handler>();
     ASSERT_HR(S_OK, image->Subscribe(handler.Get(), Tavlo_Synchronous));
-    const Rects rects = {{-5, 900, 3, -2}, {0, 0, 0, 0}, {7, 7, 7, 9}, {LONG_MIN, LONG_MAX, LONG_MAX, LONG_MIN}};
+    const Rects rects = {
+        {-5, 900, 3, -2}, {0, 0, 0, 0}, {7, 7, 7, 9}, {LONG_MIN, LONG_MAX, LONG_MAX, LONG_MIN}};
     for (const RECT& rect : rects)
         EXPECT_HR(S_OK, Invalidate(image, rect));
     EXPECT_EQ(handler->Received(), rects);
@@ -172,7 +173,8 @@ TEST(SynchronousUpdates, EndForAHandlerThatFails)
 TEST(SynchronousUpdates, EndForAHandlerThatThrows)
 {
     const auto image = SharedImage();
-    const auto throwing = New<Handler>([](const RECT&) -> HRESULT { throw std::runtime_error("thrown on purpose"); });
+    const auto throwing =
+        New<Handler>([](const RECT&) -> HRESULT { throw std::runtime_error("thrown on purpose"); });
     const auto throwingOther = New<Handler>([](const RECT&) -> HRESULT { throw 17; });
     const auto after = New<Handler>();
     for (const auto& handler : {throwing, throwingOther, after})
@@ -267,7 +269,8 @@ TEST(SynchronousUpdates, LockNothingWhileAHandlerRuns)
     const auto held = New<Holder>();
     const auto other = New<Handler>();
     ASSERT_HR(S_OK, image->Subscribe(held.Get(), Tavlo_Synchronous));
-    auto writer = InApartment(COINIT_MULTITHREADED, [&] { EXPECT_HR(S_OK, Invalidate(image.Get(), nullptr)); });
+    auto writer =
+        InApartment(COINIT_MULTITHREADED, [&] { EXPECT_HR(S_OK, Invalidate(image.Get(), nullptr)); });
     ASSERT_TRUE(held->entered.Wait());
     EXPECT_HR(S_OK, image->Unsubscribe(held.Get()));
     EXPECT_HR(S_OK, image->Subscribe(other.Get(), Tavlo_Synchronous));
@@ -363,8 +366,8 @@ TEST(Subscribe, IsSynchronousForAScriptThatNamesNoMode)
     argument.vt = VT_UNKNOWN;
     argument.punkVal = handler.Get();
     DISPPARAMS parameters = {&argument, nullptr, 1, 0};
-    ASSERT_HR(S_OK, image->Invoke(0x60020004, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &parameters, nullptr,
-                                  nullptr, nullptr));
+    ASSERT_HR(S_OK, image->Invoke(0x60020004, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &parameters,
+                                  nullptr, nullptr, nullptr));
     EXPECT_HR(S_OK, Invalidate(image.Get(), nullptr));
     EXPECT_EQ(handler->Threads(), std::vector<DWORD>{GetCurrentThreadId()});
 }

@@ -139,7 +139,10 @@ public:
     using Reaction = std::function<HRESULT(const RECT&)>;
 
     /// gone is set when the handler dies.
-    explicit Handler(Reaction reaction = {}, Signal* gone = nullptr) : reaction_(std::move(reaction)), gone_(gone) {}
+    explicit Handler(Reaction reaction = {}, Signal* gone = nullptr)
+        : reaction_(std::move(reaction)), gone_(gone)
+    {
+    }
 
     STDMETHODIMP OnImageUpdate(ITavlo* image, RECT* dirty) override
     {
@@ -157,7 +160,8 @@ public:
     bool Receives(size_t count)
     {
         std::unique_lock lock(mutex_);
-        return came_.wait_for(lock, std::chrono::milliseconds(limit), [&] { return received_.size() >= count; });
+        return came_.wait_for(lock, std::chrono::milliseconds(limit),
+                              [&] { return received_.size() >= count; });
     }
 
     std::vector<RECT> Received() const
