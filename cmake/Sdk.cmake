@@ -19,14 +19,14 @@ install(FILES idl/SentelCommon.idl idl/TavloLib.idl idl/TavloInternal.idl
 set(import_library ${PROJECT_BINARY_DIR}/lib/Tavlo.lib)
 add_custom_command(OUTPUT ${import_library}
   COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/lib
-  COMMAND ${CMAKE_DLLTOOL} --input-def ${PROJECT_SOURCE_DIR}/module/Tavlo.def --dllname Tavlo.dll
+  COMMAND ${CMAKE_DLLTOOL} --input-def ${PROJECT_SOURCE_DIR}/component/server/Tavlo.def --dllname Tavlo.dll
     --output-lib lib/Tavlo.lib --deterministic-libraries --temp-prefix Tavlo
   WORKING_DIRECTORY ${PROJECT_BINARY_DIR}
-  DEPENDS module/Tavlo.def
+  DEPENDS component/server/Tavlo.def
   COMMENT "Import library Tavlo.lib"
   VERBATIM)
 add_custom_target(tavlo_import_library ALL DEPENDS ${import_library})
-install(FILES ${import_library} module/Tavlo.def DESTINATION lib)
+install(FILES ${import_library} component/server/Tavlo.def DESTINATION lib)
 install(FILES $<TARGET_FILE:tavlo_guids> DESTINATION lib RENAME TavloGuids.lib)
 install(FILES ${PROJECT_BINARY_DIR}/idl/SentelCommon.tlb ${PROJECT_BINARY_DIR}/idl/TavloLib.tlb DESTINATION lib)
 
@@ -35,4 +35,4 @@ write_basic_package_version_file(${config} VERSION ${PROJECT_VERSION} COMPATIBIL
 install(FILES cmake/TavloConfig.cmake ${config} DESTINATION lib/cmake/Tavlo)
 
 install(DIRECTORY samples/ DESTINATION samples PATTERN run EXCLUDE)
-install(FILES share/natvis/tavlo.natvis DESTINATION share/natvis)
+install(FILES packaging/natvis/tavlo.natvis DESTINATION share/natvis)

@@ -5,7 +5,7 @@
 
 #include "recode/lut_recoder.h"
 #include "recode/recode.h"
-#include "recode/tone_curve.h"
+#include "recode/curve/tone_curve.h"
 
 #include <functional>
 #include <string>

@@ -2,7 +2,7 @@
 #include "conversions/plain_loops.h"
 #include "conversions/rows.h"
 
-#include "recode/curve_table.h"
+#include "recode/recoders/curve_table.h"
 
 #include <cstring>
 #include <memory>

@@ -1,6 +1,6 @@
 #include "conversions/json.h"
 
-#include "recode/simd_level.h"
+#include "recode/kernels/simd_level.h"
 
 #include <libyuv/version.h>
 #include <opencv2/core/version.hpp>

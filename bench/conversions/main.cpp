@@ -1,7 +1,7 @@
 #include "conversions/json.h"
 #include "conversions/rows.h"
 
-#include "recode/simd_level.h"
+#include "recode/kernels/simd_level.h"
 
 #include <opencv2/core/utility.hpp>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "recode/tone_curve.h"
-#include "recode/value_range.h"
+#include "recode/curve/tone_curve.h"
+#include "recode/pixels/value_range.h"
 
 #include <cmath>
 #include <cstddef>

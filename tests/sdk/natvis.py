@@ -22,7 +22,7 @@ ARGUMENTS = {
     ],
 }
 
-INCLUDES = """#include "shared/tavlo.h"
+INCLUDES = """#include "shared/image/tavlo.h"
 #include "access/accessor.h"
 #include <tavlo/tavlo.hpp>
 """

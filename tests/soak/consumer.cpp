@@ -1,4 +1,4 @@
-#include "board.h"
+#include "tests/soak/board.h"
 
 #include "module/handle.h"
 

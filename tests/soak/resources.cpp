@@ -1,6 +1,6 @@
-#include "resources.h"
+#include "tests/soak/resources.h"
 
-#include "tests/handle_count.h"
+#include "tests/component/handle_count.h"
 
 #include <psapi.h>
 

@@ -3,8 +3,8 @@
 // are told alone. In the end all pixels are the same, and nobody took more and more memory
 // or handles. With --rate 0 updates follow each other without a pause. The last --remote of
 // the consumers get the image as another machine does. Exit code 0 when all that held.
-#include "board.h"
-#include "resources.h"
+#include "tests/soak/board.h"
+#include "tests/soak/resources.h"
 
 #include "module/handle.h"
 

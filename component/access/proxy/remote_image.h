@@ -1,0 +1,56 @@
+#pragma once
+
+#include "image/layout.h"
+#include "module/com_ptr.h"
+#include "module/critical_section.h"
+#include "module/handle.h"
+#include "module/noncopyable.h"
+#include "shared/image/tavlo.h"
+
+#include "TavloLib.h"
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <vector>
+
+namespace Mardu::Sentel::Tavlo {
+
+/// The local copy of an image of another machine, and what of it is out of date.
+class RemoteImage : private NonCopyable
+{
+public:
+    /// Makes the copy in a new section, wholly out of date.
+    explicit RemoteImage(ITavloStub* stub);
+
+    CTavlo* Local() const noexcept { return local_.Get(); }
+    RECT Whole() const noexcept { return {0, 0, descriptorData_.Width, descriptorData_.Height}; }
+
+    /// Makes a rectangle out of date and wakes the refresh thread.
+    void Outdate(const RECT& dirty);
+
+    /// Fetches what is out of date through a reference of the calling thread's apartment
+    /// and tells the local subscribers; does nothing when all is up to date. A failure
+    /// leaves the copy as it is, and is not tried again by itself. A HRESULT.
+    HRESULT Refresh(ITavloStub* stub);
+
+    /// Refreshes at every wake until Stop; for the refresh thread.
+    void RefreshUntilStopped(ITavloStub* stub);
+    void Stop() noexcept;
+
+private:
+    RECT TakePending();
+
+    TavloDescriptorData descriptorData_;
+    ComPtr<CTavlo> local_;
+    ComPtr<IWriteAccessor> writer_;
+    std::uint8_t* pixels_ = nullptr;
+    CriticalSection lock_;
+    RECT pending_;
+    UniqueHandle wake_;
+    std::atomic<bool> stopped_ = false;
+    std::mutex scratchMutex_;
+    std::vector<std::uint8_t> scratch_; ///< grows, never shrinks
+};
+
+} // namespace Mardu::Sentel::Tavlo

@@ -1,0 +1,247 @@
+#include "access/proxy/tavlo_proxy.h"
+
+#include "access/accessor.h"
+#include "module/error.h"
+#include "module/module_thread.h"
+#include "module/standard_marshal.h"
+
+#include <utility>
+
+namespace Mardu::Sentel::Tavlo {
+namespace {
+
+/// What a method that hands out an object answers before the proxy is bound.
+template <class Interface>
+HRESULT Unbound(Interface** ppInterface) noexcept
+{
+    if (ppInterface == nullptr)
+        return E_POINTER;
+    *ppInterface = nullptr;
+    return E_UNEXPECTED;
+}
+
+} // namespace
+
+CTavloProxy::~CTavloProxy()
+{
+    if (remote_ != nullptr)
+        remote_->Stop();
+    // A handler on the refresh thread may have released the proxy: the thread does not
+    // wait for itself, and owns what it still uses.
+    if (thread_ != nullptr && GetThreadId(thread_.get()) != GetCurrentThreadId())
+        WaitForSingleObject(thread_.get(), INFINITE);
+    if (stubStream_ != nullptr)
+        ReleaseUnusedMarshalData(stubStream_.Get());
+}
+
+HRESULT CTavloProxy::get_Descriptor(ITavloDescriptor** ppIDescriptor)
+{
+    return Local() != nullptr ? Local()->get_Descriptor(ppIDescriptor) : Unbound(ppIDescriptor);
+}
+
+HRESULT CTavloProxy::get_Descriptor(ITavloDescriptor2** ppIDescriptor)
+{
+    return Local() != nullptr ? Local()->get_Descriptor(ppIDescriptor) : Unbound(ppIDescriptor);
+}
+
+HRESULT CTavloProxy::GetReadAccess(IReadAccessor** ppIReadAccessor)
+{
+    RECT whole = remote_ != nullptr ? remote_->Whole() : RECT{};
+    return GetReadAccess(&whole, 1.0, ppIReadAccessor);
+}
+
+HRESULT CTavloProxy::GetReadAccess(RECT*, double, IReadAccessor** ppIReadAccessor)
+{
+    if (Local() == nullptr || ppIReadAccessor == nullptr)
+        return Unbound(ppIReadAccessor);
+    *ppIReadAccessor = nullptr;
+    const HRESULT hr = remote_->Refresh(stub_.Get());
+    if (FAILED(hr))
+        return hr;
+    return Local()->GetReadAccessFor(this, ppIReadAccessor);
+}
+
+HRESULT CTavloProxy::GetWriteAccess(IWriteAccessor** ppIWriteAccessor)
+{
+    return Local() != nullptr ? Local()->GetWriteAccessFor(this, ppIWriteAccessor)
+                              : Unbound(ppIWriteAccessor);
+}
+
+HRESULT CTavloProxy::Clone(::TavloAccess access, ITavlo** ppITavlo)
+{
+    if (Local() == nullptr)
+        return Unbound(ppITavlo);
+    if (ppITavlo != nullptr)
+        *ppITavlo = nullptr;
+    const HRESULT hr = remote_->Refresh(stub_.Get());
+    return SUCCEEDED(hr) ? Local()->Clone(access, ppITavlo) : hr;
+}
+
+HRESULT CTavloProxy::Clone(::TavloAccess access, ITavlo2** ppITavlo)
+{
+    if (Local() == nullptr)
+        return Unbound(ppITavlo);
+    if (ppITavlo != nullptr)
+        *ppITavlo = nullptr;
+    const HRESULT hr = remote_->Refresh(stub_.Get());
+    return SUCCEEDED(hr) ? Local()->Clone(access, ppITavlo) : hr;
+}
+
+HRESULT CTavloProxy::Subscribe(ITavloEvents* pIHandler, EventMode mode)
+{
+    if (pIHandler == nullptr)
+        return E_POINTER;
+    if (Local() == nullptr)
+        return E_UNEXPECTED;
+    HRESULT hr = Guarded([&] { StartRefreshThread(); });
+    if (SUCCEEDED(hr))
+        hr = stub_->Subscribe(this);
+    return SUCCEEDED(hr) ? Local()->Subscribe(pIHandler, mode) : hr;
+}
+
+HRESULT CTavloProxy::Unsubscribe(ITavloEvents* pIHandler)
+{
+    if (Local() == nullptr)
+        return E_UNEXPECTED;
+    // Ends the remote updates for all local handlers; the next Subscribe renews them.
+    const HRESULT hr = stub_->Subscribe(nullptr);
+    return SUCCEEDED(hr) ? Local()->Unsubscribe(pIHandler) : hr;
+}
+
+HRESULT CTavloProxy::DisposeLocalImage()
+{
+    return Local() != nullptr ? Local()->Dispose() : E_UNEXPECTED;
+}
+
+HRESULT CTavloProxy::AddReader()
+{
+    return Local() != nullptr ? Local()->AddReader() : E_UNEXPECTED;
+}
+
+HRESULT CTavloProxy::AddWriter()
+{
+    return Local() != nullptr ? Local()->AddWriter() : E_UNEXPECTED;
+}
+
+HRESULT CTavloProxy::ReleaseReader()
+{
+    return Local() != nullptr ? Local()->ReleaseReader() : E_UNEXPECTED;
+}
+
+HRESULT CTavloProxy::ReleaseWriter()
+{
+    return Local() != nullptr ? Local()->ReleaseWriter() : E_UNEXPECTED;
+}
+
+HRESULT CTavloProxy::Invalidate(RECT* pDirty)
+{
+    return Local() != nullptr ? Local()->Invalidate(pDirty) : E_UNEXPECTED;
+}
+
+HRESULT CTavloProxy::SetProperty(BSTR name, VARIANT value)
+{
+    return Local() != nullptr ? Local()->SetProperty(name, value) : E_UNEXPECTED;
+}
+
+HRESULT CTavloProxy::GetProperty(BSTR name, VARIANT* value)
+{
+    return Local() != nullptr ? Local()->GetProperty(name, value) : E_UNEXPECTED;
+}
+
+HRESULT CTavloProxy::SetDisposalHook(ULONG_PTR hook)
+{
+    return Local() != nullptr ? Local()->SetDisposalHook(hook) : E_UNEXPECTED;
+}
+
+HRESULT CTavloProxy::GetPropertyNames(SAFEARRAY** names)
+{
+    return Local() != nullptr ? Local()->GetPropertyNames(names) : E_UNEXPECTED;
+}
+
+HRESULT CTavloProxy::OnImageUpdate(ITavlo*, RECT* pDirty)
+{
+    if (remote_ == nullptr)
+        return E_UNEXPECTED;
+    return Guarded([&] { remote_->Outdate(pDirty != nullptr ? *pDirty : remote_->Whole()); });
+}
+
+// A proxy is passed on by standard marshaling. Only its own class arrives here as a
+// packet of a stub.
+
+HRESULT CTavloProxy::GetUnmarshalClass(REFIID iid, void* object, DWORD context, void* contextData,
+                                       DWORD flags, CLSID* pClass)
+{
+    return Guarded([&] {
+        return StandardMarshal(iid, this->Outer(), context, contextData, flags)
+            ->GetUnmarshalClass(iid, object, context, contextData, flags, pClass);
+    });
+}
+
+HRESULT CTavloProxy::GetMarshalSizeMax(REFIID iid, void* object, DWORD context, void* contextData,
+                                       DWORD flags, DWORD* pSize)
+{
+    return Guarded([&] {
+        return StandardMarshal(iid, this->Outer(), context, contextData, flags)
+            ->GetMarshalSizeMax(iid, object, context, contextData, flags, pSize);
+    });
+}
+
+HRESULT CTavloProxy::MarshalInterface(IStream* stream, REFIID iid, void* object, DWORD context,
+                                      void* contextData, DWORD flags)
+{
+    return Guarded([&] {
+        return StandardMarshal(iid, this->Outer(), context, contextData, flags)
+            ->MarshalInterface(stream, iid, object, context, contextData, flags);
+    });
+}
+
+HRESULT CTavloProxy::UnmarshalInterface(IStream* stream, REFIID iid, void** result)
+{
+    if (result == nullptr)
+        return E_POINTER;
+    *result = nullptr;
+    if (stream == nullptr)
+        return E_POINTER;
+    return Guarded([&] {
+        Bind(stream);
+        return QueryInterface(iid, result);
+    });
+}
+
+HRESULT CTavloProxy::ReleaseMarshalData(IStream* stream)
+{
+    if (stream == nullptr)
+        return E_POINTER;
+    ComPtr<ITavloStub> stub;
+    return CoUnmarshalInterface(stream, IID_ITavloStub, reinterpret_cast<void**>(stub.GetAddressOf()));
+}
+
+HRESULT CTavloProxy::DisconnectObject(DWORD)
+{
+    return S_OK;
+}
+
+void CTavloProxy::Bind(IStream* stream)
+{
+    CheckHResult(CoUnmarshalInterface(stream, IID_ITavloStub,
+                                      reinterpret_cast<void**>(stub_.ReleaseAndGetAddressOf())));
+    remote_ = std::make_shared<RemoteImage>(stub_.Get());
+    CheckHResult(CoMarshalInterThreadInterfaceInStream(IID_ITavloStub, stub_.Get(),
+                                                       stubStream_.ReleaseAndGetAddressOf()));
+}
+
+void CTavloProxy::StartRefreshThread()
+{
+    const std::lock_guard lock(threadMutex_);
+    if (thread_ != nullptr)
+        return;
+    thread_ = StartModuleThread([remote = remote_, stream = stubStream_] {
+        ComPtr<ITavloStub> stub;
+        CheckHResult(CoUnmarshalInterface(stream.Get(), IID_ITavloStub,
+                                          reinterpret_cast<void**>(stub.GetAddressOf())));
+        remote->RefreshUntilStopped(stub.Get());
+    });
+    stubStream_.Reset();
+}
+
+} // namespace Mardu::Sentel::Tavlo

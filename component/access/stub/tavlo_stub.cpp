@@ -1,0 +1,69 @@
+#include "access/stub/tavlo_stub.h"
+
+#include "access/stub/packed_block.h"
+#include "module/error.h"
+#include "recode/interface_types.h"
+#include "recode/recode.h"
+
+#include <stdexcept>
+#include <utility>
+
+namespace Mardu::Sentel::Tavlo {
+
+CTavloStub::CTavloStub(ITavlo* image, const ImageLayout& layout)
+    : image_(image), descriptorData_(DescriptorDataOf(layout))
+{
+    CheckHResult(image_->GetReadAccess(&readAccessor_));
+    pixels_ = static_cast<const std::uint8_t*>(readAccessor_->Ptr(0));
+    if (pixels_ == nullptr)
+        throw HResultException(E_FAIL, "The image has no pixels to pass on");
+}
+
+HRESULT CTavloStub::get_Descriptor(ITavloDescriptor** ppIDescriptor)
+{
+    if (ppIDescriptor == nullptr)
+        return E_POINTER;
+    *ppIDescriptor = nullptr;
+    return image_ != nullptr ? image_->get_Descriptor(ppIDescriptor) : E_UNEXPECTED;
+}
+
+HRESULT CTavloStub::Subscribe(ITavloEvents* pIHandler)
+{
+    if (image_ == nullptr)
+        return E_UNEXPECTED;
+    ComPtr<ITavloEvents> replaced(pIHandler);
+    {
+        const std::lock_guard lock(handlerMutex_);
+        handler_.Swap(replaced);
+    }
+    return pIHandler != nullptr ? image_->Subscribe(this, Tavlo_Asynchronous) : image_->Unsubscribe(this);
+}
+
+HRESULT CTavloStub::GetData(RECT* pRect, long, unsigned char* data)
+{
+    if (pRect == nullptr || data == nullptr)
+        return E_POINTER;
+    if (image_ == nullptr)
+        return E_UNEXPECTED;
+    return Guarded([&] {
+        // Another machine must not reach memory before the image.
+        if (pRect->left < 0 || pRect->top < 0)
+            throw std::invalid_argument("memory_2d::make_view: invalid rectangle");
+        return ToHResult(Rewrite(descriptorData_, pixels_, PackedBlock(descriptorData_, *pRect), data,
+                                 OptionalRect(pRect).get()));
+    });
+}
+
+HRESULT CTavloStub::OnImageUpdate(ITavlo*, RECT* pDirty)
+{
+    const ComPtr<ITavloEvents> handler = Handler();
+    return handler != nullptr ? handler->OnImageUpdate(nullptr, pDirty) : S_OK;
+}
+
+ComPtr<ITavloEvents> CTavloStub::Handler()
+{
+    const std::lock_guard lock(handlerMutex_);
+    return handler_;
+}
+
+} // namespace Mardu::Sentel::Tavlo

@@ -1,0 +1,42 @@
+#include "recode/curve/compact_colors.h"
+
+#include <algorithm>
+
+namespace Mardu::Sentel::Tavlo {
+namespace {
+
+constexpr PackedColor lowestBits = 0x01010101;
+
+PackedColor SmallestBytes(PackedColor a, PackedColor b) noexcept
+{
+    PackedColor smallest = 0;
+    for (PackedColor byte = 0xFF; byte != 0; byte <<= 8)
+        smallest |= std::min(a & byte, b & byte);
+    return smallest;
+}
+
+} // namespace
+
+bool CompactColors::Build(const PackedColor* entries, std::size_t count)
+{
+    if (count_ != count) {
+        blocks_ = std::make_unique_for_overwrite<std::uint64_t[]>(count / blockSize);
+        count_ = count;
+    }
+    for (std::size_t i = 0; i < count; i += blockSize) {
+        PackedColor smallest = entries[i];
+        for (std::size_t k = 1; k < blockSize; ++k)
+            smallest = SmallestBytes(smallest, entries[i + k]);
+        PackedColor more = 0;
+        for (std::size_t k = 0; k < blockSize; ++k) {
+            const PackedColor difference = entries[i + k] - smallest;
+            if ((difference & ~lowestBits) != 0)
+                return false;
+            more |= difference << k;
+        }
+        blocks_[i / blockSize] = std::uint64_t{more} << 32 | smallest;
+    }
+    return true;
+}
+
+} // namespace Mardu::Sentel::Tavlo

@@ -1,0 +1,252 @@
+#include "recode/kernels/kernel_tables.h"
+#include "recode/kernels/plain_loops.h"
+#include "recode/kernels/vector_kernels.h"
+
+#include <cmath>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "recode/kernels/vector_curve.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include "recode/kernels/linear_curve-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
+
+// The bent case computes powers with a known error. Where that error could change what is
+// stored, the plain curve decides.
+
+/// 2^-41: what Power's result may be off by, relative to it, and the plain one's from the truth.
+constexpr double powerError = 4.5e-13;
+/// Exponents of two beyond this are not computed.
+constexpr double largestExponent = 64.0;
+
+/// log2 of positive normal numbers, off by less than 2^-49 of itself.
+HWY_INLINE Vector Log2(Vector x)
+{
+    const hn::RebindToSigned<Doubles> integers;
+    // The mantissa from the square root of 1/2 up to that of 2.
+    const auto bits = hn::BitCast(integers, x);
+    const auto offset = hn::Sub(bits, hn::Set(integers, 0x3FE6A09E667F3BCDll));
+    const auto mantissaBits = hn::Add(hn::And(offset, hn::Set(integers, 0x000FFFFFFFFFFFFFll)),
+                                      hn::Set(integers, 0x3FE6A09E667F3BCDll));
+    const Vector mantissa = hn::BitCast(doubles, mantissaBits);
+    // The exponent as a double: its integer stands in the low bits of 1.5 * 2^52.
+    const Vector big = hn::Set(doubles, 6755399441055744.0);
+    const auto exponentBits = hn::ShiftRight<52>(offset);
+    const Vector exponent =
+        hn::Sub(hn::BitCast(doubles, hn::Add(exponentBits, hn::BitCast(integers, big))), big);
+
+    // log2(m) = 2 / ln 2 * artanh(s), s = (m - 1) / (m + 1), |s| < 0.172.
+    const Vector one = hn::Set(doubles, 1.0);
+    const Vector s = hn::Div(hn::Sub(mantissa, one), hn::Add(mantissa, one));
+    const Vector s2 = hn::Mul(s, s);
+    Vector series = hn::Set(doubles, 1.0 / 21);
+    for (const double coefficient :
+         {1.0 / 19, 1.0 / 17, 1.0 / 15, 1.0 / 13, 1.0 / 11, 1.0 / 9, 1.0 / 7, 1.0 / 5, 1.0 / 3, 1.0})
+        series = hn::MulAdd(series, s2, hn::Set(doubles, coefficient));
+    return hn::MulAdd(hn::Mul(s, series), hn::Set(doubles, 2.8853900817779268147), exponent);
+}
+
+/// 2^p for p within the largest exponent.
+HWY_INLINE Vector Exp2(Vector p)
+{
+    const hn::RebindToSigned<Doubles> integers;
+    const Vector big = hn::Set(doubles, 6755399441055744.0);
+    const Vector shifted = hn::Add(p, big); // rounds to a whole number in the low bits
+    const Vector f = hn::Mul(hn::Sub(p, hn::Sub(shifted, big)), hn::Set(doubles, 0.69314718055994530942));
+    Vector series = hn::Set(doubles, 1.0 / 6227020800.0);
+    for (const double coefficient :
+         {1.0 / 479001600.0, 1.0 / 39916800.0, 1.0 / 3628800.0, 1.0 / 362880.0, 1.0 / 40320.0, 1.0 / 5040.0,
+          1.0 / 720.0, 1.0 / 120.0, 1.0 / 24.0, 1.0 / 6.0, 1.0 / 2.0, 1.0, 1.0})
+        series = hn::MulAdd(series, f, hn::Set(doubles, coefficient));
+    const auto scale = hn::ShiftLeft<52>(hn::BitCast(integers, shifted));
+    return hn::BitCast(doubles, hn::Add(hn::BitCast(integers, series), scale));
+}
+
+/// x to a positive power, for x from 0 to about 1, or 0 and a note in `doubtful` where the result is
+/// not known. That of 0 is exact, and so is the power 1.
+HWY_INLINE Vector Power(Vector x, double power, Mask& doubtful)
+{
+    if (power == 1.0)
+        return x;
+    const Mask isTiny = hn::Lt(x, hn::Set(doubles, 1e-300));
+    const Vector p = hn::Mul(Log2(hn::IfThenElse(isTiny, hn::Set(doubles, 1.0), x)), hn::Set(doubles, power));
+    const Mask isUnknown = hn::Or(hn::And(isTiny, hn::Ne(x, hn::Zero(doubles))),
+                                  hn::Gt(hn::Abs(p), hn::Set(doubles, largestExponent)));
+    doubtful = hn::Or(doubtful, isUnknown);
+    return hn::IfThenZeroElse(hn::Or(isTiny, isUnknown), Exp2(p));
+}
+
+/// Values in the target's range, as the target's type: two vectors of them.
+template <class D>
+void StoreQuantised(Vector first, Vector second, std::uint8_t* at)
+{
+    if constexpr (sizeof(D) <= 2) {
+        const Integers both = ToIntegers(first, second);
+#if HWY_TARGET <= HWY_AVX3_DL
+        // Highway has no such conversion for either sign; the values fit, so their low bytes are they.
+        const auto narrow = [both] {
+            if constexpr (sizeof(D) == 1)
+                return _mm512_cvtepi32_epi8(both.raw);
+            else
+                return _mm512_cvtepi32_epi16(both.raw);
+        }();
+        std::memcpy(at, &narrow, sizeof narrow);
+#else
+        const hn::Rebind<D, hn::ScalableTag<std::int32_t>> small;
+        hn::StoreU(hn::DemoteTo(small, both), small, As<D>(at));
+#endif
+    } else {
+        hn::StoreU(Quantised<D>(first), Few<D>(), As<D>(at));
+        hn::StoreU(Quantised<D>(second), Few<D>(), As<D>(at) + lanes);
+    }
+}
+
+class BentCurve
+{
+public:
+    explicit BentCurve(const ToneCurve& curve)
+        : curve_(curve), c_(curve.Values()), error_((c_.gamma + 2.0) * powerError)
+    {
+    }
+
+    /// Whether the bounds of the error hold.
+    bool IsWithinBounds() const
+    {
+        const auto isModerate = [](double power) { return power > 0.0 && power <= 256.0; };
+        return isModerate(c_.gamma) && isModerate(c_.sigma) && std::isfinite(c_.low) &&
+               std::isfinite(c_.high) && c_.width > 0.0 && std::isfinite(2.0 / c_.width);
+    }
+
+    /// Stores the values of the curve as the target's type.
+    template <class D>
+    HWY_INLINE void Store(Vector first, Vector second, std::uint8_t* at) const
+    {
+        Mask isFirstDoubtful, isSecondDoubtful;
+        const Vector a = Values<D>(first, isFirstDoubtful);
+        const Vector b = Values<D>(second, isSecondDoubtful);
+        StoreQuantised<D>(a, b, at);
+        if (HWY_UNLIKELY(!hn::AllFalse(doubles, hn::Or(isFirstDoubtful, isSecondDoubtful)))) {
+            Decide<D>(first, isFirstDoubtful, at);
+            Decide<D>(second, isSecondDoubtful, at + lanes * sizeof(D));
+        }
+    }
+
+private:
+    /// The values for sources, and which of them may be wrong by more than the target's type forgives.
+    template <class D>
+    HWY_INLINE Vector Values(Vector source, Mask& doubtful) const
+    {
+        const Vector low = hn::Set(doubles, c_.low);
+        const Vector high = hn::Set(doubles, c_.high);
+        const Vector min = hn::Set(doubles, c_.target.min);
+        const Vector max = hn::Set(doubles, c_.target.max);
+        const Mask above = hn::Ge(source, high);
+        const Mask between = hn::AndNot(above, hn::Ge(source, low)); // NaN is not between
+        const Mask lower = hn::Lt(source, hn::Set(doubles, c_.middle));
+
+        const Vector distance = hn::IfThenElse(lower, hn::Sub(source, low), hn::Sub(high, source));
+        const Vector base = hn::IfThenElse(between, hn::Mul(hn::Set(doubles, 2.0 / c_.width), distance),
+                                           hn::Set(doubles, 1.0));
+        doubtful = hn::MaskFromVec(hn::Zero(doubles));
+        const Vector half = hn::Mul(hn::Set(doubles, 0.5), Power(base, c_.sigma, doubtful));
+        const Vector t = hn::IfThenElse(lower, half, hn::Sub(hn::Set(doubles, 1.0), half));
+        const Vector risen = hn::Mul(hn::Set(doubles, c_.target.span), Power(t, c_.gamma, doubtful));
+        const Vector y = hn::Add(min, risen);
+
+        // Adding the lower end rounds, but not where nothing is added to it.
+        const Vector rounding = hn::IfThenZeroElse(hn::Eq(risen, hn::Zero(doubles)),
+                                                   hn::Set(doubles, std::abs(c_.target.min) * powerError));
+        const Vector error = hn::MulAdd(risen, hn::Set(doubles, error_), rounding);
+        const Vector ends = hn::IfThenElse(above, max, min);
+        doubtful = hn::Or(doubtful, IsDoubtful<D>(hn::Sub(y, error), hn::Add(y, error)));
+        doubtful = hn::And(doubtful, between);
+        return hn::IfThenElse(between, Saturated(y, min, max), ends);
+    }
+
+    /// Whether the ends of what a value may be are not stored alike.
+    template <class D>
+    static Mask IsDoubtful(Vector from, Vector to)
+    {
+        if constexpr (std::is_same_v<D, float>) {
+            const Few<float> few;
+            return hn::Ne(hn::PromoteTo(doubles, hn::DemoteTo(few, from)),
+                          hn::PromoteTo(doubles, hn::DemoteTo(few, to)));
+        } else {
+            return hn::Ne(hn::Trunc(from), hn::Trunc(to));
+        }
+    }
+
+    template <class D>
+    HWY_NOINLINE void Decide(Vector source, Mask doubtful, std::uint8_t* at) const
+    {
+        HWY_ALIGN double sources[lanes];
+        HWY_ALIGN double flags[lanes];
+        hn::Store(source, doubles, sources);
+        hn::Store(hn::IfThenElseZero(doubtful, hn::Set(doubles, 1.0)), doubles, flags);
+        for (std::size_t i = 0; i < lanes; ++i)
+            if (flags[i] != 0.0)
+                StorePixel(at + sizeof(D) * i, Quantise<D>(curve_.Bent(sources[i])));
+    }
+
+    const ToneCurve& curve_;
+    ToneCurve::Constants c_;
+    double error_;
+};
+
+/// Doubles show every bit of a power, so they are left to the plain curve.
+template <class D>
+constexpr bool showsEveryBit = std::is_same_v<D, double>;
+
+template <class S, class D>
+struct Bent
+{
+    static void Run(const ToneCurve& curve, const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
+    {
+        const BentCurve bent(curve);
+        if (showsEveryBit<D> || !bent.IsWithinBounds())
+            return Plain::Bent<S, D>::Run(curve, src, dst, count);
+        if constexpr (!showsEveryBit<D>)
+            EachVector<2 * lanes, sizeof(S), sizeof(D)>(
+                src, dst, count, [&](const std::uint8_t* s, std::uint8_t* d) {
+                    bent.Store<D>(LoadUnits<S>(s), LoadUnits<S>(s + lanes * sizeof(S)), d);
+                });
+    }
+};
+
+template <class D>
+struct FillBent
+{
+    static void Run(const ToneCurve& curve, std::size_t first, std::uint8_t* dst, std::size_t count)
+    {
+        const BentCurve bent(curve);
+        const auto from = [](std::size_t index) { return hn::Iota(doubles, static_cast<double>(index)); };
+        std::size_t i = 0;
+        if constexpr (!showsEveryBit<D>)
+            for (; bent.IsWithinBounds() && i + 2 * lanes <= count; i += 2 * lanes)
+                bent.Store<D>(from(first + i), from(first + i + lanes), dst + sizeof(D) * i);
+        Plain::FillBent<D>::Run(curve, first + i, dst + sizeof(D) * i, count - i);
+    }
+};
+
+constexpr CurveKernels curveKernels{.linear = EveryPair<Linear>(),
+                                    .bent = EveryPair<Bent>(),
+                                    .linearOfField = EveryTarget<LinearOfField>(),
+                                    .fillLinear = EveryTarget<FillLinear>(),
+                                    .fillBent = EveryTarget<FillBent>()};
+
+#endif
+} // namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace Mardu::Sentel::Tavlo {
+
+const CurveKernels avx2Curve = N_AVX2::curveKernels;
+const CurveKernels avx512Curve = N_AVX3_DL::curveKernels;
+
+} // namespace Mardu::Sentel::Tavlo
+#endif

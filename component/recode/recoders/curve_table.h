@@ -1,0 +1,48 @@
+#pragma once
+
+#include "recode/recoders/lazy_table.h"
+
+#include <optional>
+
+namespace Mardu::Sentel::Tavlo {
+
+/// The tone curve over all values of an integer field.
+template <class D>
+class CurveTable
+{
+public:
+    /// `sign` is the field's sign bit, 0 for unsigned ones.
+    CurveTable(std::size_t count, std::uint32_t sign) : table_(count, sign) {}
+
+    std::size_t Count() const noexcept { return table_.Count(); }
+    const D* Entries() const noexcept { return table_.Entries(); }
+    bool IsComplete() const noexcept { return table_.IsComplete(); }
+
+    /// From now on all entries belong to this curve.
+    void Use(const ToneCurve& curve)
+    {
+        curve_ = curve;
+        table_.Clear();
+    }
+
+    /// Whose entries they are.
+    const ToneCurve& Curve() const noexcept { return *curve_; }
+
+    /// Makes the entries of these positions valid.
+    void Require(const IndexRange& range)
+    {
+        table_.Require(range, [this](std::size_t first, std::size_t count, D* entries) {
+            const CurveKernels& kernels = ActiveKernels().curve;
+            const auto& fill = curve_->IsLinear() ? kernels.fillLinear : kernels.fillBent;
+            fill[ElementIndex<D>()](*curve_, first, reinterpret_cast<std::uint8_t*>(entries), count);
+        });
+    }
+
+    void RequireAll() { Require({0, Count() - 1}); }
+
+private:
+    LazyTable<D> table_;
+    std::optional<ToneCurve> curve_;
+};
+
+} // namespace Mardu::Sentel::Tavlo

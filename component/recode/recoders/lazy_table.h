@@ -1,0 +1,83 @@
+#pragma once
+
+#include "recode/kernels/kernels.h"
+#include "recode/pixels/strided.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace Mardu::Sentel::Tavlo {
+
+/// An entry for every value of an integer field, computed when it is needed first. Entries stand where the
+/// bits of their value, taken as an unsigned number, point; positions count from the smallest value on.
+template <class Entry>
+class LazyTable
+{
+public:
+    /// `sign` is the field's sign bit, 0 for unsigned ones.
+    LazyTable(std::size_t count, std::uint32_t sign) : count_(count), sign_(sign) {}
+
+    std::size_t Count() const noexcept { return count_; }
+    /// Only the required ones are valid.
+    const Entry* Entries() const noexcept { return entries_.get(); }
+
+    bool IsComplete() const noexcept { return begin_ == 0 && end_ == count_; }
+
+    /// No entry is valid any longer.
+    void Clear() noexcept { begin_ = end_ = 0; }
+
+    /// Makes the entries of these positions valid. `fill` is called for each stretch that lies together, with
+    /// its first position, their number and where the entries go.
+    template <class Fill>
+    void Require(const IndexRange& range, const Fill& fill)
+    {
+        if (entries_ == nullptr)
+            entries_ = std::make_unique_for_overwrite<Entry[]>(count_);
+        if (begin_ == end_)
+            begin_ = end_ = range.first;
+        if (range.first < begin_) {
+            FillBoth(range.first, begin_, fill);
+            begin_ = range.first;
+        }
+        if (range.last >= end_) {
+            FillBoth(end_, range.last + 1, fill);
+            end_ = range.last + 1;
+        }
+    }
+
+private:
+    /// Negative values have the larger bits: each half of the positions is a stretch of entries.
+    template <class Fill>
+    void FillBoth(std::size_t begin, std::size_t end, const Fill& fill)
+    {
+        const std::size_t middle = std::clamp<std::size_t>(sign_, begin, end);
+        if (begin != middle)
+            fill(begin, middle - begin, &entries_[begin ^ sign_]);
+        if (middle != end)
+            fill(middle, end - middle, &entries_[middle ^ sign_]);
+    }
+
+    std::size_t count_;
+    std::size_t sign_;
+    std::size_t begin_ = 0; ///< the valid positions
+    std::size_t end_ = 0;
+    std::unique_ptr<Entry[]> entries_;
+};
+
+/// The positions that a block of fields of 16-bit elements needs. A block of fewer pixels than entries needs
+/// few of them, mostly close to each other; for others it is not looked at.
+inline IndexRange NeededEntries(std::size_t count, std::uint32_t sign, const SourceBlock& source,
+                                std::uint64_t width, std::uint64_t height)
+{
+    if (width == 0 || source.strideX != 2 || height >= count / width)
+        return {0, count - 1};
+    const auto rangeOf = ActiveKernels().lookup.rangeOf16;
+    IndexRange needed{count - 1, 0};
+    for (std::uint64_t y = 0; y < height; ++y) {
+        const IndexRange row = rangeOf(static_cast<std::uint32_t>(count - 1), sign, source.Row(y), width);
+        needed = {std::min(needed.first, row.first), std::max(needed.last, row.last)};
+    }
+    return needed;
+}
+
+} // namespace Mardu::Sentel::Tavlo

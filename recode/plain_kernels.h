@@ -1,9 +1,0 @@
-#pragma once
-
-#include "recode/kernels.h"
-
-namespace Mardu::Sentel::Tavlo {
-
-extern const Kernels plainKernels;
-
-} // namespace Mardu::Sentel::Tavlo

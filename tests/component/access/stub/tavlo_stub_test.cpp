@@ -1,0 +1,165 @@
+// Images for another machine: the packet, and the near end.
+#include "tests/processes/transport_test.h"
+
+namespace {
+
+/// The near end of an image, in this process.
+ComPtr<ITavloStub> StubOf(ITavlo2* image)
+{
+    return Unmarshaled<ITavloStub>([&] {
+        const Bytes packet = Marshaled(image, MSHCTX_DIFFERENTMACHINE);
+        // Behind the header of a packet with a class of its own is the stub's reference alone.
+        return Bytes(packet.begin() + 48, packet.end());
+    }());
+}
+
+} // namespace
+
+TEST(RemotePacket, IsAReferenceToAStubAndNothingElse)
+{
+    const auto image = SharedImage();
+    const auto marshal = MarshalOf(image.Get());
+    CLSID clsid = {};
+    EXPECT_HR(S_OK, marshal->GetUnmarshalClass(IID_ITavlo2, image.Get(), MSHCTX_DIFFERENTMACHINE, nullptr,
+                                               MSHLFLAGS_NORMAL, &clsid));
+    EXPECT_TRUE(clsid == CLSID_TavloProxy);
+    const ComPtr<IStream> written = StreamOf({});
+    ASSERT_HR(S_OK, marshal->MarshalInterface(written.Get(), IID_ITavlo2, image.Get(),
+                                              MSHCTX_DIFFERENTMACHINE, nullptr, MSHLFLAGS_NORMAL));
+    const Bytes packet = WrittenTo(written.Get());
+    const ComPtr<IStream> stream = StreamOf(packet);
+    ComPtr<ITavloStub> stub;
+    EXPECT_HR(S_OK, CoUnmarshalInterface(stream.Get(), IID_ITavloStub,
+                                         reinterpret_cast<void**>(stub.GetAddressOf())));
+    EXPECT_EQ(PositionIn(stream.Get()), packet.size());
+}
+
+TEST(RemotePacket, MayTakeTwiceTheStandardSize)
+{
+    const auto image = SharedImage();
+    ComPtr<IMarshal> standard;
+    ASSERT_HR(S_OK, CoGetStandardMarshal(IID_ITavlo2, image.Get(), MSHCTX_DIFFERENTMACHINE, nullptr,
+                                         MSHLFLAGS_NORMAL, &standard));
+    for (const DWORD context : {MSHCTX_INPROC, MSHCTX_LOCAL, MSHCTX_DIFFERENTMACHINE}) {
+        DWORD reference = 0;
+        DWORD size = 0;
+        ASSERT_HR(S_OK, standard->GetMarshalSizeMax(IID_ITavlo2, image.Get(), context, nullptr,
+                                                    MSHLFLAGS_NORMAL, &reference));
+        EXPECT_HR(S_OK, MarshalOf(image.Get())
+                            ->GetMarshalSizeMax(IID_ITavlo2, image.Get(), context, nullptr, MSHLFLAGS_NORMAL,
+                                                &size));
+        EXPECT_EQ(size, context == MSHCTX_DIFFERENTMACHINE ? 2 * reference : reference);
+    }
+}
+
+TEST(RemotePacket, IsNotMadeWithinOneMachine)
+{
+    const auto image = SharedImage();
+    for (const DWORD context : {MSHCTX_INPROC, MSHCTX_LOCAL, MSHCTX_NOSHAREDMEM}) {
+        CLSID clsid = {};
+        EXPECT_HR(S_OK, MarshalOf(image.Get())
+                            ->GetUnmarshalClass(IID_ITavlo2, image.Get(), context, nullptr, MSHLFLAGS_NORMAL,
+                                                &clsid));
+        EXPECT_FALSE(clsid == CLSID_TavloProxy);
+        const Bytes packet = Marshaled(image.Get(), context);
+        const auto same = Unmarshaled<ITavlo2>(packet);
+        EXPECT_EQ(same.Get(), image.Get()) << "of its own apartment the image comes back itself";
+    }
+}
+
+TEST(RemotePacket, GivesTheImageBackWhenItIsReleased)
+{
+    const auto image = SharedImage();
+    const ULONG before = ReferencesOf(image.Get());
+    const Bytes packet = Marshaled(image.Get(), MSHCTX_DIFFERENTMACHINE);
+    EXPECT_GT(ReferencesOf(image.Get()), before);
+    EXPECT_HR(S_OK, Release(packet));
+    EXPECT_EQ(ReferencesOf(image.Get()), before);
+}
+
+TEST(RemotePacket, CutAnywhereLeavesNothingBehind)
+{
+    const auto image = SharedImage();
+    const std::size_t size = [&] {
+        const Bytes packet = Marshaled(image.Get(), MSHCTX_DIFFERENTMACHINE);
+        Release(packet);
+        return packet.size();
+    }();
+    const ULONG before = ReferencesOf(image.Get());
+    for (std::size_t length = 0; length < size; ++length) {
+        const Bytes packet = Marshaled(image.Get(), MSHCTX_DIFFERENTMACHINE);
+        HRESULT hr = S_OK;
+        // The last bytes of a reference are addresses that the platform may not need.
+        const auto proxy = Unmarshaled<ITavlo2>(std::span(packet).first(length), &hr);
+        EXPECT_EQ(proxy != nullptr, SUCCEEDED(hr)) << length;
+        EXPECT_TRUE(FAILED(hr) || length > 100) << length;
+        const HRESULT released = Release(packet);
+        EXPECT_EQ(SUCCEEDED(released), FAILED(hr)) << length;
+    }
+    EXPECT_EQ(ReferencesOf(image.Get()), before);
+}
+
+TEST(Stub, GivesPackedBlocks)
+{
+    const auto image = SharedImage(8, 4);
+    const auto writer = WriterOf(image.Get());
+    for (int i = 0; i < 32; ++i)
+        BytesAt(writer->Ptr(0))[i] = static_cast<std::uint8_t>(i);
+    const auto stub = StubOf(image.Get());
+    RECT rect = {2, 1, 5, 3};
+    Bytes data(6);
+    EXPECT_HR(S_OK, stub->GetData(&rect, 6, data.data()));
+    EXPECT_EQ(data, (Bytes{10, 11, 12, 18, 19, 20}));
+}
+
+TEST(Stub, GivesNothingWithoutARectangleOrMemory)
+{
+    const auto stub = StubOf(SharedImage(8, 4).Get());
+    RECT rect = {0, 0, 1, 1};
+    std::uint8_t pixel = 7;
+    EXPECT_HR(E_POINTER, stub->GetData(nullptr, 1, &pixel));
+    EXPECT_HR(E_POINTER, stub->GetData(&rect, 1, nullptr));
+    EXPECT_HR(E_POINTER, stub->get_Descriptor(nullptr));
+    EXPECT_EQ(pixel, 7);
+}
+
+TEST(Stub, GivesNothingOutsideTheImage)
+{
+    const auto stub = StubOf(SharedImage(8, 4).Get());
+    for (RECT rect :
+         {RECT{0, 0, 9, 4}, RECT{0, 0, 8, 5}, RECT{-1, 0, 4, 4}, RECT{0, -1, 4, 4}, RECT{8, 0, 9, 1},
+          RECT{100, 100, 101, 101}, RECT{-100000, 0, -99999, 1}, RECT{LONG_MIN, 0, LONG_MIN + 2, 1}}) {
+        Bytes data(100, 7);
+        EXPECT_TRUE(FAILED(stub->GetData(&rect, 100, data.data()))) << testing::PrintToString(rect);
+        EXPECT_EQ(data, Bytes(100, 7)) << testing::PrintToString(rect);
+    }
+}
+
+TEST(Stub, OfNoImageGivesNothing)
+{
+    const auto stub = Create<ITavloStub>(CLSID_TavloStub);
+    RECT rect = {0, 0, 1, 1};
+    std::uint8_t pixel = 0;
+    ComPtr<ITavloDescriptor> descriptor;
+    EXPECT_HR(E_UNEXPECTED, stub->get_Descriptor(&descriptor));
+    EXPECT_HR(E_UNEXPECTED, stub->GetData(&rect, 1, &pixel));
+    EXPECT_HR(E_UNEXPECTED, stub->Subscribe(nullptr));
+}
+
+TEST(Stub, TellsItsHandlerTheRectangleOnly)
+{
+    const auto image = SharedImage();
+    const auto stub = StubOf(image.Get());
+    const auto first = New<Handler>();
+    const auto second = New<Handler>();
+    ASSERT_HR(S_OK, stub->Subscribe(first.Get()));
+    ASSERT_HR(S_OK, Invalidate(image, {1, 2, 3, 4}));
+    EXPECT_TRUE(first->Receives(1));
+    EXPECT_EQ(first->Received().at(0), (RECT{1, 2, 3, 4}));
+    EXPECT_FALSE(first->SawImage());
+    ASSERT_HR(S_OK, stub->Subscribe(second.Get()));
+    ASSERT_HR(S_OK, Invalidate(image, {5, 6, 7, 8}));
+    EXPECT_TRUE(second->Receives(1));
+    ASSERT_HR(S_OK, stub->Subscribe(nullptr));
+    EXPECT_EQ(first->Received().size(), 1u) << "a handler replaces the one before it";
+}

@@ -1,0 +1,142 @@
+#pragma once
+
+#include "recode/kernels/kernels.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <new>
+#include <random>
+#include <string>
+#include <vector>
+
+// What tests of inner loops share: every loop of every level that this machine has is compared with the plain
+// one of its kind.
+
+using namespace Mardu::Sentel::Tavlo;
+
+inline constexpr std::size_t sizes[sizeCount] = {1, 2, 3, 4, 8};
+
+/// Every count up to several vectors of the widest level, and some beyond.
+inline std::vector<std::size_t> Counts()
+{
+    std::vector<std::size_t> counts;
+    for (std::size_t i = 0; i <= 300; ++i)
+        counts.push_back(i);
+    counts.insert(counts.end(), {1000, 1920, 4099, 10007});
+    return counts;
+}
+
+/// Sources and targets of together this many bytes may be gone through in another way.
+inline constexpr std::size_t distantBytes = std::size_t{3} << 20;
+
+/// Targets of this many bytes may be written in another way.
+inline constexpr std::size_t largeTarget = std::size_t{16} << 20;
+
+/// With some more, for distant and large ones.
+inline std::vector<std::size_t> CountsAndLargeOnes(std::size_t sourceSize, std::size_t targetSize)
+{
+    std::vector<std::size_t> counts = Counts();
+    for (std::size_t i = 0; i < 8; ++i)
+        counts.push_back(distantBytes / (sourceSize + targetSize) + 9 * i);
+    counts.push_back(largeTarget / targetSize + 100);
+    return counts;
+}
+
+/// Random bytes that end where the allocation ends, at some distance from an address that is a multiple
+/// of 64. What lies beyond is left to the address sanitizer.
+class Bytes
+{
+public:
+    Bytes(std::size_t size, std::size_t misalignment, std::mt19937& random)
+        : misalignment_(misalignment), size_(size), all_(New(misalignment + size))
+    {
+        auto state = static_cast<std::uint32_t>(random());
+        std::generate_n(all_.get(), misalignment + size, [&] {
+            state = state * 1664525 + 1013904223;
+            return static_cast<std::uint8_t>(state >> 24);
+        });
+    }
+
+    Bytes(const Bytes& other)
+        : misalignment_(other.misalignment_), size_(other.size_), all_(New(misalignment_ + size_))
+    {
+        std::copy_n(other.all_.get(), misalignment_ + size_, all_.get());
+    }
+
+    std::uint8_t* Data() { return all_.get() + misalignment_; }
+    const std::uint8_t* Data() const { return all_.get() + misalignment_; }
+
+    friend bool operator==(const Bytes& a, const Bytes& b)
+    {
+        return std::equal(a.all_.get(), a.all_.get() + a.misalignment_ + a.size_, b.all_.get(),
+                          b.all_.get() + b.misalignment_ + b.size_);
+    }
+
+private:
+    static constexpr std::align_val_t alignment{64};
+
+    struct Delete
+    {
+        void operator()(std::uint8_t* all) const { ::operator delete[](all, alignment); }
+    };
+
+    static std::uint8_t* New(std::size_t size)
+    {
+        return static_cast<std::uint8_t*>(::operator new[](size, alignment));
+    }
+
+    std::size_t misalignment_;
+    std::size_t size_;
+    std::unique_ptr<std::uint8_t[], Delete> all_;
+};
+
+/// Loops of a level above the plain one, and the plain ones.
+class Kernel : public testing::TestWithParam<SimdLevel>
+{
+protected:
+    const Kernels& wide_ = KernelsOf(GetParam());
+    const Kernels& plain_ = KernelsOf(SimdLevel::plain);
+    std::mt19937 random_{7};
+};
+
+/// Loops over packed pixels give the same bytes, for every count, at odd addresses and, where `inPlace`,
+/// with the source as the target. `run` takes the loops, the source, the target and the count.
+template <class Run>
+void ExpectSamePixels(const Kernels& wide, const Kernels& plain, std::size_t sourceSize,
+                      std::size_t targetSize, bool inPlace, std::mt19937& random, const Run& run,
+                      const std::vector<std::size_t>& counts = Counts())
+{
+    for (const std::size_t count : counts) {
+        SCOPED_TRACE(count);
+        const Bytes source(count * sourceSize, random() % 64, random);
+        Bytes expected(count * targetSize, random() % 64, random);
+        Bytes actual = expected;
+        run(plain, source.Data(), expected.Data(), count);
+        run(wide, source.Data(), actual.Data(), count);
+        ASSERT_TRUE(actual == expected);
+        if (inPlace) {
+            Bytes expectedThere = source;
+            Bytes actualThere = source;
+            run(plain, expectedThere.Data(), expectedThere.Data(), count);
+            run(wide, actualThere.Data(), actualThere.Data(), count);
+            ASSERT_TRUE(actualThere == expectedThere) << "in place";
+        }
+    }
+}
+
+/// The levels above the plain one that this machine has.
+inline std::vector<SimdLevel> WideLevels()
+{
+    std::vector<SimdLevel> levels;
+    for (const SimdLevel level : simdLevels)
+        if (level != SimdLevel::plain && level <= BestSimdLevel())
+            levels.push_back(level);
+    return levels;
+}
+
+inline std::string LevelName(const testing::TestParamInfo<SimdLevel>& level)
+{
+    return NameOf(level.param);
+}
