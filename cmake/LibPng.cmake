@@ -9,7 +9,7 @@ if(EXISTS ${png_cache}/complete)
   add_library(tavlo_png STATIC EXCLUDE_FROM_ALL ${png_sources})
   target_include_directories(tavlo_png SYSTEM PUBLIC ${png_cache} ${png_cache}/include)
   # An error leaves libpng as a C++ exception.
-  target_compile_options(tavlo_png PRIVATE -w -fexceptions)
+  target_compile_options(tavlo_png PRIVATE -w -g0 -fexceptions)
   target_link_libraries(tavlo_png PUBLIC ${TAVLO_ZLIB})
 else()
   find_path(TAVLO_PNG_INCLUDE png.h REQUIRED)
