@@ -77,14 +77,19 @@ def curves(rows, y):
     sizes = list(dict.fromkeys(row["size"] for row in rows))
     works = list(dict.fromkeys(row["work"] for row in rows))
     height, left, right = 320, 70, WIDTH - 230
+
     def rates(row):
         return [c["rate"] for c in row["contenders"] if c["name"] in ("ours", "memcpy")]
+
     every = [rate for row in rows for rate in rates(row)]
     low, high = math.floor(math.log10(min(every))), math.ceil(math.log10(max(every)))
+
     def at_rate(rate):
         return y + 24 + height * (high - math.log10(rate)) / (high - low)
+
     def at_size(size):
         return left + 30 + (right - left - 60) * sizes.index(size) / max(len(sizes) - 1, 1)
+
     parts = [text(10, y + 4, "Pixels per second over image sizes; dashed: memcpy of as many bytes", 13)]
     for rate in (digit * 10.0 ** power for power in range(low, high) for digit in (1, 2, 5, 10)):
         at = at_rate(rate)

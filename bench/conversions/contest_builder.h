@@ -3,9 +3,9 @@
 #include "conversions/contest.h"
 #include "conversions/memory.h"
 
+#include "recode/curve/tone_curve.h"
 #include "recode/lut_recoder.h"
 #include "recode/recode.h"
-#include "recode/curve/tone_curve.h"
 
 #include <functional>
 #include <string>

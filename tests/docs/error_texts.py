@@ -6,7 +6,7 @@ import re
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-FOLDERS = ["image", "shared", "access", "recode", "addressor", "events", "module", "include/tavlo"]
+FOLDERS = ["component", "include/tavlo"]
 THROWN = re.compile(r"throw\s+(?:\w+::)*\w+\s*\(|ThrowLastError\s*\(|return\s*\{\s*E_\w+,|error\s*\(\w+,")
 LITERAL = re.compile(r'L?"((?:[^"\\]|\\.)*)"')
 RESULT = re.compile(r"\b(?:E|CO_E|STG_E|DISP_E|TYPE_E|CLASS_E|CONNECT_E|REGDB_E|RPC_E)_[A-Z_]+\b")
@@ -49,7 +49,7 @@ def main():
     table = (ROOT / "docs/errors.md").read_text(encoding="utf-8")
     missing, found, results = [], 0, 0
     for folder in FOLDERS:
-        for path in sorted((ROOT / folder).iterdir()):
+        for path in sorted((ROOT / folder).rglob("*")):
             if path.suffix not in {".cpp", ".h", ".hpp"}:
                 continue
             code = code_of(path)

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The guide holds together: every relative link and picture of README.md and docs/ exists, every
+"""The guide holds together: every relative link and picture of docs/ and of the pages beside it exists, every
 heading that is linked to is there, and every page of docs/ is reached from docs/index.md."""
 import pathlib
 import re
@@ -37,7 +37,7 @@ def anchors(page):
 
 def check(root):
     faults, reached, waiting = [], set(), [root / "docs/index.md"]
-    for page in [root / "README.md", *sorted((root / "docs").rglob("*.md"))]:
+    for page in [*sorted(root.glob("*.md")), *sorted((root / "docs").rglob("*.md"))]:
         for link in links(page):
             parts = urllib.parse.urlsplit(link)
             if parts.scheme or parts.netloc:

@@ -8,7 +8,7 @@ import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "tools/guide"))
-import reference  # noqa: E402
+import reference
 
 
 def main():

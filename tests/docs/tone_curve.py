@@ -10,7 +10,7 @@ import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "tools/guide"))
-import tone_plot  # noqa: E402
+import tone_plot
 
 NUMBER = re.compile(r"\d+\.\d+|\d+")
 
