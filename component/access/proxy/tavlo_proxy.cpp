@@ -58,12 +58,12 @@ HRESULT CTavloProxy::GetReadAccess(RECT*, double, IReadAccessor** ppIReadAccesso
     const HRESULT hr = remote_->Refresh(stub_.Get());
     if (FAILED(hr))
         return hr;
-    return Local()->GetReadAccessFor(this, ppIReadAccessor);
+    return Local()->GetReadAccessCountedBy(this, ppIReadAccessor);
 }
 
 HRESULT CTavloProxy::GetWriteAccess(IWriteAccessor** ppIWriteAccessor)
 {
-    return Local() != nullptr ? Local()->GetWriteAccessFor(this, ppIWriteAccessor)
+    return Local() != nullptr ? Local()->GetWriteAccessCountedBy(this, ppIWriteAccessor)
                               : Unbound(ppIWriteAccessor);
 }
 

@@ -428,7 +428,7 @@ TEST(Descriptors, WorkAsAPartOfAnotherObject)
     {
         ComPtr<ITavloDescriptor2> descriptor;
         ASSERT_HR(S_OK, outer.QueryInterface(IID_PPV_ARGS(&descriptor)));
-        EXPECT_EQ(outer.count, 2u) << "an interface counts on the outer object";
+        EXPECT_EQ(outer.count, 2u) << "an interface is counted by the outer object";
         descriptor->put_Encoding(Tavlo_Float);
         EXPECT_EQ(Read(descriptor.Get()).bits, 32);
         ComPtr<IUnknown> identity;

@@ -121,7 +121,7 @@ TEST_P(EveryClass, IsOneObjectWithItsOuterOne)
 {
     Outer outer(GetParam().clsid);
     ExpectOneObject(GetParam(), &outer, &outer);
-    EXPECT_EQ(outer.count, 1u) << "its interfaces count on the outer object";
+    EXPECT_EQ(outer.count, 1u) << "its interfaces are counted by the outer object";
     EXPECT_NE(outer.inner.Get(), static_cast<IUnknown*>(&outer));
     EXPECT_EQ(Query(outer.inner.Get(), IID_IUnknown).Get(), outer.inner.Get())
         << "the outer object keeps this one";
