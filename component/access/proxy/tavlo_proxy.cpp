@@ -5,6 +5,7 @@
 #include "module/module_thread.h"
 #include "module/standard_marshal.h"
 
+#include <mutex>
 #include <utility>
 
 namespace Mardu::Sentel::Tavlo {
@@ -232,7 +233,7 @@ void CTavloProxy::Bind(IStream* stream)
 
 void CTavloProxy::StartRefreshThread()
 {
-    const std::lock_guard lock(threadMutex_);
+    const std::lock_guard lock(threadLock_);
     if (thread_ != nullptr)
         return;
     thread_ = StartModuleThread([remote = remote_, stream = stubStream_] {

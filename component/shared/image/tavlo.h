@@ -22,7 +22,7 @@ namespace Mardu::Sentel::Tavlo {
 /// accessors, which keep it alive, and counts them.
 class CTavlo final : private NonCopyable,
                      private LifeTimeLog<CTavlo>,
-                     public ComObject<ITavlo, Dispatch<ITavlo2>, ObjectSafety, ITavloInternal, IMarshal>
+                     public ComObject<ITavlo, Automation<ITavlo2>, ObjectSafety, ITavloInternal, IMarshal>
 {
 public:
     /// Not bound to a section: accessors are refused with E_PENDING.
