@@ -1,4 +1,5 @@
 #include "tests/component/module/error_test.h"
+#include "tests/component/replaced_import.h"
 
 #include <gmock/gmock.h>
 
