@@ -15,7 +15,7 @@
 
 namespace Mardu::Sentel::Tavlo {
 
-/// How an access interface counts on its image, and what its Invalidate does.
+/// How an image counts the accessors of an interface, and what their Invalidate does.
 template <class Interface>
 struct AccessorTraits;
 
@@ -23,8 +23,8 @@ template <>
 struct AccessorTraits<IReadAccessor>
 {
     using Interface = IReadAccessor;
-    static HRESULT Add(ITavloInternal* image) { return image->AddReader(); }
-    static HRESULT Release(ITavloInternal* image) { return image->ReleaseReader(); }
+    static HRESULT AddTo(ITavloInternal* counter) { return counter->AddReader(); }
+    static HRESULT RemoveFrom(ITavloInternal* counter) { return counter->ReleaseReader(); }
     static HRESULT Invalidate(ITavloInternal*, RECT*) { return E_FAIL; }
 };
 
@@ -32,8 +32,8 @@ template <>
 struct AccessorTraits<IWriteAccessor>
 {
     using Interface = IWriteAccessor;
-    static HRESULT Add(ITavloInternal* image) { return image->AddWriter(); }
-    static HRESULT Release(ITavloInternal* image) { return image->ReleaseWriter(); }
+    static HRESULT AddTo(ITavloInternal* counter) { return counter->AddWriter(); }
+    static HRESULT RemoveFrom(ITavloInternal* counter) { return counter->ReleaseWriter(); }
     static HRESULT Invalidate(ITavloInternal* image, RECT* pDirty) { return image->Invalidate(pDirty); }
 };
 
@@ -44,11 +44,11 @@ template <class TDerived, class Traits, const CLSID& clsid>
 class CAccessorImpl : public ComObject<typename Traits::Interface, IMarshal>
 {
 public:
-    /// Counts on the image and stands for the target from now on. Throws the failure of
-    /// counting, which an image of another process may have.
+    /// Has the image count this accessor, and stands for the target from now on. Throws the
+    /// failure of counting, which an image of another process may have.
     void Attach(AccessorTarget target)
     {
-        CheckHResult(Traits::Add(target.image.Get()));
+        CheckHResult(Traits::AddTo(target.image.Get()));
         target_ = std::move(target);
     }
 
@@ -122,7 +122,7 @@ protected:
     ~CAccessorImpl() override
     {
         if (target_.image != nullptr)
-            Traits::Release(target_.image.Get());
+            Traits::RemoveFrom(target_.image.Get());
     }
 
 private:

@@ -1,6 +1,7 @@
 #include "access/accessor_marshal.h"
 
 #include "access/accessor_packet.h"
+#include "module/critical_section.h"
 #include "module/error.h"
 #include "module/nullstream.h"
 #include "module/stream.h"
@@ -44,7 +45,7 @@ ComPtr<ITavloInternal> UnmarshalImage(IStream* stream)
 
 void Diagnose(const wchar_t* function, const std::wstring& name, DWORD error)
 {
-    static std::mutex oneAtATime;
+    static CriticalSection oneAtATime;
     const std::lock_guard lock(oneAtATime);
     DiagnosticStream() << L"CAccessorImpl::UnmarshalInterface " << function << L"(\"" << name << L"\"): "
                        << error << L'\n';

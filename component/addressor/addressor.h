@@ -81,35 +81,47 @@ public:
     virtual ~AddressorBase() = default;
 };
 
-template <class T>
-class ConstAddressor final : public ConstAddressorBase
+/// What reading and writing addressors have in common: Base is the abstract class of either.
+template <class T, class Base>
+class ElementReader : public Base
 {
 public:
     using Traits = ElementTraits<T>;
 
-    explicit ConstAddressor(const ElementGrid& grid) noexcept : grid_(grid) {}
+    explicit ElementReader(const ElementGrid& grid) noexcept : grid_(grid) {}
 
-    double Value(std::int32_t x, std::int32_t y) const override { return Traits::Value(grid_.Read<T>(x, y)); }
+    double Value(std::int32_t x, std::int32_t y) const override { return Traits::Value(Element(x, y)); }
     double Normalized(std::int32_t x, std::int32_t y) const override
     {
-        return Traits::Normalized(grid_.Read<T>(x, y));
+        return Traits::Normalized(Element(x, y));
     }
-    VARIANT Get(std::int32_t x, std::int32_t y) const override { return Traits::Get(grid_.Read<T>(x, y)); }
+    VARIANT Get(std::int32_t x, std::int32_t y) const override { return Traits::Get(Element(x, y)); }
+
+protected:
+    T Element(std::int32_t x, std::int32_t y) const noexcept { return grid_.template Read<T>(x, y); }
+
+    const ElementGrid grid_;
+};
+
+template <class T>
+class ConstAddressor final : public ElementReader<T, ConstAddressorBase>
+{
+public:
+    using Traits = ElementTraits<T>;
+    using ElementReader<T, ConstAddressorBase>::ElementReader;
+
     double Intensity(std::int32_t x, std::int32_t y) const override
     {
-        return Traits::Intensity(grid_.Read<T>(x, y));
+        return Traits::Intensity(this->Element(x, y));
     }
 
     std::wstring Text(std::int32_t x, std::int32_t y) const override
     {
         std::wostringstream text;
         text.imbue(std::locale::classic());
-        Traits::Write(text, grid_.Read<T>(x, y));
+        Traits::Write(text, this->Element(x, y));
         return text.str();
     }
-
-private:
-    ElementGrid grid_;
 };
 
 /// The element that a variant stands for.
@@ -127,27 +139,15 @@ T ElementFrom(const VARIANT& value)
 }
 
 template <class T>
-class Addressor final : public AddressorBase
+class Addressor final : public ElementReader<T, AddressorBase>
 {
 public:
-    using Traits = ElementTraits<T>;
-
-    explicit Addressor(const ElementGrid& grid) noexcept : grid_(grid) {}
-
-    double Value(std::int32_t x, std::int32_t y) const override { return Traits::Value(grid_.Read<T>(x, y)); }
-    double Normalized(std::int32_t x, std::int32_t y) const override
-    {
-        return Traits::Normalized(grid_.Read<T>(x, y));
-    }
-    VARIANT Get(std::int32_t x, std::int32_t y) const override { return Traits::Get(grid_.Read<T>(x, y)); }
+    using ElementReader<T, AddressorBase>::ElementReader;
 
     void Set(std::int32_t x, std::int32_t y, const VARIANT& value) override
     {
-        grid_.Write(x, y, ElementFrom<T>(value));
+        this->grid_.Write(x, y, ElementFrom<T>(value));
     }
-
-private:
-    ElementGrid grid_;
 };
 
 } // namespace Mardu::Sentel::Tavlo

@@ -13,7 +13,7 @@ namespace Mardu::Sentel::Tavlo {
 
 /// Single pixels of one image at a time for script clients. It is bound for writing when
 /// the image grants that, else for reading. Takes no lock.
-class CCoAddressor final : public ComObject<Dispatch<ITavloAddressor>, ObjectSafety>
+class CCoAddressor final : public ComObject<Automation<ITavloAddressor>, ObjectSafety>
 {
 public:
     STDMETHODIMP Attach(ITavlo2* pITavlo) override;

@@ -24,7 +24,7 @@ public:
 /// handle. Delivery is asynchronous, so that the image's writers never wait for them.
 class CTavloEventsReflector final
     : private NonCopyable,
-      public ComObject<Dispatch<ITavloEventsReflector>, ObjectSafety, IConnectionPointContainer>,
+      public ComObject<Automation<ITavloEventsReflector>, ObjectSafety, IConnectionPointContainer>,
       public CProxy_ITavloEvents<CTavloEventsReflector>,
       private CTavloEventSink::Observer
 {

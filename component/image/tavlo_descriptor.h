@@ -11,7 +11,7 @@
 namespace Mardu::Sentel::Tavlo {
 
 /// A descriptor of an image with any number of channels. It stores what it is given.
-class CTavloDescriptor final : public ComObject<Dispatch<ITavloDescriptor>, MarshalByValue, ObjectSafety>
+class CTavloDescriptor final : public ComObject<Automation<ITavloDescriptor>, MarshalByValue, ObjectSafety>
 {
 public:
     CTavloDescriptor() = default;

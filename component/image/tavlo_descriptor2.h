@@ -12,7 +12,7 @@ namespace Mardu::Sentel::Tavlo {
 
 /// A descriptor of a one-channel image. Every put derives the fields that were never set
 /// explicitly anew.
-class CTavloDescriptor2 final : public ComObject<Dispatch<ITavloDescriptor2>, MarshalByValue, ObjectSafety>
+class CTavloDescriptor2 final : public ComObject<Automation<ITavloDescriptor2>, MarshalByValue, ObjectSafety>
 {
 public:
     CTavloDescriptor2() = default;

@@ -2,10 +2,10 @@
 
 #include "SentelCommon.h"
 
+#include "module/critical_section.h"
 #include "module/error.h"
 #include "module/module_lock.h"
 
-#include <array>
 #include <cstring>
 #include <map>
 #include <mutex>
@@ -21,17 +21,23 @@ struct LessGuid
     }
 };
 
-std::mutex cacheMutex;
-std::map<GUID, ComPtr<ITypeInfo>, LessGuid> cache;
+/// Made at the first use: nothing of it can fail when the module is loaded.
+struct Cache
+{
+    CriticalSection lock;
+    std::map<GUID, ComPtr<ITypeInfo>, LessGuid> infos;
+};
+
+Cache& Loaded()
+{
+    static Cache cache;
+    return cache;
+}
 
 ComPtr<ITypeLib> LoadOwnLibrary()
 {
-    std::array<wchar_t, 32768> path;
-    const DWORD length = GetModuleFileNameW(ThisModule(), path.data(), static_cast<DWORD>(path.size()));
-    if (length == 0 || length == path.size())
-        ThrowLastError("The module's path is not known");
     ComPtr<ITypeLib> library;
-    CheckHResult(LoadTypeLibEx(path.data(), REGKIND_NONE, &library));
+    CheckHResult(LoadTypeLibEx(ThisModulePath().c_str(), REGKIND_NONE, &library));
     return library;
 }
 
@@ -48,8 +54,9 @@ ComPtr<ITypeLib> Load(TypeLibrary library)
 
 ComPtr<ITypeInfo> TypeInfoOf(TypeLibrary library, REFIID iid)
 {
-    const std::lock_guard lock(cacheMutex);
-    ComPtr<ITypeInfo>& info = cache[iid];
+    Cache& cache = Loaded();
+    const std::lock_guard lock(cache.lock);
+    ComPtr<ITypeInfo>& info = cache.infos[iid];
     if (info == nullptr)
         CheckHResult(Load(library)->GetTypeInfoOfGuid(iid, &info));
     return info;
@@ -57,17 +64,18 @@ ComPtr<ITypeInfo> TypeInfoOf(TypeLibrary library, REFIID iid)
 
 void ReleaseTypeInfos() noexcept
 {
-    const std::lock_guard lock(cacheMutex);
-    cache.clear();
+    Cache& cache = Loaded();
+    const std::lock_guard lock(cache.lock);
+    cache.infos.clear();
 }
 
 void AbandonTypeInfos() noexcept
 {
-    for (auto& [iid, info] : cache)
+    for (auto& [iid, info] : Loaded().infos)
         static_cast<void>(info.Detach());
 }
 
-HRESULT DispatchTypeInfo(TypeLibrary library, REFIID iid, UINT index, ITypeInfo** ppTypeInfo) noexcept
+HRESULT AutomationTypeInfo(TypeLibrary library, REFIID iid, UINT index, ITypeInfo** ppTypeInfo) noexcept
 {
     if (ppTypeInfo == nullptr)
         return E_POINTER;
@@ -77,8 +85,8 @@ HRESULT DispatchTypeInfo(TypeLibrary library, REFIID iid, UINT index, ITypeInfo*
     return Guarded([&] { *ppTypeInfo = TypeInfoOf(library, iid).Detach(); });
 }
 
-HRESULT DispatchIdsOfNames(TypeLibrary library, REFIID iid, REFIID reserved, LPOLESTR* names, UINT count,
-                           DISPID* ids) noexcept
+HRESULT AutomationIdsOfNames(TypeLibrary library, REFIID iid, REFIID reserved, LPOLESTR* names, UINT count,
+                             DISPID* ids) noexcept
 {
     if (!IsEqualIID(reserved, IID_NULL))
         return DISP_E_UNKNOWNINTERFACE;
@@ -88,9 +96,9 @@ HRESULT DispatchIdsOfNames(TypeLibrary library, REFIID iid, REFIID reserved, LPO
     return Guarded([&] { return TypeInfoOf(library, iid)->GetIDsOfNames(names, count, ids); });
 }
 
-HRESULT DispatchInvoke(TypeLibrary library, REFIID iid, void* object, DISPID member, REFIID reserved,
-                       WORD flags, DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
-                       UINT* badArgument) noexcept
+HRESULT AutomationInvoke(TypeLibrary library, REFIID iid, void* object, DISPID member, REFIID reserved,
+                         WORD flags, DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
+                         UINT* badArgument) noexcept
 {
     if (!IsEqualIID(reserved, IID_NULL))
         return DISP_E_UNKNOWNINTERFACE;

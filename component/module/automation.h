@@ -25,19 +25,19 @@ void AbandonTypeInfos() noexcept;
 
 // IDispatch on a type description, for a dual interface of the object.
 
-HRESULT DispatchTypeInfo(TypeLibrary library, REFIID iid, UINT index, ITypeInfo** ppTypeInfo) noexcept;
-HRESULT DispatchIdsOfNames(TypeLibrary library, REFIID iid, REFIID reserved, LPOLESTR* names, UINT count,
-                           DISPID* ids) noexcept;
-HRESULT DispatchInvoke(TypeLibrary library, REFIID iid, void* object, DISPID member, REFIID reserved,
-                       WORD flags, DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
-                       UINT* badArgument) noexcept;
+HRESULT AutomationTypeInfo(TypeLibrary library, REFIID iid, UINT index, ITypeInfo** ppTypeInfo) noexcept;
+HRESULT AutomationIdsOfNames(TypeLibrary library, REFIID iid, REFIID reserved, LPOLESTR* names, UINT count,
+                             DISPID* ids) noexcept;
+HRESULT AutomationInvoke(TypeLibrary library, REFIID iid, void* object, DISPID member, REFIID reserved,
+                         WORD flags, DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
+                         UINT* badArgument) noexcept;
 
 /// A dual interface as a base of ComObject: IDispatch comes from its type description.
 template <class Interface, TypeLibrary library = TypeLibrary::Tavlo>
-class Dispatch : public Interface
+class Automation : public Interface
 {
 public:
-    static IUnknown* Match(Dispatch* object, REFIID iid) noexcept
+    static IUnknown* Match(Automation* object, REFIID iid) noexcept
     {
         const bool matches = IsEqualIID(iid, __uuidof(Interface)) || IsEqualIID(iid, IID_IDispatch);
         return matches ? static_cast<Interface*>(object) : nullptr;
@@ -53,19 +53,19 @@ public:
 
     STDMETHODIMP GetTypeInfo(UINT index, LCID, ITypeInfo** ppTypeInfo) override
     {
-        return DispatchTypeInfo(library, __uuidof(Interface), index, ppTypeInfo);
+        return AutomationTypeInfo(library, __uuidof(Interface), index, ppTypeInfo);
     }
 
     STDMETHODIMP GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID, DISPID* ids) override
     {
-        return DispatchIdsOfNames(library, __uuidof(Interface), reserved, names, count, ids);
+        return AutomationIdsOfNames(library, __uuidof(Interface), reserved, names, count, ids);
     }
 
     STDMETHODIMP Invoke(DISPID member, REFIID reserved, LCID, WORD flags, DISPPARAMS* parameters,
                         VARIANT* result, EXCEPINFO* exception, UINT* badArgument) override
     {
-        return DispatchInvoke(library, __uuidof(Interface), static_cast<Interface*>(this), member, reserved,
-                              flags, parameters, result, exception, badArgument);
+        return AutomationInvoke(library, __uuidof(Interface), static_cast<Interface*>(this), member, reserved,
+                                flags, parameters, result, exception, badArgument);
     }
 };
 

@@ -1,8 +1,8 @@
 #include "module/error.h"
 
 #include "module/com_ptr.h"
+#include "module/critical_section.h"
 #include "module/exception_translator.h"
-#include "module/nullstream.h"
 
 #include <comdef.h>
 #include <oaidl.h>
@@ -177,8 +177,8 @@ private:
 
 HResultException DescribeCurrentException() noexcept
 {
-    static std::mutex serialised;
     try {
+        static CriticalSection serialised;
         const std::lock_guard lock(serialised);
         static TranslatorChain chain;
         HResultException result(E_UNEXPECTED);
@@ -292,12 +292,6 @@ HRESULT TranslateCurrentException() noexcept
     const HResultException error = DescribeCurrentException();
     SetComErrorInfo(GUID_NULL, error.source, error.description, error.helpFile, error.helpContext);
     return error.hr;
-}
-
-std::wostream& DiagnosticStream()
-{
-    static basic_nullstream<wchar_t> stream;
-    return stream;
 }
 
 } // namespace Mardu

@@ -44,32 +44,32 @@ template <class E, class F>
 class ExceptionTranslator : public ExceptionTranslatorBase
 {
 public:
-    explicit ExceptionTranslator(F function) : convert(function) {}
+    explicit ExceptionTranslator(F function) : convert_(function) {}
 
     ExceptionTranslatorBase* SetNext(std::unique_ptr<ExceptionTranslatorBase>& successor) override
     {
-        next = std::move(successor);
-        return next.get();
+        next_ = std::move(successor);
+        return next_.get();
     }
 
     ExceptionTranslatorBase* InsertAfter(std::unique_ptr<ExceptionTranslatorBase>& item) override
     {
-        item->SetNext(next);
+        item->SetNext(next_);
         return SetNext(item);
     }
 
     void Translate(HResultException& result) override
     {
         try {
-            next->Translate(result);
+            next_->Translate(result);
         } catch (const E& caught) {
-            result = convert(caught);
+            result = convert_(caught);
         }
     }
 
 private:
-    F convert;
-    std::unique_ptr<ExceptionTranslatorBase> next;
+    F convert_;
+    std::unique_ptr<ExceptionTranslatorBase> next_;
 };
 
 /// The end of every chain: throws the exception being handled once more.

@@ -1,5 +1,8 @@
 #include "module/module_lock.h"
 
+#include "module/error.h"
+
+#include <array>
 #include <atomic>
 
 namespace Mardu {
@@ -30,6 +33,15 @@ HMODULE ThisModule() noexcept
     GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
                        reinterpret_cast<LPCWSTR>(&lockCount), &module);
     return module;
+}
+
+std::wstring ThisModulePath()
+{
+    std::array<wchar_t, 32768> path;
+    const DWORD length = GetModuleFileNameW(ThisModule(), path.data(), static_cast<DWORD>(path.size()));
+    if (length == 0 || length == path.size())
+        ThrowLastError("The module's path is not known");
+    return {path.data(), length};
 }
 
 } // namespace Mardu

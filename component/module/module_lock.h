@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <string>
+
 namespace Mardu {
 
 // The module's lock count: every living object, every outside reference to a class
@@ -13,5 +15,8 @@ LONG ModuleLockCount() noexcept;
 
 /// The module that this code is in.
 HMODULE ThisModule() noexcept;
+
+/// The path of its file; throws when it is not known.
+std::wstring ThisModulePath();
 
 } // namespace Mardu

@@ -31,6 +31,10 @@ private:
 };
 
 /// The component's diagnostic stream; the component keeps no log.
-std::wostream& DiagnosticStream();
+inline std::wostream& DiagnosticStream()
+{
+    static basic_nullstream<wchar_t> stream;
+    return stream;
+}
 
 } // namespace Mardu

@@ -12,8 +12,8 @@ namespace Mardu::Sentel::Common {
 /// A rectangle as an object for script clients: four edges, read and written one by one,
 /// without any order among them. Both interfaces reach the same edges.
 template <class Interface>
-class CRectangleIntImpl final : public ComObject<Dispatch<Interface, TypeLibrary::SentelCommon>,
-                                                 Dispatch<IRectangleInt, TypeLibrary::SentelCommon>>
+class CRectangleIntImpl final : public ComObject<Automation<Interface, TypeLibrary::SentelCommon>,
+                                                 Automation<IRectangleInt, TypeLibrary::SentelCommon>>
 {
 public:
     CRectangleIntImpl() = default;

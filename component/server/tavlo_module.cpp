@@ -2,10 +2,10 @@
 
 #include "module/automation.h"
 #include "module/error.h"
+#include "module/module_lock.h"
 #include "server/registrar.h"
 #include "server/type_library_registration.h"
 
-#include <array>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -33,15 +33,6 @@ public:
 private:
     LCID previous_;
 };
-
-std::wstring ModulePath()
-{
-    std::array<wchar_t, 32768> path;
-    const DWORD length = GetModuleFileNameW(ThisModule(), path.data(), static_cast<DWORD>(path.size()));
-    if (length == 0 || length == path.size())
-        ThrowLastError("The module's path is not known");
-    return {path.data(), length};
-}
 
 } // namespace
 
@@ -95,7 +86,7 @@ ClassFactory* CTavloModule::FactoryOf(ClassEntry& entry)
 void CTavloModule::RegisterServer()
 {
     const SystemThreadLocale locale;
-    const std::wstring module = ModulePath();
+    const std::wstring module = ThisModulePath();
     Registrar registrar;
     registrar.AddReplacement(L"MODULE", QuotedForScript(module));
     registrar.AddReplacement(L"APPID", appId);
@@ -112,7 +103,7 @@ void CTavloModule::UnregisterServer()
     const SystemThreadLocale locale;
     if (performanceUnregister != nullptr)
         CheckHResult(performanceUnregister());
-    const std::wstring module = ModulePath();
+    const std::wstring module = ThisModulePath();
     Registrar registrar;
     registrar.AddReplacement(L"MODULE", QuotedForScript(module));
     registrar.AddReplacement(L"APPID", appId);

@@ -4,6 +4,8 @@
 
 #include <winternl.h>
 
+#include <map>
+
 using namespace Mardu;
 using Mardu::Sentel::Tavlo::PrivateNamespaceApi;
 
@@ -95,6 +97,16 @@ BOOLEAN WINAPI CloseNamespace(HANDLE directory, ULONG flags)
     return TRUE;
 }
 
+std::map<std::string, void*> foundFunctions;
+decltype(GetProcAddress)* originalLookUp = nullptr;
+
+FARPROC WINAPI LookUp(HMODULE library, LPCSTR name)
+{
+    const auto found = foundFunctions.find(name);
+    return found != foundFunctions.end() ? reinterpret_cast<FARPROC>(found->second)
+                                         : originalLookUp(library, name);
+}
+
 } // namespace
 
 NamespaceCounts& CountInto(const std::wstring& name)
@@ -120,4 +132,18 @@ UniqueHandle OpenOrMakeDirectory(const std::wstring& alias)
     if (directory == nullptr)
         ThrowLastError("Making the directory failed");
     return directory;
+}
+
+FoundNamespaceFunctions::FoundNamespaceFunctions(const PrivateNamespaceApi& api)
+    : replaced_("GetProcAddress", LookUp)
+{
+    originalLookUp = replaced_.Original();
+    foundFunctions = {
+        {"CreateBoundaryDescriptorW", reinterpret_cast<void*>(api.createBoundaryDescriptor)},
+        {"DeleteBoundaryDescriptor", reinterpret_cast<void*>(api.deleteBoundaryDescriptor)},
+        {"AddSIDToBoundaryDescriptor", reinterpret_cast<void*>(api.addSidToBoundaryDescriptor)},
+        {"CreatePrivateNamespaceW", reinterpret_cast<void*>(api.createPrivateNamespace)},
+        {"OpenPrivateNamespaceW", reinterpret_cast<void*>(api.openPrivateNamespace)},
+        {"ClosePrivateNamespace", reinterpret_cast<void*>(api.closePrivateNamespace)},
+    };
 }

@@ -2,6 +2,7 @@
 
 #include "module/handle.h"
 #include "shared/sections/private_namespace.h"
+#include "tests/component/replaced_import.h"
 
 #include <windows.h>
 
@@ -34,3 +35,13 @@ Mardu::Sentel::Tavlo::PrivateNamespaceApi DirectoryNamespaceApi() noexcept;
 
 /// The directory of an alias, opened, or made when nobody has it open.
 Mardu::UniqueHandle OpenOrMakeDirectory(const std::wstring& alias);
+
+/// For as long as it lives, who looks the six functions up finds these.
+class FoundNamespaceFunctions
+{
+public:
+    explicit FoundNamespaceFunctions(const Mardu::Sentel::Tavlo::PrivateNamespaceApi& api);
+
+private:
+    ReplacedImport<decltype(GetProcAddress)> replaced_;
+};

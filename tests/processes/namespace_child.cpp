@@ -104,30 +104,17 @@ int ComputePrefix(const Arguments& arguments)
             return 1;
     }
 
-    static const PrivateNamespaceApi api = DirectoryNamespaceApi();
+    static const PrivateNamespaceApi real = DirectoryNamespaceApi();
     static bool boundaryRefused = false;
-    static const std::map<std::string, void*> functions = {
-        {"CreateBoundaryDescriptorW", reinterpret_cast<void*>(+[](LPCWSTR name, ULONG flags) -> HANDLE {
-             if (boundaryRefused)
-                 return api.createBoundaryDescriptor(name, flags);
-             boundaryRefused = true;
-             SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-             return nullptr;
-         })},
-        {"DeleteBoundaryDescriptor", reinterpret_cast<void*>(api.deleteBoundaryDescriptor)},
-        {"AddSIDToBoundaryDescriptor", reinterpret_cast<void*>(api.addSidToBoundaryDescriptor)},
-        {"CreatePrivateNamespaceW", reinterpret_cast<void*>(api.createPrivateNamespace)},
-        {"OpenPrivateNamespaceW", reinterpret_cast<void*>(api.openPrivateNamespace)},
-        {"ClosePrivateNamespace", reinterpret_cast<void*>(api.closePrivateNamespace)},
+    PrivateNamespaceApi api = real;
+    api.createBoundaryDescriptor = [](LPCWSTR name, ULONG flags) -> HANDLE {
+        if (boundaryRefused)
+            return real.createBoundaryDescriptor(name, flags);
+        boundaryRefused = true;
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
     };
-    static decltype(GetProcAddress)* original = nullptr;
-    const ReplacedImport<decltype(GetProcAddress)> withNamespaces(
-        "GetProcAddress", [](HMODULE library, LPCSTR name) -> FARPROC {
-            const auto found = functions.find(name);
-            return found != functions.end() ? reinterpret_cast<FARPROC>(found->second)
-                                            : original(library, name);
-        });
-    original = withNamespaces.Original();
+    const FoundNamespaceFunctions withNamespaces(api);
 
     if (!PrefixFailsWith("CreateBoundaryDescriptor failed", ERROR_NOT_ENOUGH_MEMORY))
         return 2;

@@ -8,6 +8,8 @@
 #include "shared/updates/pending_rectangle.h"
 
 #include <algorithm>
+#include <mutex>
+#include <utility>
 
 namespace Mardu::Sentel::Tavlo {
 namespace {
@@ -65,7 +67,7 @@ HRESULT RemoteImage::Refresh(ITavloStub* stub)
             return S_OK;
         {
             // Client threads and the refresh thread share the scratch buffer.
-            const std::lock_guard lock(scratchMutex_);
+            const std::lock_guard lock(scratchLock_);
             const TavloDescriptorData block = PackedBlock(descriptorData_, rect);
             const std::int32_t size = SizeOf(block);
             if (size > 0 && static_cast<size_t>(size) > scratch_.size())

@@ -11,7 +11,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <vector>
 
 namespace Mardu::Sentel::Tavlo {
@@ -49,7 +48,7 @@ private:
     RECT pending_;
     UniqueHandle wake_;
     std::atomic<bool> stopped_ = false;
-    std::mutex scratchMutex_;
+    CriticalSection scratchLock_;
     std::vector<std::uint8_t> scratch_; ///< grows, never shrinks
 };
 

@@ -5,6 +5,7 @@
 #include "module/module_thread.h"
 #include "module/standard_marshal.h"
 
+#include <mutex>
 #include <utility>
 
 namespace Mardu::Sentel::Tavlo {
@@ -58,12 +59,12 @@ HRESULT CTavloProxy::GetReadAccess(RECT*, double, IReadAccessor** ppIReadAccesso
     const HRESULT hr = remote_->Refresh(stub_.Get());
     if (FAILED(hr))
         return hr;
-    return Local()->GetReadAccessFor(this, ppIReadAccessor);
+    return Local()->GetReadAccessCountedBy(this, ppIReadAccessor);
 }
 
 HRESULT CTavloProxy::GetWriteAccess(IWriteAccessor** ppIWriteAccessor)
 {
-    return Local() != nullptr ? Local()->GetWriteAccessFor(this, ppIWriteAccessor)
+    return Local() != nullptr ? Local()->GetWriteAccessCountedBy(this, ppIWriteAccessor)
                               : Unbound(ppIWriteAccessor);
 }
 
@@ -232,7 +233,7 @@ void CTavloProxy::Bind(IStream* stream)
 
 void CTavloProxy::StartRefreshThread()
 {
-    const std::lock_guard lock(threadMutex_);
+    const std::lock_guard lock(threadLock_);
     if (thread_ != nullptr)
         return;
     thread_ = StartModuleThread([remote = remote_, stream = stubStream_] {

@@ -13,7 +13,7 @@ namespace Mardu::Sentel::Tavlo {
 
 // The proxy's two ways to dispose differ, so each interface has one of its own.
 
-class ProxyImageSide : public Dispatch<ITavlo2>
+class ProxyImageSide : public Automation<ITavlo2>
 {
 public:
     STDMETHODIMP Dispose() override { return DisposeLocalImage(); }
@@ -84,7 +84,7 @@ private:
 
     CTavlo* Local() const noexcept { return remote_ != nullptr ? remote_->Local() : nullptr; }
 
-    std::mutex threadMutex_;
+    CriticalSection threadLock_;
     UniqueHandle thread_; ///< null until the first Subscribe
     ComPtr<ITavloStub> stub_;
     ComPtr<IStream> stubStream_;          ///< the stub for the refresh thread

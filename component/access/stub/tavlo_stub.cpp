@@ -5,6 +5,7 @@
 #include "recode/interface_types.h"
 #include "recode/recode.h"
 
+#include <mutex>
 #include <stdexcept>
 #include <utility>
 
@@ -33,7 +34,7 @@ HRESULT CTavloStub::Subscribe(ITavloEvents* pIHandler)
         return E_UNEXPECTED;
     ComPtr<ITavloEvents> replaced(pIHandler);
     {
-        const std::lock_guard lock(handlerMutex_);
+        const std::lock_guard lock(handlerLock_);
         handler_.Swap(replaced);
     }
     return pIHandler != nullptr ? image_->Subscribe(this, Tavlo_Asynchronous) : image_->Unsubscribe(this);
@@ -62,7 +63,7 @@ HRESULT CTavloStub::OnImageUpdate(ITavlo*, RECT* pDirty)
 
 ComPtr<ITavloEvents> CTavloStub::Handler()
 {
-    const std::lock_guard lock(handlerMutex_);
+    const std::lock_guard lock(handlerLock_);
     return handler_;
 }
 

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "image/layout.h"
+#include "module/critical_section.h"
 #include "module/object.h"
 
 #include "TavloLib.h"
 
 #include <cstdint>
-#include <mutex>
 
 namespace Mardu::Sentel::Tavlo {
 
@@ -34,7 +34,7 @@ private:
     TavloDescriptorData descriptorData_;
     ComPtr<IReadAccessor> readAccessor_;
     const std::uint8_t* pixels_ = nullptr;
-    std::mutex handlerMutex_;
+    CriticalSection handlerLock_;
     ComPtr<ITavloEvents> handler_; ///< of the far end, or null
 };
 

@@ -62,10 +62,10 @@ HRESULT CTavlo::get_Descriptor(ITavloDescriptor2** ppIDescriptor)
 
 HRESULT CTavlo::GetReadAccess(IReadAccessor** ppIReadAccessor)
 {
-    return GetReadAccessFor(this, ppIReadAccessor);
+    return GetReadAccessCountedBy(this, ppIReadAccessor);
 }
 
-HRESULT CTavlo::GetReadAccessFor(ITavloInternal* counting, IReadAccessor** ppIReadAccessor)
+HRESULT CTavlo::GetReadAccessCountedBy(ITavloInternal* counter, IReadAccessor** ppIReadAccessor)
 {
     if (ppIReadAccessor == nullptr)
         return E_POINTER;
@@ -73,7 +73,7 @@ HRESULT CTavlo::GetReadAccessFor(ITavloInternal* counting, IReadAccessor** ppIRe
     if (mapping_ == nullptr)
         return E_PENDING;
     return Guarded(
-        [&] { return NewAccessor<CReadAccessor>(counting, mapName_, view_.get(), ppIReadAccessor); });
+        [&] { return NewAccessor<CReadAccessor>(counter, mapName_, view_.get(), ppIReadAccessor); });
 }
 
 HRESULT CTavlo::GetReadAccess(RECT*, double, IReadAccessor** ppIReadAccessor)
@@ -83,10 +83,10 @@ HRESULT CTavlo::GetReadAccess(RECT*, double, IReadAccessor** ppIReadAccessor)
 
 HRESULT CTavlo::GetWriteAccess(IWriteAccessor** ppIWriteAccessor)
 {
-    return GetWriteAccessFor(this, ppIWriteAccessor);
+    return GetWriteAccessCountedBy(this, ppIWriteAccessor);
 }
 
-HRESULT CTavlo::GetWriteAccessFor(ITavloInternal* counting, IWriteAccessor** ppIWriteAccessor)
+HRESULT CTavlo::GetWriteAccessCountedBy(ITavloInternal* counter, IWriteAccessor** ppIWriteAccessor)
 {
     if (ppIWriteAccessor == nullptr)
         return E_POINTER;
@@ -99,7 +99,7 @@ HRESULT CTavlo::GetWriteAccessFor(ITavloInternal* counting, IWriteAccessor** ppI
     if (access_ == Tavlo_SingleWriter && writers_ >= 1)
         return E_ACCESSDENIED;
     return Guarded(
-        [&] { return NewAccessor<CWriteAccessor>(counting, mapName_, view_.get(), ppIWriteAccessor); });
+        [&] { return NewAccessor<CWriteAccessor>(counter, mapName_, view_.get(), ppIWriteAccessor); });
 }
 
 HRESULT CTavlo::Clone(::TavloAccess access, ITavlo** ppITavlo)

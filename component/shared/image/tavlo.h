@@ -22,7 +22,7 @@ namespace Mardu::Sentel::Tavlo {
 /// accessors, which keep it alive, and counts them.
 class CTavlo final : private NonCopyable,
                      private LifeTimeLog<CTavlo>,
-                     public ComObject<ITavlo, Dispatch<ITavlo2>, ObjectSafety, ITavloInternal, IMarshal>
+                     public ComObject<ITavlo, Automation<ITavlo2>, ObjectSafety, ITavloInternal, IMarshal>
 {
 public:
     /// Not bound to a section: accessors are refused with E_PENDING.
@@ -70,9 +70,10 @@ public:
     STDMETHODIMP ReleaseMarshalData(IStream* stream) override;
     STDMETHODIMP DisconnectObject(DWORD reserved) override;
 
-    /// Accessors that count on another image than this one, which a proxy needs.
-    HRESULT GetReadAccessFor(ITavloInternal* counting, IReadAccessor** ppIReadAccessor);
-    HRESULT GetWriteAccessFor(ITavloInternal* counting, IWriteAccessor** ppIWriteAccessor);
+    /// Accessors of this image's pixels that another object counts and keeps alive: a proxy, for
+    /// those of its local copy.
+    HRESULT GetReadAccessCountedBy(ITavloInternal* counter, IReadAccessor** ppIReadAccessor);
+    HRESULT GetWriteAccessCountedBy(ITavloInternal* counter, IWriteAccessor** ppIWriteAccessor);
 
 private:
     ComPtr<CTavlo> NewClone(::TavloAccess access);

@@ -9,7 +9,7 @@
 namespace Mardu::Sentel::Tavlo {
 
 /// Makes images in new sections and adopts existing sections as images. It has no state.
-class CTavloFactory final : public ComObject<Dispatch<ITavloFactory2>, ITavloFactory, ObjectSafety>
+class CTavloFactory final : public ComObject<Automation<ITavloFactory2>, ITavloFactory, ObjectSafety>
 {
 public:
     STDMETHODIMP Create(ITavloDescriptor2* pIDescriptor, ::TavloAccess access, ITavlo2** ppITavlo) override;

@@ -13,7 +13,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -26,23 +25,7 @@ namespace {
 void UseNamespace()
 {
     CountInto(L"Tavlo-test-lookup-" + std::to_wstring(GetCurrentProcessId()));
-    static const PrivateNamespaceApi api = DirectoryNamespaceApi();
-    static const std::map<std::string, void*> functions = {
-        {"CreateBoundaryDescriptorW", reinterpret_cast<void*>(api.createBoundaryDescriptor)},
-        {"DeleteBoundaryDescriptor", reinterpret_cast<void*>(api.deleteBoundaryDescriptor)},
-        {"AddSIDToBoundaryDescriptor", reinterpret_cast<void*>(api.addSidToBoundaryDescriptor)},
-        {"CreatePrivateNamespaceW", reinterpret_cast<void*>(api.createPrivateNamespace)},
-        {"OpenPrivateNamespaceW", reinterpret_cast<void*>(api.openPrivateNamespace)},
-        {"ClosePrivateNamespace", reinterpret_cast<void*>(api.closePrivateNamespace)},
-    };
-    static decltype(GetProcAddress)* original = nullptr;
-    const ReplacedImport<decltype(GetProcAddress)> withNamespaces(
-        "GetProcAddress", [](HMODULE library, LPCSTR name) -> FARPROC {
-            const auto found = functions.find(name);
-            return found != functions.end() ? reinterpret_cast<FARPROC>(found->second)
-                                            : original(library, name);
-        });
-    original = withNamespaces.Original();
+    const FoundNamespaceFunctions withNamespaces(DirectoryNamespaceApi());
     static_cast<void>(SectionNamePrefix());
 }
 

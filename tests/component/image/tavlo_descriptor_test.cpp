@@ -1,4 +1,5 @@
 #include "tests/component/component_test.h"
+#include "tests/component/outer_object.h"
 
 #include <array>
 #include <functional>
@@ -393,42 +394,13 @@ TEST(Descriptors, AreSafeForScripts)
     }
 }
 
-namespace {
-
-/// An outer object that aggregates a descriptor.
-class Outer final : public IUnknown
-{
-public:
-    explicit Outer(REFCLSID clsid)
-    {
-        EXPECT_HR(S_OK, CoCreateInstance(clsid, this, CLSCTX_INPROC_SERVER, IID_IUnknown,
-                                         reinterpret_cast<void**>(inner.GetAddressOf())));
-    }
-
-    STDMETHODIMP QueryInterface(REFIID iid, void** result) override
-    {
-        if (!IsEqualIID(iid, IID_IUnknown))
-            return inner->QueryInterface(iid, result);
-        *result = this;
-        AddRef();
-        return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++count; }
-    STDMETHODIMP_(ULONG) Release() override { return --count; }
-
-    ULONG count = 1;
-    ComPtr<IUnknown> inner;
-};
-
-} // namespace
-
 TEST(Descriptors, WorkAsAPartOfAnotherObject)
 {
-    Outer outer(CLSID_TavloDescriptor2);
+    OuterObject outer(CLSID_TavloDescriptor2);
     {
         ComPtr<ITavloDescriptor2> descriptor;
         ASSERT_HR(S_OK, outer.QueryInterface(IID_PPV_ARGS(&descriptor)));
-        EXPECT_EQ(outer.count, 2u) << "an interface counts on the outer object";
+        EXPECT_EQ(outer.count, 2u) << "an interface is counted by the outer object";
         descriptor->put_Encoding(Tavlo_Float);
         EXPECT_EQ(Read(descriptor.Get()).bits, 32);
         ComPtr<IUnknown> identity;
@@ -440,7 +412,7 @@ TEST(Descriptors, WorkAsAPartOfAnotherObject)
 
 TEST(Descriptors, AreOnlyAggregatedThroughIUnknown)
 {
-    Outer outer(CLSID_TavloDescriptor);
+    OuterObject outer(CLSID_TavloDescriptor);
     ITavloDescriptor* descriptor = reinterpret_cast<ITavloDescriptor*>(1);
     EXPECT_HR(CLASS_E_NOAGGREGATION,
               CoCreateInstance(CLSID_TavloDescriptor, &outer, CLSCTX_INPROC_SERVER, IID_ITavloDescriptor,

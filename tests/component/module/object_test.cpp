@@ -1,6 +1,7 @@
 #include "module/object.h"
 
 #include "module/error.h"
+#include "tests/component/outer_object.h"
 
 #include <gtest/gtest.h>
 
@@ -48,26 +49,6 @@ class Unborn : public Thing
 {
 public:
     Unborn() { throw std::runtime_error("no more of these"); }
-};
-
-/// An object that another one is part of. It answers for IUnknown itself and asks the
-/// inner object for the rest.
-class OuterObject : public IUnknown
-{
-public:
-    STDMETHODIMP QueryInterface(REFIID iid, void** result) override
-    {
-        if (!IsEqualIID(iid, IID_IUnknown))
-            return inner->QueryInterface(iid, result);
-        *result = this;
-        AddRef();
-        return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++count; }
-    STDMETHODIMP_(ULONG) Release() override { return --count; }
-
-    ULONG count = 1;
-    ComPtr<IUnknown> inner;
 };
 
 ComPtr<IUnknown> UnknownOf(IUnknown* object)

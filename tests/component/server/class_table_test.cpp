@@ -1,6 +1,7 @@
 // The rules of QueryInterface, of class factories and of object safety, for every class
 // of the component alike.
 #include "tests/component/events/reflector_test.h"
+#include "tests/component/outer_object.h"
 #include "tests/component/server/component_classes.h"
 
 #include "SentelCommon.h"
@@ -8,34 +9,6 @@
 #include <algorithm>
 
 namespace {
-
-/// An outer object that consists of an object of the component and nothing else.
-class Outer final : public IUnknown
-{
-public:
-    explicit Outer(REFCLSID clsid)
-    {
-        EXPECT_HR(S_OK, CoCreateInstance(clsid, this, CLSCTX_INPROC_SERVER, IID_IUnknown,
-                                         reinterpret_cast<void**>(inner.GetAddressOf())));
-    }
-
-    STDMETHODIMP QueryInterface(REFIID iid, void** result) override
-    {
-        if (!IsEqualIID(iid, IID_IUnknown))
-            return inner->QueryInterface(iid, result);
-        if (result == nullptr)
-            return E_POINTER;
-        *result = this;
-        AddRef();
-        return S_OK;
-    }
-
-    STDMETHODIMP_(ULONG) AddRef() override { return ++count; }
-    STDMETHODIMP_(ULONG) Release() override { return --count; }
-
-    ULONG count = 1;
-    ComPtr<IUnknown> inner;
-};
 
 ComPtr<IUnknown> Query(IUnknown* object, REFIID iid)
 {
@@ -119,9 +92,9 @@ TEST_P(EveryClass, IsOneObjectThroughAllItsInterfaces)
 
 TEST_P(EveryClass, IsOneObjectWithItsOuterOne)
 {
-    Outer outer(GetParam().clsid);
+    OuterObject outer(GetParam().clsid);
     ExpectOneObject(GetParam(), &outer, &outer);
-    EXPECT_EQ(outer.count, 1u) << "its interfaces count on the outer object";
+    EXPECT_EQ(outer.count, 1u) << "its interfaces are counted by the outer object";
     EXPECT_NE(outer.inner.Get(), static_cast<IUnknown*>(&outer));
     EXPECT_EQ(Query(outer.inner.Get(), IID_IUnknown).Get(), outer.inner.Get())
         << "the outer object keeps this one";
@@ -129,7 +102,7 @@ TEST_P(EveryClass, IsOneObjectWithItsOuterOne)
 
 TEST_P(EveryClass, KeepsNoReferenceToItsOuterObject)
 {
-    Outer outer(GetParam().clsid);
+    OuterObject outer(GetParam().clsid);
     EXPECT_EQ(outer.count, 1u);
     const ComPtr<IUnknown> published = Query(outer.inner.Get(), GetParam().interfaces.front().iid);
     EXPECT_EQ(outer.count, 2u);
@@ -170,7 +143,7 @@ TEST_P(EveryClass, IsMadeThroughAnyOfItsInterfaces)
 TEST_P(EveryClass, IsAggregatedThroughIUnknownOnly)
 {
     const auto factory = FactoryOf(GetParam());
-    Outer outer(GetParam().clsid);
+    OuterObject outer(GetParam().clsid);
     for (const NamedInterface& published : GetParam().interfaces) {
         void* object = &object;
         EXPECT_HR(CLASS_E_NOAGGREGATION, factory->CreateInstance(&outer, published.iid, &object))

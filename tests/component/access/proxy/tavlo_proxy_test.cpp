@@ -120,7 +120,7 @@ TEST_F(ControlledProxy, FetchesNothingToBeWritten)
 
 TEST_F(ControlledProxy, KeepsWritesLocal)
 {
-    // Room for a second writer, which counts on the proxy.
+    // Room for a second writer, which the proxy counts.
     ComPtr<ITavloInternal> internal;
     ASSERT_HR(S_OK, proxy.As(&internal));
     ASSERT_HR(S_OK, internal->ReleaseWriter());

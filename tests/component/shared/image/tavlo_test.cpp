@@ -199,7 +199,11 @@ TEST(Image, ClonesItsBytes)
         ComPtr<IReadAccessor> reader;
         ASSERT_HR(S_OK, clone->GetReadAccess(nullptr, 1.0, &reader));
         EXPECT_NE(reader->Ptr(0), writer->Ptr(0));
-        EXPECT_EQ(std::memcmp(reader->Ptr(0), writer->Ptr(0), 20), 0);
+        const auto bytes = [](void* first) {
+            const auto* begin = static_cast<const std::uint8_t*>(first);
+            return std::vector<std::uint8_t>(begin, begin + 20);
+        };
+        EXPECT_EQ(bytes(reader->Ptr(0)), bytes(writer->Ptr(0)));
         ComPtr<IWriteAccessor> cloneWriter;
         EXPECT_HR(access == Tavlo_ReadOnly ? E_ACCESSDENIED : S_OK, clone->GetWriteAccess(&cloneWriter));
         ComPtr<IWriteAccessor> second;
