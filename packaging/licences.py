@@ -4,6 +4,7 @@ for each library, from the packages that the libraries come from.
 
 Debian's own descriptions are shortened to what is compiled in.
 """
+import functools
 import pathlib
 import re
 import subprocess
@@ -67,8 +68,8 @@ def gcc_text():
 
 @dataclass
 class Library:
-    """Its name as the guide has it, the licence's, places that its files are compiled or linked from, and
-    how its version and text are found."""
+    """Its name as the guide has it, the licence's, what its files are compiled or linked from (a folder, a
+    file or a package), and how its version and text are found."""
     title: str
     licence: str
     places: tuple
@@ -103,7 +104,7 @@ LIBRARIES = {
         lambda: read(CACHE / "libpng/LICENSE")),
     "mingw-w64": Library(
         "mingw-w64's run-time library", "Zope Public License 2.1, parts in the public domain and others",
-        (MINGW,), lambda: version_of("mingw-w64-x86-64-dev"), lambda: copyright_of("mingw-w64-x86-64-dev")),
+        ("mingw-w64-x86-64-dev",), lambda: version_of("mingw-w64-x86-64-dev"), lambda: copyright_of("mingw-w64-x86-64-dev")),
     "winpthreads": Library(
         "mingw-w64's winpthreads", "MIT, parts BSD, 3 clauses",
         (MINGW / "lib/libpthread.a", MINGW / "lib/libwinpthread.a"),
@@ -111,17 +112,24 @@ LIBRARIES = {
         lambda: shortened("mingw-w64-x86-64-dev", *(f"mingw-w64-libraries/winpthreads/{part}" for part in (
             "*", "include/pthread.h", "src/clock.c", "src/libgcc/dll_math.c")))),
     "zlib": Library(
-        "zlib", "zlib", (MINGW / "lib/libz.a",),
+        "zlib", "zlib", ("libz-mingw-w64-dev",),
         lambda: version_of("libz-mingw-w64-dev"),
         lambda: shortened("libz-mingw-w64-dev", "*")),
 }
 
 
+@functools.cache
+def package_of(path):
+    told = subprocess.run(["dpkg-query", "-S", path], capture_output=True, text=True, check=False)
+    return told.stdout.split(":")[0]
+
+
 def holder(path):
     """The library that a file or folder outside of ours belongs to; None, when nobody claims it."""
-    claims = [(len(str(place)), name) for name, library in LIBRARIES.items() for place in library.places
-              if str(path).startswith(str(place))]
-    return max(claims, default=(0, None))[1]
+    for name, library in LIBRARIES.items():
+        if any(path.is_relative_to(place) for place in library.places if isinstance(place, pathlib.Path)):
+            return name
+    return next((name for name, library in LIBRARIES.items() if package_of(path) in library.places), None)
 
 
 def main(folder):

@@ -75,9 +75,10 @@ class Licences(unittest.TestCase):
     def test_every_library_has_its_text_and_no_other(self):
         self.assertEqual(set(self.texts), {f"{name}.txt" for name in set().union(*self.contents.values())})
         for name, library in LIBRARIES.items():
-            first, *rest = self.package.read(self.texts[f"{name}.txt"]).decode().splitlines()
+            first, *rest = self.package.read(self.texts[f"{name}.txt"]).decode().split("\r\n")
             self.assertEqual(first, f"{library.title} {library.version()}")
             self.assertGreater(len(rest), 15, name)
+            self.assertNotIn("\n", "".join(rest), name)
 
     def test_the_guide_names_every_library(self):
         page = (SOURCES / "docs/licences.md").read_text(encoding="utf-8")
