@@ -60,6 +60,8 @@ public:
     }
 
     /// In the read accessor's table only; its interface does not expose it.
+    // NOLINTNEXTLINE(modernize-use-override, clang-diagnostic-inconsistent-missing-override): in one instance
+    // only
     virtual HRESULT STDMETHODCALLTYPE Invalidate(RECT* pDirty)
     {
         // A handler may release this accessor's last reference.

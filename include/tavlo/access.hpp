@@ -73,7 +73,7 @@ inline void require_within(std::span<const descriptor> channels, const void* bas
             throw error(E_INVALIDARG, operation, L"its geometry reaches outside its memory");
 }
 
-[[noreturn]] inline void refuse_view(const descriptor& channel, std::wstring reason)
+[[noreturn]] inline void refuse_view(const descriptor& channel, const std::wstring& reason)
 {
     const std::string name = encoding_name(channel.encoding);
     throw error(DISP_E_TYPEMISMATCH, "view the pixels",

@@ -82,7 +82,7 @@ private:
     const std::wstring mapName_;
     const UniqueHandle mapping_;
     const SharedView view_;
-    const ImageLayout layout_;
+    const ImageLayout layout_ = {};
     const ::TavloAccess access_ = Tavlo_ReadOnly;
     std::atomic<std::int32_t> readers_ = 0;
     std::atomic<std::int32_t> writers_ = 0;
