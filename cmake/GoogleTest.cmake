@@ -34,9 +34,9 @@ function(tavlo_tests target)
   tavlo_discover_tests(${target} "" PROPERTIES TIMEOUT 300 ${ARGN})
 endfunction()
 
-# Cases that leave nothing behind in their process. Under Wine, where starting a program costs
-# more than most of them and is what fails most, some processes share them: as many as SHARDS
-# says. PREFIX, FILTER and VARIABLES make further runs of one program; arguments before them
+# Cases that leave nothing behind in their process. Where there are hundreds, and under Wine, where
+# starting a program costs more than most of them and is what fails most, some processes share them:
+# as many as SHARDS says, one under Wine when it says nothing. PREFIX, FILTER and VARIABLES make further runs of one program; arguments before them
 # are properties of its tests.
 function(tavlo_stateless_tests target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "PREFIX;FILTER;SHARDS" "VARIABLES")
@@ -44,17 +44,21 @@ function(tavlo_stateless_tests target)
   if(NOT arg_FILTER)
     set(arg_FILTER *)
   endif()
-  if(NOT arg_SHARDS)
-    set(arg_SHARDS 1)
-  endif()
-  if(NOT WIN32)
+  if(NOT WIN32 AND NOT arg_SHARDS)
     tavlo_discover_tests(${target} "${arg_PREFIX}" TEST_FILTER ${arg_FILTER}
       PROPERTIES TIMEOUT 300 ENVIRONMENT "${arg_VARIABLES}" ${arg_UNPARSED_ARGUMENTS})
     return()
   endif()
+  if(NOT arg_SHARDS)
+    set(arg_SHARDS 1)
+  endif()
+  set(platform host)
+  if(WIN32)
+    set(platform windows)
+  endif()
   foreach(shard RANGE 1 ${arg_SHARDS})
     math(EXPR index "${shard} - 1")
-    set(name windows/${arg_PREFIX}${target})
+    set(name ${platform}/${arg_PREFIX}${target})
     if(arg_SHARDS GREATER 1)
       string(APPEND name /${shard})
     endif()
