@@ -1,9 +1,9 @@
-#include "client/apartment.h"
-#include "client/commands.h"
-#include "client/failure.h"
-#include "client/print.h"
-#include "client/terminal.h"
-#include "client/text.h"
+#include "client/command_line/print.h"
+#include "client/command_line/terminal.h"
+#include "client/commands/commands.h"
+#include "client/foundation/component_errors.h"
+#include "client/foundation/failure.h"
+#include "client/foundation/utf16.h"
 
 #include <windows.h>
 
@@ -49,17 +49,17 @@ ExitCode Fail(const std::exception& failure, HRESULT result, bool isJson)
     return Failed;
 }
 
-ExitCode Run(const Action& action, const Manner& manner)
+ExitCode Run(const Action& action, const OutputMode& mode)
 {
     try {
         // Where every image and accessor is at home.
-        const Apartment apartment(COINIT_MULTITHREADED);
-        action(Console(manner, Print, TerminalSink()));
+        const auto apartment = EnterApartment(COINIT_MULTITHREADED);
+        action(Console(mode, Print, TerminalSink()));
         return Done;
     } catch (const Failure& failure) {
-        return Fail(failure, failure.Result(), manner.isJson);
+        return Fail(failure, failure.Result(), mode.isJson);
     } catch (const std::exception& failure) {
-        return Fail(failure, S_OK, manner.isJson);
+        return Fail(failure, S_OK, mode.isJson);
     }
 }
 
@@ -67,17 +67,17 @@ ExitCode Main(std::span<wchar_t*> arguments)
 {
     std::vector<std::string> texts;
     for (const wchar_t* argument : arguments)
-        texts.push_back(Utf8(argument));
-    const auto wrong = std::ranges::find_if_not(arguments, IsUnicode);
+        texts.push_back(ToUtf8(argument));
+    const auto wrong = std::ranges::find_if_not(arguments, IsValidUtf16);
     if (wrong != arguments.end()) {
-        const std::string error = "tavlo: the argument '" + Utf8(*wrong) + "' is not Unicode";
+        const std::string error = "tavlo: the argument '" + ToUtf8(*wrong) + "' is not Unicode";
         std::fputs(ErrorText(error, {}, AsksForJson(texts)).c_str(), stderr);
         return WrongUsage;
     }
     const Invocation invocation =
         ReadCommandLine(texts, {commands, programManual, TAVLO_VERSION}, TerminalWidth());
     if (invocation.action)
-        return Run(invocation.action, invocation.manner);
+        return Run(invocation.action, invocation.mode);
     std::fputs(invocation.errors.c_str(), stderr);
     std::fputs(invocation.output.c_str(), stdout);
     return invocation.exitCode;

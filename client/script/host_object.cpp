@@ -1,9 +1,9 @@
 #include "client/script/host_object.h"
 
-#include "client/failure.h"
-#include "client/print.h"
+#include "client/command_line/print.h"
+#include "client/foundation/failure.h"
+#include "client/foundation/utf16.h"
 #include "client/script/script_host.h"
-#include "client/text.h"
 
 #include <algorithm>
 #include <iterator>
@@ -23,13 +23,13 @@ void Fill(EXCEPINFO* exception, const Failure& failure)
         return;
     *exception = {};
     exception->bstrSource = SysAllocString(L"tavlo");
-    exception->bstrDescription = SysAllocString(Wide(failure.what()).c_str());
+    exception->bstrDescription = SysAllocString(ToUtf16(failure.what()).c_str());
     exception->scode = failure.Result();
 }
 
 } // namespace
 
-const HostObject::Member HostObject::members[] = {
+const HostObject::Member HostObject::members_[] = {
     {L"Echo", 0, std::numeric_limits<std::size_t>::max(), &HostObject::Echo},
     {L"Sleep", 1, 1, &HostObject::Sleep},
     {L"Quit", 0, 1, &HostObject::Quit},
@@ -52,8 +52,8 @@ STDMETHODIMP HostObject::GetTypeInfo(UINT, LCID, ITypeInfo**)
 STDMETHODIMP HostObject::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* found)
 {
     std::fill_n(found, count, DISPID_UNKNOWN);
-    for (std::size_t i = 0; count == 1 && i < std::size(members); ++i) {
-        if (IsSameName(names[0], members[i].name)) {
+    for (std::size_t i = 0; count == 1 && i < std::size(members_); ++i) {
+        if (IsSameName(names[0], members_[i].name)) {
             *found = static_cast<DISPID>(i + 1);
             return S_OK;
         }
@@ -64,9 +64,10 @@ STDMETHODIMP HostObject::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID
 STDMETHODIMP HostObject::Invoke(DISPID member, REFIID, LCID, WORD flags, DISPPARAMS* parameters,
                                 VARIANT* result, EXCEPINFO* exception, UINT*)
 {
-    if (member < 1 || static_cast<std::size_t>(member) > std::size(members) || (flags & DISPATCH_METHOD) == 0)
+    if (member < 1 || static_cast<std::size_t>(member) > std::size(members_) ||
+        (flags & DISPATCH_METHOD) == 0)
         return DISP_E_MEMBERNOTFOUND;
-    const Member& called = members[member - 1];
+    const Member& called = members_[member - 1];
     if (parameters->cArgs < called.fewest || parameters->cArgs > called.most)
         return DISP_E_BADPARAMCOUNT;
     try {
@@ -96,7 +97,7 @@ void HostObject::Echo(const Arguments& texts, VARIANT*)
     std::wstring line;
     for (const Variant& text : texts)
         line += (&text == &texts.front() ? L"" : L" ") + text.Text();
-    Print(Utf8(line) + "\n");
+    Print(ToUtf8(line) + "\n");
 }
 
 void HostObject::Sleep(const Arguments& milliseconds, VARIANT*)
@@ -112,17 +113,18 @@ void HostObject::Quit(const Arguments& code, VARIANT*)
 void HostObject::CreateObject(const Arguments& nameAndPrefix, VARIANT* result)
 {
     const std::wstring name = nameAndPrefix[0].Text();
-    const std::string purpose = "create the object '" + Utf8(name) + "'";
+    const std::string purpose = "create the object '" + ToUtf8(name) + "'";
     CLSID identifier;
     Check(CLSIDFromProgID(name.c_str(), &identifier), purpose);
-    ComPtr<IDispatch> object;
-    Check(CoCreateInstance(identifier, nullptr, CLSCTX_SERVER, IID_PPV_ARGS(&object)), purpose);
+    tavlo::com_ptr<IDispatch> object;
+    Check(CoCreateInstance(identifier, nullptr, CLSCTX_SERVER, IID_PPV_ARGS(object.put())), purpose);
     if (nameAndPrefix.size() > 1)
         events_.emplace_back(host_, object, nameAndPrefix[1].Text());
     if (result != nullptr) {
         VariantInit(result);
         result->vt = VT_DISPATCH;
-        result->pdispVal = object.Detach();
+        result->pdispVal = object.get();
+        result->pdispVal->AddRef();
     }
 }
 
@@ -133,8 +135,8 @@ void HostObject::ConnectObject(const Arguments& objectAndPrefix, VARIANT*)
 
 void HostObject::DisconnectObject(const Arguments& object, VARIANT*)
 {
-    const ComPtr<IDispatch> source = object[0].Object();
-    events_.remove_if([&](const ScriptEvents& events) { return events.Source() == source.Get(); });
+    const tavlo::com_ptr<IDispatch> source = object[0].Object();
+    events_.remove_if([&](const ScriptEvents& events) { return events.Source() == source.get(); });
 }
 
 } // namespace Mardu::Sentel::Tavlo::Client

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "client/com_object.h"
-#include "client/component.h"
+#include "client/foundation/com_object.h"
+#include "client/foundation/component_errors.h"
 #include "client/script/script_events.h"
 #include "client/script/variant.h"
 
@@ -47,7 +47,7 @@ private:
         std::size_t most;
         void (HostObject::*call)(const Arguments& arguments, VARIANT* result);
     };
-    static const Member members[];
+    static const Member members_[];
 
     ScriptHost& host_;
     std::list<ScriptEvents> events_;

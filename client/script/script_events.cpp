@@ -1,7 +1,7 @@
 #include "client/script/script_events.h"
 
-#include "client/com_object.h"
-#include "client/failure.h"
+#include "client/foundation/com_object.h"
+#include "client/foundation/failure.h"
 #include "client/script/script_host.h"
 #include "client/script/variant.h"
 
@@ -27,43 +27,43 @@ TypeFacts FactsOf(ITypeInfo& type)
 }
 
 /// What a class implements with exactly these flags; null when it implements nothing so.
-ComPtr<ITypeInfo> Implemented(ITypeInfo& type, INT wanted)
+tavlo::com_ptr<ITypeInfo> Implemented(ITypeInfo& type, INT wanted)
 {
     const TypeFacts facts = FactsOf(type);
     if (facts.kind != TKIND_COCLASS)
-        return nullptr;
+        return {};
     for (UINT i = 0; i < facts.implemented; ++i) {
         INT flags = 0;
         HREFTYPE reference = 0;
-        ComPtr<ITypeInfo> implemented;
+        tavlo::com_ptr<ITypeInfo> implemented;
         Check(type.GetImplTypeFlags(i, &flags), purpose);
         if (flags != wanted)
             continue;
         Check(type.GetRefTypeOfImplType(i, &reference), purpose);
-        Check(type.GetRefTypeInfo(reference, &implemented), purpose);
+        Check(type.GetRefTypeInfo(reference, implemented.put()), purpose);
         return implemented;
     }
-    return nullptr;
+    return {};
 }
 
 /// The default source of the class whose default interface the object shows.
-ComPtr<ITypeInfo> DefaultSourceOf(IDispatch& object)
+tavlo::com_ptr<ITypeInfo> DefaultSourceOf(IDispatch& object)
 {
-    ComPtr<ITypeInfo> own;
-    Check(object.GetTypeInfo(0, LOCALE_USER_DEFAULT, &own), purpose);
-    const IID shown = FactsOf(*own.Get()).identifier;
-    ComPtr<ITypeLib> library;
+    tavlo::com_ptr<ITypeInfo> own;
+    Check(object.GetTypeInfo(0, LOCALE_USER_DEFAULT, own.put()), purpose);
+    const IID shown = FactsOf(*own.get()).identifier;
+    tavlo::com_ptr<ITypeLib> library;
     UINT index = 0;
-    Check(own->GetContainingTypeLib(&library, &index), purpose);
+    Check(own->GetContainingTypeLib(library.put(), &index), purpose);
     for (UINT i = 0; i < library->GetTypeInfoCount(); ++i) {
-        ComPtr<ITypeInfo> type;
-        Check(library->GetTypeInfo(i, &type), purpose);
-        const ComPtr<ITypeInfo> interface_ = Implemented(*type.Get(), IMPLTYPEFLAG_FDEFAULT);
-        if (interface_.Get() == nullptr || !IsEqualIID(FactsOf(*interface_.Get()).identifier, shown))
+        tavlo::com_ptr<ITypeInfo> type;
+        Check(library->GetTypeInfo(i, type.put()), purpose);
+        const tavlo::com_ptr<ITypeInfo> interface_ = Implemented(*type.get(), IMPLTYPEFLAG_FDEFAULT);
+        if (!interface_ || !IsEqualIID(FactsOf(*interface_.get()).identifier, shown))
             continue;
-        const ComPtr<ITypeInfo> source =
-            Implemented(*type.Get(), IMPLTYPEFLAG_FDEFAULT | IMPLTYPEFLAG_FSOURCE);
-        if (source.Get() != nullptr)
+        const tavlo::com_ptr<ITypeInfo> source =
+            Implemented(*type.get(), IMPLTYPEFLAG_FDEFAULT | IMPLTYPEFLAG_FSOURCE);
+        if (source)
             return source;
     }
     throw Failure(E_NOINTERFACE, purpose, "its class has none");
@@ -73,10 +73,10 @@ ComPtr<ITypeInfo> DefaultSourceOf(IDispatch& object)
 class Sink final : public ComObject<IDispatch>
 {
 public:
-    Sink(ScriptHost& host, ComPtr<ITypeInfo> events, std::wstring prefix)
+    Sink(ScriptHost& host, tavlo::com_ptr<ITypeInfo> events, std::wstring prefix)
         : host_(&host),
           events_(std::move(events)),
-          identifier_(FactsOf(*events_.Get()).identifier),
+          identifier_(FactsOf(*events_.get()).identifier),
           prefix_(std::move(prefix))
     {
     }
@@ -107,23 +107,23 @@ protected:
     }
 
 private:
-    ComPtr<ScriptHost> host_;
-    ComPtr<ITypeInfo> events_;
+    tavlo::com_ptr<ScriptHost> host_;
+    tavlo::com_ptr<ITypeInfo> events_;
     IID identifier_;
     std::wstring prefix_;
 };
 
 } // namespace
 
-ScriptEvents::ScriptEvents(ScriptHost& host, ComPtr<IDispatch> source, std::wstring prefix)
+ScriptEvents::ScriptEvents(ScriptHost& host, tavlo::com_ptr<IDispatch> source, std::wstring prefix)
     : source_(std::move(source))
 {
-    const ComPtr<ITypeInfo> events = DefaultSourceOf(*source_.Get());
-    ComPtr<IConnectionPointContainer> container;
-    Check(source_.As(&container), purpose);
-    Check(container->FindConnectionPoint(FactsOf(*events.Get()).identifier, &point_), purpose);
-    const ComPtr<Sink> sink(new Sink(host, events, std::move(prefix)));
-    Check(point_->Advise(sink.Get(), &cookie_), purpose);
+    const tavlo::com_ptr<ITypeInfo> events = DefaultSourceOf(*source_.get());
+    tavlo::com_ptr<IConnectionPointContainer> container;
+    Check(source_->QueryInterface(IID_PPV_ARGS(container.put())), purpose);
+    Check(container->FindConnectionPoint(FactsOf(*events.get()).identifier, point_.put()), purpose);
+    const tavlo::com_ptr<Sink> sink(new Sink(host, events, std::move(prefix)));
+    Check(point_->Advise(sink.get(), &cookie_), purpose);
 }
 
 ScriptEvents::~ScriptEvents()

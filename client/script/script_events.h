@@ -1,6 +1,6 @@
 #pragma once
 
-#include "client/component.h"
+#include "client/foundation/component_errors.h"
 
 #include <ocidl.h>
 
@@ -17,16 +17,16 @@ class ScriptEvents
 {
 public:
     /// host outlives this object.
-    ScriptEvents(ScriptHost& host, ComPtr<IDispatch> source, std::wstring prefix);
+    ScriptEvents(ScriptHost& host, tavlo::com_ptr<IDispatch> source, std::wstring prefix);
     ~ScriptEvents();
     ScriptEvents(const ScriptEvents&) = delete;
     ScriptEvents& operator=(const ScriptEvents&) = delete;
 
-    IDispatch* Source() const noexcept { return source_.Get(); }
+    IDispatch* Source() const noexcept { return source_.get(); }
 
 private:
-    ComPtr<IDispatch> source_;
-    ComPtr<IConnectionPoint> point_;
+    tavlo::com_ptr<IDispatch> source_;
+    tavlo::com_ptr<IConnectionPoint> point_;
     DWORD cookie_ = 0;
 };
 

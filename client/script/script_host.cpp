@@ -1,8 +1,8 @@
 #include "client/script/script_host.h"
 
-#include "client/failure.h"
+#include "client/foundation/failure.h"
+#include "client/foundation/utf16.h"
 #include "client/script/variant.h"
-#include "client/text.h"
 
 #include <sstream>
 
@@ -15,8 +15,8 @@ ScriptError Take(EXCEPINFO& exception)
     if (exception.pfnDeferredFillIn != nullptr)
         exception.pfnDeferredFillIn(&exception);
     ScriptError error;
-    error.description = Utf8(TakeText(exception.bstrDescription));
-    error.source = Utf8(TakeText(exception.bstrSource));
+    error.description = ToUtf8(TakeText(exception.bstrDescription));
+    error.source = ToUtf8(TakeText(exception.bstrSource));
     SysFreeString(exception.bstrHelpFile);
     error.code = exception.scode != 0 ? exception.scode : E_FAIL;
     if (error.description.empty())
@@ -40,23 +40,23 @@ std::string ScriptError::Text() const
 
 ScriptHost::ScriptHost(const wchar_t* language)
 {
-    const std::string purpose = "start the script engine " + Utf8(language);
+    const std::string purpose = "start the script engine " + ToUtf8(language);
     CLSID engine;
     if (FAILED(CLSIDFromProgID(language, &engine)))
         throw Failure(REGDB_E_CLASSNOTREG, purpose, "it is not installed");
-    Check(CoCreateInstance(engine, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&engine_)), purpose);
+    Check(CoCreateInstance(engine, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(engine_.put())), purpose);
 }
 
 void ScriptHost::Add(const std::wstring& name, IDispatch& object)
 {
-    items_[name] = &object;
+    items_[name] = tavlo::com_ptr<IDispatch>(&object);
 }
 
 void ScriptHost::Run(const std::wstring& source)
 {
     constexpr std::string_view purpose = "start the script";
-    ComPtr<IActiveScriptParse> parser;
-    Check(engine_.As(&parser), purpose);
+    tavlo::com_ptr<IActiveScriptParse> parser;
+    Check(engine_->QueryInterface(IID_PPV_ARGS(parser.put())), purpose);
     Check(parser->InitNew(), purpose);
     Check(engine_->SetScriptSite(this), purpose);
     isRunning_ = true;
@@ -75,11 +75,11 @@ void ScriptHost::Run(const std::wstring& source)
 
 void ScriptHost::Call(const std::wstring& function, DISPPARAMS& arguments)
 {
-    ComPtr<IDispatch> script;
+    tavlo::com_ptr<IDispatch> script;
     DISPID member = DISPID_UNKNOWN;
     std::wstring name = function;
     LPOLESTR names = name.data();
-    if (IsEnding() || !engine_.Get() || FAILED(engine_->GetScriptDispatch(nullptr, &script)) ||
+    if (IsEnding() || !engine_ || FAILED(engine_->GetScriptDispatch(nullptr, script.put())) ||
         FAILED(script->GetIDsOfNames(IID_NULL, &names, 1, LOCALE_USER_DEFAULT, &member)))
         return;
     Variant result;
@@ -90,7 +90,7 @@ void ScriptHost::Call(const std::wstring& function, DISPPARAMS& arguments)
         if (hr != DISP_E_EXCEPTION)
             exception.scode = hr;
         ScriptError error = Take(exception);
-        error.description = Utf8(function) + ": " + error.description;
+        error.description = ToUtf8(function) + ": " + error.description;
         Report(std::move(error));
     }
 }
@@ -122,7 +122,7 @@ void ScriptHost::Close()
 {
     if (isRunning_)
         engine_->Close();
-    engine_.Reset();
+    engine_ = {};
     items_.clear();
 }
 
@@ -145,7 +145,7 @@ STDMETHODIMP ScriptHost::GetItemInfo(LPCOLESTR name, DWORD wanted, IUnknown** ob
         return S_OK;
     *object = nullptr;
     const auto item = items_.find(name);
-    return item == items_.end() ? TYPE_E_ELEMENTNOTFOUND : item->second.CopyTo(object);
+    return item == items_.end() ? TYPE_E_ELEMENTNOTFOUND : item->second->QueryInterface(IID_PPV_ARGS(object));
 }
 
 STDMETHODIMP ScriptHost::GetDocVersionString(BSTR*)

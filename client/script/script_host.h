@@ -1,7 +1,7 @@
 #pragma once
 
-#include "client/com_object.h"
-#include "client/component.h"
+#include "client/foundation/com_object.h"
+#include "client/foundation/component_errors.h"
 
 #include <activscp.h>
 
@@ -70,9 +70,9 @@ private:
     /// The first error counts: what follows may be its consequence.
     void Report(ScriptError error);
 
-    ComPtr<IActiveScript> engine_;
+    tavlo::com_ptr<IActiveScript> engine_;
     bool isRunning_ = false; ///< an engine without a site does not bear to be closed
-    std::map<std::wstring, ComPtr<IDispatch>> items_;
+    std::map<std::wstring, tavlo::com_ptr<IDispatch>> items_;
     std::optional<ScriptError> error_;
     std::optional<LONG> quit_;
 };

@@ -1,8 +1,8 @@
 #include "client/script/script_source.h"
 
-#include "client/failure.h"
-#include "client/handle.h"
-#include "client/text.h"
+#include "client/foundation/failure.h"
+#include "client/foundation/handle.h"
+#include "client/foundation/utf16.h"
 
 #include <array>
 #include <cstring>
@@ -44,7 +44,7 @@ std::wstring ScriptText(const std::string& bytes)
 
 std::wstring ReadScript(const std::wstring& file)
 {
-    const std::string purpose = "read the script '" + Utf8(file) + "'";
+    const std::string purpose = "read the script '" + ToUtf8(file) + "'";
     const HANDLE opened = CreateFileW(file.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                       FILE_ATTRIBUTE_NORMAL, nullptr);
     if (opened == INVALID_HANDLE_VALUE)

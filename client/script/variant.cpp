@@ -1,6 +1,6 @@
 #include "client/script/variant.h"
 
-#include "client/failure.h"
+#include "client/foundation/failure.h"
 
 namespace Mardu::Sentel::Tavlo::Client {
 
@@ -24,12 +24,12 @@ LONG Variant::Number() const
     return ChangedTo(VT_I4).value_.lVal;
 }
 
-ComPtr<IDispatch> Variant::Object() const
+tavlo::com_ptr<IDispatch> Variant::Object() const
 {
     const Variant object = ChangedTo(VT_DISPATCH);
     if (object.value_.pdispVal == nullptr)
         throw Failure(E_INVALIDARG, "read an argument", "an object is needed");
-    return object.value_.pdispVal;
+    return tavlo::com_ptr<IDispatch>(object.value_.pdispVal);
 }
 
 Variant Variant::ChangedTo(VARTYPE type) const

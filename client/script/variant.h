@@ -1,6 +1,6 @@
 #pragma once
 
-#include "client/component.h"
+#include "client/foundation/component_errors.h"
 
 #include <oleauto.h>
 
@@ -31,7 +31,7 @@ public:
     /// Conversions as the platform makes them; what has none is a Failure.
     std::wstring Text() const;
     LONG Number() const;
-    ComPtr<IDispatch> Object() const;
+    tavlo::com_ptr<IDispatch> Object() const;
 
 private:
     Variant ChangedTo(VARTYPE type) const;

@@ -1,6 +1,6 @@
 #include "client/view/bitmap.h"
 
-#include "client/failure.h"
+#include "client/foundation/failure.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "client/view/look.h"
+#include "client/view/drawing.h"
 #include "client/view/painter.h"
 
 #include <windows.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "client/view/area.h"
+#include "client/view/geometry.h"
 #include "client/view/pixel.h"
 
 #include <cstdint>

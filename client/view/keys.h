@@ -1,51 +1,39 @@
 #pragma once
 
+#include "client/view/navigation.h"
+#include "client/view/region_selection.h"
+#include "client/view/tone_control.h"
+
 #include <cstdint>
 #include <span>
-#include <string>
 #include <string_view>
 
 namespace Mardu::Sentel::Tavlo::Client::View {
 
-/// What a key does.
-enum class Task
+/// What keys do to the window itself.
+class WindowActions
 {
-    Fit,
-    OneToOne,
-    ZoomIn,
-    ZoomOut,
-    PanLeft,
-    PanRight,
-    PanUp,
-    PanDown,
-    ProbeLeft,
-    ProbeRight,
-    ProbeUp,
-    ProbeDown,
-    ProbeFarLeft,
-    ProbeFarRight,
-    ProbeFarUp,
-    ProbeFarDown,
-    MoreContrast,
-    LessContrast,
-    Brighter,
-    Darker,
-    GammaUp,
-    GammaDown,
-    SigmaUp,
-    SigmaDown,
-    NextRamp,
-    PreviousRamp,
-    TurnRamp,
-    AutomaticContrast,
-    FollowContrast,
-    Region,
-    Reset,
-    Panel,
-    FullScreen,
-    KeyList,
-    Cancel,
-    Close,
+public:
+    virtual void TogglePanel() = 0;
+    virtual void ToggleFullScreen() = 0;
+    virtual void ToggleKeyList() = 0;
+    /// Takes back what was begun last: a region, the list of keys, the full screen, a marked pixel.
+    virtual void Cancel() = 0;
+    virtual void Close() = 0;
+    /// The window's pixels for a length at 96 dots per inch.
+    virtual int Px(int length) const = 0;
+
+protected:
+    ~WindowActions() = default;
+};
+
+/// What keys act on.
+struct KeyTargets
+{
+    Navigation& navigation;
+    ToneControl& tone;
+    RegionSelection& region;
+    WindowActions& window;
 };
 
 /// Keys that are held with another one.
@@ -56,18 +44,18 @@ enum Modifier : std::uint32_t
     Control = 2,
 };
 
-/// A key, named by its virtual-key code, that does a task.
+/// A key, named by its virtual-key code, and what it does.
 struct Key
 {
     std::uint32_t code;
     std::uint32_t modifiers;
-    Task task;
+    void (*press)(const KeyTargets& on);
 };
 
 std::span<const Key> Keys() noexcept;
 
-/// Looks a key up; tells whether there is one.
-bool FindTask(std::uint32_t code, std::uint32_t modifiers, Task& task) noexcept;
+/// Null for a key that does nothing.
+const Key* FindKey(std::uint32_t code, std::uint32_t modifiers) noexcept;
 
 /// A line of the list of keys.
 struct KeyLine

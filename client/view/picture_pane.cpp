@@ -1,6 +1,6 @@
 #include "client/view/picture_pane.h"
 
-#include "client/text.h"
+#include "client/foundation/utf16.h"
 #include "client/view/keys.h"
 
 #include <windowsx.h>
@@ -10,9 +10,9 @@
 
 namespace Mardu::Sentel::Tavlo::Client::View {
 
-PicturePane::PicturePane(HWND parent, Scene& scene, const Look*& look, Converter& converter,
-                         PictureActions& actions)
-    : scene_(scene), look_(look), painter_(converter), actions_(actions)
+PicturePane::PicturePane(HWND parent, Scene& scene, const ScreenStyle& style, Converter& converter,
+                         const Controls& controls)
+    : scene_(scene), style_(style), painter_(converter), controls_(controls)
 {
     Create(L"TavloPicture", L"", WS_CHILD | WS_VISIBLE | WS_CLIPSIBLINGS, 0, parent);
     SetClassLongPtrW(Handle(), GCLP_HCURSOR, reinterpret_cast<LONG_PTR>(LoadCursorW(nullptr, IDC_CROSS)));
@@ -68,7 +68,7 @@ void PicturePane::DrawMarks(HDC dc) const
         InflateRect(&pixel, 1, 1);
         const LONG middleX = (pixel.left + pixel.right) / 2;
         const LONG middleY = (pixel.top + pixel.bottom) / 2;
-        const LONG arm = look_->Px(8);
+        const LONG arm = style_.Px(8);
         for (const LONG wide : {1, 0}) {
             const std::uint32_t color = wide != 0 ? Painter::background : Color::accent;
             FillBox(dc, {middleX - wide, pixel.top - arm, middleX + 1 + wide, pixel.top}, color);
@@ -83,15 +83,15 @@ void PicturePane::DrawMarks(HDC dc) const
 void PicturePane::DrawKeyList(HDC dc) const
 {
     const auto lines = KeyLines();
-    const LONG row = look_->Px(21);
-    const LONG edge = look_->Px(20);
-    const LONG keys = look_->Px(210);
+    const LONG row = style_.Px(21);
+    const LONG edge = style_.Px(20);
+    const LONG keys = style_.Px(210);
     const Size window = scene_.viewport.Window();
     // What is left for the effects; in a narrow window the mouse goes first.
-    LONG mouse = look_->Px(170);
-    if (window.width < keys + mouse + look_->Px(330) + 2 * edge)
+    LONG mouse = style_.Px(170);
+    if (window.width < keys + mouse + style_.Px(330) + 2 * edge)
         mouse = 0;
-    const LONG effect = std::min<LONG>(look_->Px(330), window.width - keys - mouse - 2 * edge);
+    const LONG effect = std::min<LONG>(style_.Px(330), window.width - keys - mouse - 2 * edge);
     const LONG width = keys + mouse + effect + 2 * edge;
     const LONG height = row * static_cast<LONG>(lines.size() + 1) + row / 2 + 2 * edge;
     const LONG left = std::max<LONG>((window.width - width) / 2, 0);
@@ -100,16 +100,16 @@ void PicturePane::DrawKeyList(HDC dc) const
     FrameBox(dc, {left, y, left + width, y + height}, Color::accent);
     const LONG x = left + edge;
     y += edge;
-    const HGDIOBJ before = SelectObject(dc, look_->Bold());
-    DrawLine(dc, L"Keys", {x, y, x + keys, y + row}, Color::text);
-    DrawLine(dc, L"Mouse", {x + keys, y, x + keys + mouse, y + row}, Color::text);
-    SelectObject(dc, look_->Font());
+    const HGDIOBJ before = SelectObject(dc, style_.Bold());
+    DrawTextLine(dc, L"Keys", {x, y, x + keys, y + row}, Color::text);
+    DrawTextLine(dc, L"Mouse", {x + keys, y, x + keys + mouse, y + row}, Color::text);
+    SelectObject(dc, style_.Font());
     y += row * 3 / 2;
     for (const KeyLine& line : lines) {
-        DrawLine(dc, Wide(line.keys), {x, y, x + keys, y + row}, Color::accent);
-        DrawLine(dc, Wide(line.mouse), {x + keys, y, x + keys + mouse, y + row}, Color::dim);
-        DrawLine(dc, Wide(line.effect), {x + keys + mouse, y, x + keys + mouse + effect, y + row},
-                 Color::text);
+        DrawTextLine(dc, ToUtf16(line.keys), {x, y, x + keys, y + row}, Color::accent);
+        DrawTextLine(dc, ToUtf16(line.mouse), {x + keys, y, x + keys + mouse, y + row}, Color::dim);
+        DrawTextLine(dc, ToUtf16(line.effect), {x + keys + mouse, y, x + keys + mouse + effect, y + row},
+                     Color::text);
         y += row;
     }
     SelectObject(dc, before);
@@ -142,9 +142,9 @@ void PicturePane::OnButton(Drag drag, const Point& point)
     dragStart_ = dragLast_ = point;
     SetCapture(Handle());
     if (drag == Drag::Tone)
-        actions_.BeginTone();
+        controls_.tone.BeginDrag();
     if (drag == Drag::Region)
-        actions_.BeginRegion(point);
+        controls_.region.Begin(point);
 }
 
 void PicturePane::OnMove(const Point& point)
@@ -153,11 +153,12 @@ void PicturePane::OnMove(const Point& point)
     if (point == dragLast_ && drag_ != Drag::None)
         return;
     if (drag_ == Drag::Pan)
-        actions_.PanBy(point.x - dragLast_.x, point.y - dragLast_.y);
+        controls_.navigation.PanBy(point.x - dragLast_.x, point.y - dragLast_.y);
     if (drag_ == Drag::Tone)
-        actions_.DragTone(point.x - dragStart_.x, point.y - dragStart_.y);
+        controls_.tone.Drag((point.x - dragStart_.x) / style_.Scale(),
+                            (point.y - dragStart_.y) / style_.Scale());
     else
-        actions_.PointAt(point);
+        controls_.navigation.PointAt(point);
     dragLast_ = point;
 }
 
@@ -168,7 +169,7 @@ void PicturePane::EndDrag()
         return;
     ReleaseCapture();
     if (ended == Drag::Region)
-        actions_.EndRegion();
+        controls_.region.End();
 }
 
 LRESULT PicturePane::OnMessage(UINT message, WPARAM wParam, LPARAM lParam)
@@ -187,7 +188,7 @@ LRESULT PicturePane::OnMessage(UINT message, WPARAM wParam, LPARAM lParam)
         OnButton((wParam & MK_SHIFT) != 0 ? Drag::Region : Drag::Pan, point);
         return 0;
     case WM_LBUTTONDBLCLK:
-        actions_.Fit();
+        controls_.navigation.Fit();
         return 0;
     case WM_RBUTTONDOWN:
     case WM_RBUTTONDBLCLK:
@@ -202,14 +203,14 @@ LRESULT PicturePane::OnMessage(UINT message, WPARAM wParam, LPARAM lParam)
         return 0;
     case WM_CAPTURECHANGED:
         if (std::exchange(drag_, Drag::None) == Drag::Region)
-            actions_.DropRegion();
+            controls_.region.Drop();
         return 0;
     case WM_GETTEXT:
     case WM_GETTEXTLENGTH: {
         std::wstring text;
         if (scene_.hasKeyList) {
             for (const KeyLine& line : KeyLines())
-                text += Wide(line.keys) + L": " + Wide(line.effect) + L"\n";
+                text += ToUtf16(line.keys) + L": " + ToUtf16(line.effect) + L"\n";
         }
         return AnswerText(text, message, wParam, lParam);
     }

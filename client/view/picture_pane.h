@@ -2,36 +2,29 @@
 
 #include "client/view/bitmap.h"
 #include "client/view/painter.h"
+#include "client/view/region_selection.h"
 #include "client/view/scene.h"
+#include "client/view/screen_style.h"
 #include "client/view/window.h"
 
 #include <memory>
 
 namespace Mardu::Sentel::Tavlo::Client::View {
 
-/// What the mouse does to the picture.
-class PictureActions
-{
-public:
-    virtual void PointAt(const Point& point) = 0;
-    virtual void PanBy(std::int32_t dx, std::int32_t dy) = 0;
-    /// The way from where the right button was pressed, in window pixels.
-    virtual void BeginTone() = 0;
-    virtual void DragTone(std::int32_t dx, std::int32_t dy) = 0;
-    virtual void BeginRegion(const Point& point) = 0;
-    virtual void EndRegion() = 0;
-    virtual void DropRegion() = 0;
-    virtual void Fit() = 0;
-
-protected:
-    ~PictureActions() = default;
-};
-
-/// The part of the window that shows the picture.
+/// The part of the window that shows the picture, and takes the mouse on it.
 class PicturePane final : public Window
 {
 public:
-    PicturePane(HWND parent, Scene& scene, const Look*& look, Converter& converter, PictureActions& actions);
+    /// What the mouse acts on.
+    struct Controls
+    {
+        Navigation& navigation;
+        ToneControl& tone;
+        RegionSelection& region;
+    };
+
+    PicturePane(HWND parent, Scene& scene, const ScreenStyle& style, Converter& converter,
+                const Controls& controls);
 
     /// Takes in all of the image as it is now.
     void Repaint();
@@ -60,9 +53,9 @@ private:
     RECT WindowRect(const Rectangle& pixels) const;
 
     Scene& scene_;
-    const Look*& look_;
+    const ScreenStyle& style_;
     Painter painter_;
-    PictureActions& actions_;
+    Controls controls_;
     std::unique_ptr<Bitmap> picture_;
     std::unique_ptr<Bitmap> marked_;
     Drag drag_ = Drag::None;

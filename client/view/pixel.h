@@ -1,8 +1,8 @@
 #pragma once
 
-#include "client/descriptor.h"
-#include "client/sample_type.h"
-#include "client/statistics.h"
+#include "client/pictures/descriptor.h"
+#include "client/pictures/sample_type.h"
+#include "client/pictures/statistics.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,7 +1,7 @@
 #include "client/view/producer_watch.h"
 
-#include "client/failure.h"
-#include "client/unattended_thread.h"
+#include "client/foundation/failure.h"
+#include "client/foundation/unattended_thread.h"
 #include "client/view/messages.h"
 
 #include <array>
@@ -15,8 +15,8 @@ constexpr DWORD patience = 2000;
 /// Any call that goes to the image's process and back.
 bool Answers(ITavlo2& image) noexcept
 {
-    ComPtr<ITavloDescriptor2> descriptor;
-    return SUCCEEDED(image.get_Descriptor(&descriptor));
+    tavlo::com_ptr<ITavloDescriptor2> descriptor;
+    return SUCCEEDED(image.get_Descriptor(descriptor.put()));
 }
 
 } // namespace
@@ -24,8 +24,8 @@ bool Answers(ITavlo2& image) noexcept
 /// What the thread still needs when nobody waits for it any more.
 struct ProducerWatch::Shared
 {
-    ComPtr<ITavlo2> image;
-    ComPtr<ITavloEvents> handler;
+    tavlo::com_ptr<ITavlo2> image;
+    tavlo::com_ptr<ITavloEvents> handler;
     HWND window = nullptr;
     Handle stop;
     Handle process;
@@ -35,8 +35,8 @@ struct ProducerWatch::Shared
 ProducerWatch::ProducerWatch(ITavlo2& image, ITavloEvents& handler, DWORD process, HWND window)
     : shared_(std::make_shared<Shared>())
 {
-    shared_->image = &image;
-    shared_->handler = &handler;
+    shared_->image = tavlo::com_ptr<ITavlo2>(&image);
+    shared_->handler = tavlo::com_ptr<ITavloEvents>(&handler);
     shared_->window = window;
     shared_->stop.reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     shared_->done.reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
@@ -60,14 +60,14 @@ void ProducerWatch::Run(const std::shared_ptr<Shared>& shared) noexcept
     const std::array events = {shared->stop.get(), shared->process.get()};
     const DWORD count = shared->process ? 2 : 1;
     DWORD result = WAIT_TIMEOUT;
-    while (result == WAIT_TIMEOUT && Answers(*shared->image.Get()))
+    while (result == WAIT_TIMEOUT && Answers(*shared->image.get()))
         result = WaitForMultipleObjects(count, events.data(), FALSE, period);
     if (result == WAIT_OBJECT_0)
-        shared->image->Unsubscribe(shared->handler.Get());
+        shared->image->Unsubscribe(shared->handler.get());
     else
         PostMessageW(shared->window, ProducerClosed, 0, 0);
-    shared->handler.Reset();
-    shared->image.Reset();
+    shared->handler = {};
+    shared->image = {};
     if (SUCCEEDED(entered))
         CoUninitialize();
     SetEvent(shared->done.get());

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "client/component.h"
-#include "client/handle.h"
+#include "client/foundation/component_errors.h"
+#include "client/foundation/handle.h"
 
 #include <memory>
 

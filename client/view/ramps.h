@@ -1,6 +1,6 @@
 #pragma once
 
-#include "client/recode_arguments.h"
+#include "client/pictures/control_point.h"
 
 #include <optional>
 #include <span>

@@ -1,6 +1,6 @@
 #include "client/view/recoding_converter.h"
 
-#include "client/shared_image.h"
+#include "client/images/shared_image.h"
 
 #include <algorithm>
 

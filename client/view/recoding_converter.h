@@ -1,23 +1,15 @@
 #pragma once
 
-#include "client/component.h"
-#include "client/descriptor.h"
+#include "client/foundation/component_errors.h"
+#include "client/pictures/descriptor.h"
 #include "client/view/levels.h"
 #include "client/view/painter.h"
 #include "client/view/ramps.h"
+#include "client/view/rendering.h"
 
 #include <vector>
 
 namespace Mardu::Sentel::Tavlo::Client::View {
-
-/// How values become colours.
-struct Rendering
-{
-    Tone tone;
-    double gamma = 1;
-    double sigma = 1;
-    std::vector<ControlPoint> ramp;
-};
 
 /// Converts an image's pixels with the component's LUT recoders.
 class RecodingConverter final : public Converter

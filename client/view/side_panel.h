@@ -3,30 +3,20 @@
 #include "client/view/bitmap.h"
 #include "client/view/legend.h"
 #include "client/view/scene.h"
+#include "client/view/screen_style.h"
+#include "client/view/tone_control.h"
 #include "client/view/window.h"
 
 #include <array>
 
 namespace Mardu::Sentel::Tavlo::Client::View {
 
-/// What the panel's controls do.
-class PanelActions
-{
-public:
-    virtual void ChooseRamp(std::size_t ramp) = 0;
-    virtual void StepGamma(int steps) = 0;
-    virtual void StepSigma(int steps) = 0;
-
-protected:
-    ~PanelActions() = default;
-};
-
 /// The bar beside the picture: the histogram in the colours that its values have, the
 /// parameters, the ramps. Its window text is a line for each parameter.
 class SidePanel final : public Window
 {
 public:
-    SidePanel(HWND parent, Scene& scene, const Look*& look, PanelActions& actions);
+    SidePanel(HWND parent, Scene& scene, const ScreenStyle& style, ToneControl& tone);
 
     void Redraw() { InvalidateRect(Handle(), nullptr, FALSE); }
 
@@ -51,8 +41,8 @@ private:
     std::vector<Row> Rows() const;
 
     Scene& scene_;
-    const Look*& look_;
-    PanelActions& actions_;
+    const ScreenStyle& style_;
+    ToneControl& tone_;
     Legend legend_;
     std::vector<RECT> rampPlaces_;
     std::array<RECT, 2> stepPlaces_ = {}; ///< of gamma and sigma: less on the left half, more on the right
@@ -61,8 +51,5 @@ private:
 /// The values that a plot of a histogram has room for: all that the type holds, or those that
 /// occur when they would hardly be seen among these.
 ValueRange PlottedRange(const std::vector<Histogram>& histograms, const ValueRange& range) noexcept;
-
-/// What makes a recoder show the scene's levels and colours.
-Rendering RenderingOf(const Scene& scene);
 
 } // namespace Mardu::Sentel::Tavlo::Client::View

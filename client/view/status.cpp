@@ -9,6 +9,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
+/// Steps from 1 to ten, and to a tenth.
+constexpr int mostSteps = 24;
+
 std::string Decimal(double value, int digits)
 {
     char text[400];
@@ -86,12 +89,12 @@ std::string LevelText(double value, const ValueRange& range)
 
 void Stepped::Step(int steps) noexcept
 {
-    step_ = std::clamp(step_ + steps, -most, most);
+    step_ = std::clamp(step_ + steps, -mostSteps, mostSteps);
 }
 
 double Stepped::Value() const noexcept
 {
-    return step_ == 0 ? 1.0 : std::pow(10.0, static_cast<double>(step_) / most);
+    return step_ == 0 ? 1.0 : std::pow(10.0, static_cast<double>(step_) / mostSteps);
 }
 
 } // namespace Mardu::Sentel::Tavlo::Client::View

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "client/descriptor.h"
-#include "client/view/area.h"
+#include "client/pictures/descriptor.h"
+#include "client/view/geometry.h"
 #include "client/view/levels.h"
 
 #include <chrono>
@@ -64,7 +64,6 @@ public:
     double Value() const noexcept;
 
 private:
-    static constexpr int most = 24; ///< a tenth to ten
     int step_ = 0;
 };
 

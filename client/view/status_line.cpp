@@ -1,11 +1,11 @@
 #include "client/view/status_line.h"
 
-#include "client/text.h"
+#include "client/foundation/utf16.h"
 #include "client/view/bitmap.h"
 
 namespace Mardu::Sentel::Tavlo::Client::View {
 
-StatusLine::StatusLine(HWND parent, Scene& scene, const Look*& look) : scene_(scene), look_(look)
+StatusLine::StatusLine(HWND parent, Scene& scene, const ScreenStyle& style) : scene_(scene), style_(style)
 {
     Create(L"TavloStatusLine", L"", WS_CHILD | WS_VISIBLE, 0, parent);
 }
@@ -15,7 +15,7 @@ std::vector<std::wstring> StatusLine::Parts() const
     std::vector<std::wstring> parts;
     const auto add = [&parts](const std::string& text) {
         if (!text.empty())
-            parts.push_back(Wide(text));
+            parts.push_back(ToUtf16(text));
     };
     const std::string updates = UpdatesText(scene_.producer, scene_.updates.Count(),
                                             scene_.updates.PerSecond(std::chrono::steady_clock::now()));
@@ -45,33 +45,33 @@ void StatusLine::Paint()
 {
     PAINTSTRUCT paint;
     const HDC dc = BeginPaint(Handle(), &paint);
-    RECT area;
-    GetClientRect(Handle(), &area);
-    const Bitmap bitmap({area.right, area.bottom});
+    RECT inside;
+    GetClientRect(Handle(), &inside);
+    const Bitmap bitmap({inside.right, inside.bottom});
     const HDC memory = bitmap.Dc();
     const bool isWarning = scene_.producer == Producer::Closed;
-    FillBox(memory, area, isWarning ? Color::warningBack : Color::panel);
-    FillBox(memory, {0, 0, area.right, 1}, isWarning ? Color::warning : Color::line);
+    FillBox(memory, inside, isWarning ? Color::warningBack : Color::panel);
+    FillBox(memory, {0, 0, inside.right, 1}, isWarning ? Color::warning : Color::line);
 
     shown_ = Parts();
-    const HGDIOBJ font = SelectObject(memory, isWarning ? look_->Bold() : look_->Font());
-    LONG x = look_->Px(12);
-    for (std::size_t i = 0; i < shown_.size() && x < area.right; ++i) {
+    const HGDIOBJ font = SelectObject(memory, isWarning ? style_.Bold() : style_.Font());
+    LONG x = style_.Px(12);
+    for (std::size_t i = 0; i < shown_.size() && x < inside.right; ++i) {
         if (i > 0) {
-            FillBox(memory, {x, look_->Px(8), x + 1, area.bottom - look_->Px(7)}, Color::line);
-            x += look_->Px(12);
+            FillBox(memory, {x, style_.Px(8), x + 1, inside.bottom - style_.Px(7)}, Color::line);
+            x += style_.Px(12);
         }
-        const LONG width = WidthOf(memory, shown_[i]);
+        const LONG width = TextWidth(memory, shown_[i]);
         const bool isFirst = i == 0;
-        DrawLine(memory, shown_[i], {x, 1, std::min<LONG>(x + width + 1, area.right), area.bottom},
-                 isWarning ? Color::warning
-                 : isFirst ? Color::text
-                           : Color::dim);
+        DrawTextLine(memory, shown_[i], {x, 1, std::min<LONG>(x + width + 1, inside.right), inside.bottom},
+                     isWarning ? Color::warning
+                     : isFirst ? Color::text
+                               : Color::dim);
         // The value under the pointer changes all the time; what follows stays in its place.
-        x += std::max<LONG>(width, isFirst ? look_->Px(150) : 0) + look_->Px(12);
+        x += std::max<LONG>(width, isFirst ? style_.Px(150) : 0) + style_.Px(12);
     }
     SelectObject(memory, font);
-    bitmap.CopyTo(dc, area);
+    bitmap.CopyTo(dc, inside);
     EndPaint(Handle(), &paint);
 }
 

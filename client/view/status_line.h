@@ -1,7 +1,7 @@
 #pragma once
 
-#include "client/view/look.h"
 #include "client/view/scene.h"
+#include "client/view/screen_style.h"
 #include "client/view/window.h"
 
 #include <vector>
@@ -12,7 +12,7 @@ namespace Mardu::Sentel::Tavlo::Client::View {
 class StatusLine final : public Window
 {
 public:
-    StatusLine(HWND parent, Scene& scene, const Look*& look);
+    StatusLine(HWND parent, Scene& scene, const ScreenStyle& style);
 
     /// Draws the line again if it has changed.
     void Refresh();
@@ -25,7 +25,7 @@ private:
     void Paint();
 
     Scene& scene_;
-    const Look*& look_;
+    const ScreenStyle& style_;
     std::vector<std::wstring> shown_;
 };
 

@@ -39,28 +39,4 @@ STDMETHODIMP UpdateListener::OnImageUpdate(ITavlo*, RECT* dirty)
     return S_OK;
 }
 
-STDMETHODIMP UpdateListener::QueryInterface(REFIID iid, void** result)
-{
-    if (result == nullptr)
-        return E_POINTER;
-    const bool isKnown = IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IID_ITavloEvents);
-    *result = isKnown ? static_cast<ITavloEvents*>(this) : nullptr;
-    if (isKnown)
-        AddRef();
-    return isKnown ? S_OK : E_NOINTERFACE;
-}
-
-STDMETHODIMP_(ULONG) UpdateListener::AddRef()
-{
-    return ++references_;
-}
-
-STDMETHODIMP_(ULONG) UpdateListener::Release()
-{
-    const ULONG left = --references_;
-    if (left == 0)
-        delete this;
-    return left;
-}
-
 } // namespace Mardu::Sentel::Tavlo::Client::View

@@ -1,32 +1,19 @@
 #pragma once
 
-#include "client/component.h"
-#include "client/view/area.h"
+#include "client/foundation/com_object.h"
+#include "client/foundation/component_errors.h"
+#include "client/view/dirty_rectangles.h"
+#include "client/view/updates.h"
 
-#include <atomic>
-#include <chrono>
 #include <mutex>
-#include <vector>
 
 namespace Mardu::Sentel::Tavlo::Client::View {
 
-/// What came since the last look.
-struct Updates
-{
-    std::vector<Rectangle> dirty;
-    std::vector<std::chrono::steady_clock::time_point> times;
-    Rectangle last;
-};
-
 /// Takes an image's updates on whatever thread they come, keeps no producer waiting, and
 /// tells a window that there are some.
-class UpdateListener final : public ITavloEvents
+class UpdateListener final : public ComObject<ITavloEvents>
 {
 public:
-    UpdateListener() = default;
-    UpdateListener(const UpdateListener&) = delete;
-    UpdateListener& operator=(const UpdateListener&) = delete;
-
     /// Tells this window from now on; null for none.
     void Tell(HWND window);
 
@@ -34,17 +21,10 @@ public:
 
     STDMETHODIMP OnImageUpdate(ITavlo* image, RECT* dirty) override;
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** result) override;
-    STDMETHODIMP_(ULONG) AddRef() override;
-    STDMETHODIMP_(ULONG) Release() override;
-
 private:
-    ~UpdateListener() = default;
-
-    std::atomic<ULONG> references_ = 1;
     std::mutex mutex_;
     HWND window_ = nullptr;
-    DirtyArea dirty_;
+    DirtyRectangles dirty_;
     Updates updates_;
     bool isTold_ = false;
 };

@@ -1,6 +1,6 @@
 #include "client/view/viewer.h"
 
-#include "client/failure.h"
+#include "client/foundation/failure.h"
 #include "client/view/messages.h"
 
 #include <dwmapi.h>
@@ -12,55 +12,66 @@
 namespace Mardu::Sentel::Tavlo::Client::View {
 namespace {
 
-using namespace std::chrono_literals;
-using Clock = std::chrono::steady_clock;
-
 constexpr UINT_PTR timer = 1;
-constexpr auto tick = 100ms;
-/// A stream of updates has come to rest when none came for so long.
-constexpr auto rest = 1200ms;
-
-/// While updates come, the histogram follows more slowly than the picture.
-constexpr auto measurePause = 400ms;
 
 constexpr Size firstSize = {1100, 720};
-
-constexpr DWORD framed = WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN;
 
 /// Not in older headers; where the platform does not know it, frames stay light.
 constexpr DWORD useDarkFrame = 20;
 
-bool IsBlank(const std::vector<Histogram>& histograms) noexcept
+Scene SceneOf(const ViewedImage& image, const ViewOptions& options)
 {
-    return std::ranges::all_of(histograms, [](const Histogram& one) { return one.Values().Span() == 0; });
+    Scene scene(image.descriptor, image.reader->Base());
+    scene.ramp = HasRamp(scene.route) ? options.ramp : 0;
+    scene.producer = image.isShared ? Producer::Alive : Producer::None;
+    scene.probe = {image.descriptor.width / 2, image.descriptor.height / 2};
+    return scene;
+}
+
+/// What changes from here on is told. Null for an image that nobody else changes.
+tavlo::com_ptr<UpdateListener> ListenTo(const ViewedImage& image)
+{
+    if (!image.isShared)
+        return {};
+    tavlo::com_ptr<UpdateListener> listener(new UpdateListener);
+    Check(image.image.get()->Subscribe(listener.get(), Tavlo_Asynchronous), "subscribe to the image");
+    return listener;
+}
+
+std::uint32_t HeldModifiers() noexcept
+{
+    return (GetKeyState(VK_SHIFT) < 0 ? Shift : 0u) | (GetKeyState(VK_CONTROL) < 0 ? Control : 0u);
+}
+
+/// The work area of the window's screen.
+RECT WorkArea(HWND window) noexcept
+{
+    MONITORINFO monitor = {};
+    monitor.cbSize = sizeof monitor;
+    GetMonitorInfoW(MonitorFromWindow(window, MONITOR_DEFAULTTONEAREST), &monitor);
+    return monitor.rcWork;
 }
 
 } // namespace
 
-Viewer::Viewer(Source source, const ViewOptions& options)
-    : source_(std::move(source)),
-      scene_(source_.descriptor, source_.reader->Base()),
-      converter_(source_.descriptor, source_.reader->Base())
+Viewer::Viewer(ViewedImage image, const ViewOptions& options)
+    : image_(std::move(image)),
+      scene_(SceneOf(image_, options)),
+      converter_(image_.descriptor, image_.reader->Base()),
+      listener_(ListenTo(image_)),
+      navigation_(scene_, *this),
+      tone_(scene_, *this, std::chrono::steady_clock::now()),
+      region_(scene_, *this, navigation_, tone_),
+      follower_(scene_, *this, tone_),
+      style_(USER_DEFAULT_SCREEN_DPI)
 {
-    scene_.ramp = HasRamp(scene_.route) ? options.ramp : 0;
-    scene_.producer = source_.isShared ? Producer::Alive : Producer::None;
-    scene_.probe = {source_.descriptor.width / 2, source_.descriptor.height / 2};
-
-    // What changes from here on is told; what has changed before is seen below.
-    if (source_.isShared) {
-        *listener_.ReleaseAndGetAddressOf() = new UpdateListener;
-        Check(source_.image.get()->Subscribe(listener_.Get(), Tavlo_Asynchronous), "subscribe to the image");
-    }
-    MeasureValues();
-    isFirstLookDue_ = IsBlank(scene_.histograms);
-    scene_.levels = FirstLevels(scene_.histograms, scene_.range);
-    converter_.Render(RenderingOf(scene_));
-
-    Window::Create(L"TavloViewer", source_.title + L" - Tavlo", framed, 0, nullptr);
-    OpenWindow(options);
-    if (source_.isShared) {
+    ApplyTone();
+    Window::Create(L"TavloViewer", image_.title + L" - Tavlo", framedWindow, 0, nullptr);
+    OpenParts();
+    Open(options);
+    if (listener_) {
         listener_->Tell(Handle());
-        watch_.emplace(*source_.image.get(), *listener_.Get(), source_.process, Handle());
+        watch_.emplace(*image_.image.get(), *listener_.get(), image_.process, Handle());
     }
 }
 
@@ -70,27 +81,28 @@ Viewer::~Viewer()
         listener_->Tell(nullptr);
 }
 
-void Viewer::OpenWindow(const ViewOptions& options)
+void Viewer::OpenParts()
 {
     const BOOL isDark = TRUE;
     DwmSetWindowAttribute(Handle(), useDarkFrame, &isDark, sizeof isDark);
-    const UINT dpi = GetDpiForWindow(Handle());
-    ownLook_.emplace(dpi);
-    look_ = &*ownLook_;
-    pane_.emplace(Handle(), scene_, look_, converter_, static_cast<PictureActions&>(*this));
-    panel_.emplace(Handle(), scene_, look_, static_cast<PanelActions&>(*this));
-    status_.emplace(Handle(), scene_, look_);
+    style_ = ScreenStyle(GetDpiForWindow(Handle()));
+    picture_.emplace(Handle(), scene_, style_, converter_,
+                     PicturePane::Controls{navigation_, tone_, region_});
+    panel_.emplace(Handle(), scene_, style_, tone_);
+    status_.emplace(Handle(), scene_, style_);
+}
 
+/// In the middle of the screen, and no larger.
+void Viewer::Open(const ViewOptions& options)
+{
     const Size inside = options.size.value_or(firstSize);
-    RECT frame = {0, 0, look_->Px(inside.width), look_->Px(inside.height)};
-    AdjustWindowRectExForDpi(&frame, framed, FALSE, 0, dpi);
-    MONITORINFO monitor = {};
-    monitor.cbSize = sizeof monitor;
-    GetMonitorInfoW(MonitorFromWindow(Handle(), MONITOR_DEFAULTTONEAREST), &monitor);
-    const LONG width = std::min(frame.right - frame.left, monitor.rcWork.right - monitor.rcWork.left);
-    const LONG height = std::min(frame.bottom - frame.top, monitor.rcWork.bottom - monitor.rcWork.top);
-    const LONG left = monitor.rcWork.left + (monitor.rcWork.right - monitor.rcWork.left - width) / 2;
-    const LONG top = monitor.rcWork.top + (monitor.rcWork.bottom - monitor.rcWork.top - height) / 2;
+    RECT frame = {0, 0, Px(inside.width), Px(inside.height)};
+    AdjustWindowRectExForDpi(&frame, framedWindow, FALSE, 0, GetDpiForWindow(Handle()));
+    const RECT screen = WorkArea(Handle());
+    const LONG width = std::min(frame.right - frame.left, screen.right - screen.left);
+    const LONG height = std::min(frame.bottom - frame.top, screen.bottom - screen.top);
+    const LONG left = screen.left + (screen.right - screen.left - width) / 2;
+    const LONG top = screen.top + (screen.bottom - screen.top - height) / 2;
     SetWindowPos(Handle(), nullptr, left, top, width, height, SWP_NOZORDER);
     ShowWindow(Handle(), SW_SHOWNORMAL);
     SetForegroundWindow(Handle());
@@ -98,267 +110,90 @@ void Viewer::OpenWindow(const ViewOptions& options)
 
 void Viewer::Layout()
 {
-    RECT area;
-    GetClientRect(Handle(), &area);
-    const LONG lineHeight = look_->Px(StatusLine::height);
-    const LONG panelWidth = hasPanel_ ? look_->Px(SidePanel::width) : 0;
-    const LONG height = std::max<LONG>(area.bottom - lineHeight, 0);
-    const LONG width = std::max<LONG>(area.right - panelWidth, 0);
-    MoveWindow(pane_->Handle(), 0, 0, width, height, TRUE);
+    RECT inside;
+    GetClientRect(Handle(), &inside);
+    const LONG lineHeight = Px(StatusLine::height);
+    const LONG panelWidth = hasPanel_ ? Px(SidePanel::width) : 0;
+    const LONG height = std::max<LONG>(inside.bottom - lineHeight, 0);
+    const LONG width = std::max<LONG>(inside.right - panelWidth, 0);
+    MoveWindow(picture_->Handle(), 0, 0, width, height, TRUE);
     MoveWindow(panel_->Handle(), width, 0, panelWidth, height, TRUE);
-    MoveWindow(status_->Handle(), 0, height, area.right, lineHeight, TRUE);
+    MoveWindow(status_->Handle(), 0, height, inside.right, lineHeight, TRUE);
 }
 
-// Looking
-
-void Viewer::ViewChanged()
+void Viewer::TogglePanel()
 {
-    pane_->Repaint();
-    status_->Refresh();
+    hasPanel_ = !hasPanel_;
+    Layout();
 }
 
-void Viewer::PointAt(const Point& point)
+void Viewer::ToggleKeyList()
 {
-    const bool wasMarked = std::exchange(scene_.isProbeMarked, false);
-    if (scene_.regionStart || scene_.viewport.IsOnImage(point))
-        scene_.probe = scene_.viewport.PixelAt(point);
-    if (wasMarked || scene_.regionStart)
-        pane_->Redraw();
-    status_->Refresh();
+    scene_.hasKeyList = !scene_.hasKeyList;
+    RedrawMarks();
 }
 
-void Viewer::PanBy(std::int32_t dx, std::int32_t dy)
+void Viewer::Cancel()
 {
-    scene_.viewport.Pan(dx, dy);
-    ViewChanged();
-}
-
-void Viewer::Fit()
-{
-    scene_.viewport.Fit();
-    ViewChanged();
-}
-
-void Viewer::Zoom(int steps, const Point& at)
-{
-    scene_.viewport.Zoom(steps, at);
-    ViewChanged();
-}
-
-/// Where the window shows the probe; its middle when it does not.
-Point Viewer::ProbePoint() const
-{
-    const auto [x, y] = scene_.probe;
-    const Rectangle place = scene_.viewport.ToWindow({x, y, x + 1, y + 1});
-    if (IsEmpty(place))
-        return scene_.viewport.Middle();
-    return {(place.left + place.right) / 2, (place.top + place.bottom) / 2};
-}
-
-void Viewer::MoveProbe(std::int32_t dx, std::int32_t dy)
-{
-    const auto [width, height] = scene_.viewport.Image();
-    scene_.probe = {std::clamp(scene_.probe.x + dx, 0, width - 1),
-                    std::clamp(scene_.probe.y + dy, 0, height - 1)};
-    scene_.isProbeMarked = true;
-    const Point before = scene_.viewport.Origin();
-    scene_.viewport.Reveal(scene_.probe);
-    if (scene_.viewport.Origin() == before)
-        pane_->Redraw();
+    if (scene_.regionStart)
+        region_.Drop();
+    else if (scene_.hasKeyList)
+        scene_.hasKeyList = false;
+    else if (fullScreen_.IsOn())
+        ToggleFullScreen();
     else
-        pane_->Repaint();
-    status_->Refresh();
+        scene_.isProbeMarked = false;
+    RedrawMarks();
+}
+
+bool Viewer::OnKey(WPARAM code)
+{
+    const Key* const key = FindKey(static_cast<std::uint32_t>(code), HeldModifiers());
+    if (key == nullptr)
+        return false;
+    key->press({navigation_, tone_, region_, *this});
+    return true;
 }
 
 void Viewer::OnWheel(WPARAM wParam, LPARAM lParam)
 {
-    wheelRest_ += GET_WHEEL_DELTA_WPARAM(wParam);
-    const int steps = wheelRest_ / WHEEL_DELTA;
-    wheelRest_ -= steps * WHEEL_DELTA;
     POINT pointer = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
-    ScreenToClient(pane_->Handle(), &pointer);
-    const Size window = scene_.viewport.Window();
-    const bool isInside =
-        pointer.x >= 0 && pointer.y >= 0 && pointer.x < window.width && pointer.y < window.height;
-    if (steps != 0)
-        Zoom(steps, isInside ? Point{pointer.x, pointer.y} : scene_.viewport.Middle());
+    ScreenToClient(picture_->Handle(), &pointer);
+    navigation_.TurnWheel(GET_WHEEL_DELTA_WPARAM(wParam), WHEEL_DELTA, {pointer.x, pointer.y});
 }
-
-// Tone
-
-void Viewer::ToneChanged()
-{
-    isFirstLookDue_ = false;
-    converter_.Render(RenderingOf(scene_));
-    pane_->Repaint();
-    panel_->Redraw();
-    status_->Refresh();
-}
-
-void Viewer::BeginTone()
-{
-    dragStart_ = scene_.levels;
-}
-
-void Viewer::DragTone(std::int32_t dx, std::int32_t dy)
-{
-    scene_.isFollowing = false;
-    scene_.levels = Dragged(dragStart_, dx / look_->Scale(), dy / look_->Scale(), scene_.range);
-    ToneChanged();
-}
-
-void Viewer::BeginRegion(const Point& point)
-{
-    scene_.probe = scene_.viewport.PixelAt(point);
-    scene_.regionStart = scene_.probe;
-    pane_->Redraw();
-}
-
-void Viewer::EndRegion()
-{
-    const std::optional<Rectangle> region = scene_.Region();
-    if (!region)
-        return;
-    scene_.regionStart.reset();
-    scene_.isFollowing = false;
-    scene_.levels = AutomaticLevels(HistogramsOf(*region), scene_.range);
-    ToneChanged();
-}
-
-void Viewer::DropRegion()
-{
-    scene_.regionStart.reset();
-    pane_->Redraw();
-    status_->Refresh();
-}
-
-void Viewer::ChooseRamp(std::size_t ramp)
-{
-    if (!HasRamp(scene_.route))
-        return;
-    scene_.ramp = ramp;
-    ToneChanged();
-}
-
-void Viewer::StepGamma(int steps)
-{
-    scene_.gamma.Step(steps);
-    ToneChanged();
-}
-
-void Viewer::StepSigma(int steps)
-{
-    scene_.sigma.Step(steps);
-    ToneChanged();
-}
-
-std::vector<Histogram> Viewer::HistogramsOf(const Rectangle& part) const
-{
-    std::vector<Histogram> histograms;
-    for (const std::size_t component : scene_.reader.ColorOrder()) {
-        if (histograms.size() < 3) // alpha is no colour
-            histograms.emplace_back(scene_.reader, part, component);
-    }
-    return histograms;
-}
-
-void Viewer::MeasureValues()
-{
-    scene_.histograms = HistogramsOf(Whole(scene_.viewport.Image()));
-    areValuesOld_ = false;
-    lastMeasure_ = Clock::now();
-}
-
-// Updates
 
 void Viewer::OnUpdates()
 {
     const Updates updates = listener_->Take();
     if (updates.times.empty())
         return;
-    for (const Rectangle& part : updates.dirty)
-        pane_->Repaint(part);
-    UpdateWindow(pane_->Handle());
-    for (const Clock::time_point time : updates.times)
-        scene_.updates.Add(time);
-    scene_.lastChange = updates.last;
-    areValuesOld_ = true;
-    isSettled_ = false;
-    lastUpdate_ = Clock::now();
-    SetTimer(Handle(), timer, static_cast<UINT>(tick.count()), nullptr);
+    follower_.Take(updates);
+    SetTimer(Handle(), timer, static_cast<UINT>(UpdateFollower::tick.count()), nullptr);
     // When updates come faster than they are drawn, no timer gets its turn.
-    if (Clock::now() - lastTick_ >= 2 * tick)
+    if (follower_.IsTickOverdue())
         OnTimer();
 }
 
 void Viewer::OnTimer()
 {
-    const Clock::time_point now = Clock::now();
-    lastTick_ = now;
-    const bool isAtRest = now - lastUpdate_ >= rest;
-    if (isAtRest && !isSettled_) {
-        // The last rectangle of a stream may not have been told: what is shown now is certain.
-        isSettled_ = true;
-        areValuesOld_ = true;
-        pane_->Repaint();
-    }
-    const bool isUrgent = isAtRest || scene_.isFollowing || isFirstLookDue_;
-    if (areValuesOld_ && (isUrgent || (hasPanel_ && now - lastMeasure_ >= measurePause))) {
-        MeasureValues();
-        if (scene_.isFollowing) {
-            scene_.levels = AutomaticLevels(scene_.histograms, scene_.range);
-            ToneChanged();
-        } else if (isFirstLookDue_ && !IsBlank(scene_.histograms)) {
-            scene_.levels = FirstLevels(scene_.histograms, scene_.range);
-            ToneChanged();
-        }
-        panel_->Redraw();
-    }
-    status_->Refresh();
-    if (isAtRest && scene_.updates.PerSecond(now) == 0)
+    if (!follower_.OnTick(hasPanel_))
         KillTimer(Handle(), timer);
 }
 
-void Viewer::OnClosed()
+void Viewer::OnProducerClosed()
 {
     OnUpdates();
-    scene_.producer = Producer::Closed;
-    scene_.isFollowing = false;
-    pane_->Repaint();
-    status_->Refresh();
+    follower_.ProducerClosed();
 }
 
-// The window
-
-void Viewer::ToggleFullScreen()
+void Viewer::OnDpi(UINT dpi, const RECT& place)
 {
-    if (beforeFullScreen_) {
-        SetWindowLongPtrW(Handle(), GWL_STYLE, framed | WS_VISIBLE);
-        SetWindowPlacement(Handle(), &*beforeFullScreen_);
-        SetWindowPos(Handle(), nullptr, 0, 0, 0, 0,
-                     SWP_NOMOVE | SWP_NOSIZE | SWP_NOZORDER | SWP_FRAMECHANGED);
-        beforeFullScreen_.reset();
-        return;
-    }
-    WINDOWPLACEMENT placement = {};
-    placement.length = sizeof placement;
-    GetWindowPlacement(Handle(), &placement);
-    beforeFullScreen_ = placement;
-    MONITORINFO monitor = {};
-    monitor.cbSize = sizeof monitor;
-    GetMonitorInfoW(MonitorFromWindow(Handle(), MONITOR_DEFAULTTONEAREST), &monitor);
-    const RECT& all = monitor.rcMonitor;
-    SetWindowLongPtrW(Handle(), GWL_STYLE, WS_POPUP | WS_VISIBLE | WS_CLIPCHILDREN);
-    SetWindowPos(Handle(), HWND_TOP, all.left, all.top, all.right - all.left, all.bottom - all.top,
-                 SWP_FRAMECHANGED);
-}
-
-void Viewer::OnDpi(UINT dpi)
-{
-    ownLook_.emplace(dpi);
-    look_ = &*ownLook_;
-    panel_->Redraw();
+    style_ = ScreenStyle(dpi);
+    RedrawPanel();
     InvalidateRect(status_->Handle(), nullptr, FALSE);
+    SetWindowPos(Handle(), nullptr, place.left, place.top, place.right - place.left, place.bottom - place.top,
+                 SWP_NOZORDER | SWP_NOACTIVATE);
+    Layout();
 }
 
 LRESULT Viewer::OnMessage(UINT message, WPARAM wParam, LPARAM lParam)
@@ -368,7 +203,7 @@ LRESULT Viewer::OnMessage(UINT message, WPARAM wParam, LPARAM lParam)
         OnUpdates();
         return 0;
     case ProducerClosed:
-        OnClosed();
+        OnProducerClosed();
         return 0;
     case WM_TIMER:
         OnTimer();
@@ -385,14 +220,9 @@ LRESULT Viewer::OnMessage(UINT message, WPARAM wParam, LPARAM lParam)
     case WM_GETMINMAXINFO:
         reinterpret_cast<MINMAXINFO*>(lParam)->ptMinTrackSize = {480, 320};
         return 0;
-    case WM_DPICHANGED: {
-        OnDpi(HIWORD(wParam));
-        const RECT& place = *reinterpret_cast<const RECT*>(lParam);
-        SetWindowPos(Handle(), nullptr, place.left, place.top, place.right - place.left,
-                     place.bottom - place.top, SWP_NOZORDER | SWP_NOACTIVATE);
-        Layout();
+    case WM_DPICHANGED:
+        OnDpi(HIWORD(wParam), *reinterpret_cast<const RECT*>(lParam));
         return 0;
-    }
     case WM_ERASEBKGND:
         return 1;
     case WM_DESTROY:

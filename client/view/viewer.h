@@ -1,13 +1,15 @@
 #pragma once
 
+#include "client/view/full_screen.h"
 #include "client/view/keys.h"
 #include "client/view/picture_pane.h"
 #include "client/view/producer_watch.h"
 #include "client/view/recoding_converter.h"
 #include "client/view/side_panel.h"
-#include "client/view/source.h"
 #include "client/view/status_line.h"
+#include "client/view/update_follower.h"
 #include "client/view/update_listener.h"
+#include "client/view/viewed_image.h"
 
 #include <optional>
 
@@ -19,69 +21,57 @@ struct ViewOptions
     std::optional<Size> size; ///< of the window's inside, at 96 dots per inch
 };
 
-/// The window on an image: it does what users ask for and follows the image's updates.
-class Viewer final : public Window, private PictureActions, private PanelActions
+/// The window on an image: puts its parts in their places, and passes on what users do and what
+/// other threads tell.
+class Viewer final : public Window, private SceneDisplay, private WindowActions
 {
 public:
-    Viewer(Source source, const ViewOptions& options);
+    Viewer(ViewedImage image, const ViewOptions& options);
     ~Viewer() override;
 
 private:
-    void PointAt(const Point& point) override;
-    void PanBy(std::int32_t dx, std::int32_t dy) override;
-    void BeginTone() override;
-    void DragTone(std::int32_t dx, std::int32_t dy) override;
-    void BeginRegion(const Point& point) override;
-    void EndRegion() override;
-    void DropRegion() override;
-    void Fit() override;
-    void ChooseRamp(std::size_t ramp) override;
-    void StepGamma(int steps) override;
-    void StepSigma(int steps) override;
+    void RepaintPicture() override { picture_->Repaint(); }
+    void RepaintPicture(const Rectangle& pixels) override { picture_->Repaint(pixels); }
+    void ShowPicture() override { UpdateWindow(picture_->Handle()); }
+    void RedrawMarks() override { picture_->Redraw(); }
+    void RedrawPanel() override { panel_->Redraw(); }
+    void RefreshStatus() override { status_->Refresh(); }
+    void ApplyTone() override { converter_.Render(RenderingOf(scene_)); }
+
+    void TogglePanel() override;
+    void ToggleFullScreen() override { fullScreen_.Toggle(Handle()); }
+    void ToggleKeyList() override;
+    void Cancel() override;
+    void Close() override { SendMessageW(Handle(), WM_CLOSE, 0, 0); }
+    int Px(int length) const override { return style_.Px(length); }
 
     LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
     bool OnKey(WPARAM code);
-    void Do(Task task);
-    bool DoWithView(Task task);
-    bool DoWithTone(Task task);
     void OnWheel(WPARAM wParam, LPARAM lParam);
     void OnUpdates();
     void OnTimer();
-    void OnClosed();
-    void OnDpi(UINT dpi);
+    void OnProducerClosed();
+    void OnDpi(UINT dpi, const RECT& place);
+    void OpenParts();
+    void Open(const ViewOptions& options);
     void Layout();
-    void ToggleFullScreen();
-    void OpenWindow(const ViewOptions& options);
 
-    void Zoom(int steps, const Point& at);
-    void MoveProbe(std::int32_t dx, std::int32_t dy);
-    void ViewChanged();
-    void ToneChanged();
-    void MeasureValues();
-    std::vector<Histogram> HistogramsOf(const Rectangle& part) const;
-    Point ProbePoint() const;
-
-    Source source_;
+    ViewedImage image_;
     Scene scene_;
     RecodingConverter converter_;
-    std::optional<Look> ownLook_;
-    const Look* look_ = nullptr;
-    ComPtr<UpdateListener> listener_;
-    std::optional<PicturePane> pane_;
+    tavlo::com_ptr<UpdateListener> listener_; ///< null when nobody else can change the image
+    Navigation navigation_;
+    ToneControl tone_; ///< looks at what the listener was not told of
+    RegionSelection region_;
+    UpdateFollower follower_;
+
+    ScreenStyle style_;
+    std::optional<PicturePane> picture_;
     std::optional<SidePanel> panel_;
     std::optional<StatusLine> status_;
     std::optional<ProducerWatch> watch_;
-
-    Levels dragStart_;
+    FullScreen fullScreen_;
     bool hasPanel_ = true;
-    bool areValuesOld_ = false;   ///< the histogram is of an earlier picture
-    bool isFirstLookDue_ = false; ///< there was nothing to be seen when the window opened
-    bool isSettled_ = true;       ///< the whole image was looked at since the last update
-    int wheelRest_ = 0;
-    std::chrono::steady_clock::time_point lastTick_;
-    std::chrono::steady_clock::time_point lastUpdate_;
-    std::chrono::steady_clock::time_point lastMeasure_;
-    std::optional<WINDOWPLACEMENT> beforeFullScreen_;
 };
 
 } // namespace Mardu::Sentel::Tavlo::Client::View

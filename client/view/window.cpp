@@ -1,6 +1,6 @@
 #include "client/view/window.h"
 
-#include "client/failure.h"
+#include "client/foundation/failure.h"
 
 #include <algorithm>
 #include <utility>

@@ -55,16 +55,19 @@ public:
     /// Not bounds-checked, on purpose; null before Attach.
     STDMETHODIMP_(void*) Ptr(long Offset) override
     {
-        auto* view = static_cast<std::uint8_t*>(target_.view);
+        auto* view = static_cast<std::uint8_t*>(target_.view.get());
         return view != nullptr ? view + static_cast<std::ptrdiff_t>(Offset) : nullptr;
     }
 
     /// In the read accessor's table only; its interface does not expose it.
+    // NOLINTNEXTLINE(modernize-use-override, clang-diagnostic-inconsistent-missing-override): in one instance
+    // only
     virtual HRESULT STDMETHODCALLTYPE Invalidate(RECT* pDirty)
     {
         // A handler may release this accessor's last reference.
         const ComPtr<ITavloInternal> image = target_.image;
-        return image != nullptr ? Traits::Invalidate(image.Get(), pDirty) : E_UNEXPECTED;
+        return image != nullptr ? Guarded([&] { return Traits::Invalidate(image.Get(), pDirty); })
+                                : E_UNEXPECTED;
     }
 
     STDMETHODIMP GetUnmarshalClass(REFIID, void*, DWORD context, void*, DWORD, CLSID* pClass) override
@@ -143,7 +146,8 @@ class CWriteAccessor final
 
 /// A new accessor of an image's own view, as the interface asked for.
 template <class Accessor, class Interface>
-HRESULT NewAccessor(ITavloInternal* image, const std::wstring& mapName, void* view, Interface** ppAccessor)
+HRESULT NewAccessor(ITavloInternal* image, const std::wstring& mapName, const SharedView& view,
+                    Interface** ppAccessor)
 {
     AccessorTarget target;
     target.image = image;

@@ -12,6 +12,8 @@
 
 #include <mutex>
 #include <ostream>
+#include <stdexcept>
+#include <utility>
 
 namespace Mardu::Sentel::Tavlo {
 namespace {
@@ -32,7 +34,8 @@ private:
 
 AccessorPacket PacketOf(const AccessorTarget& target)
 {
-    return {reinterpret_cast<std::uintptr_t>(target.view), {target.mapName.begin(), target.mapName.end()}};
+    return {reinterpret_cast<std::uintptr_t>(target.view.get()),
+            {target.mapName.begin(), target.mapName.end()}};
 }
 
 ComPtr<ITavloInternal> UnmarshalImage(IStream* stream)
@@ -66,13 +69,13 @@ void MapSection(AccessorTarget& target, const std::wstring& prefix)
         Diagnose(L"OpenFileMapping", name, error);
         throw win32_error("Opening the image's section failed", error);
     }
-    target.ownView.reset(MapViewOfFile(target.mapping.get(), FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, 0));
-    if (target.ownView == nullptr) {
+    UniqueView view(MapViewOfFile(target.mapping.get(), FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, 0));
+    if (view == nullptr) {
         const DWORD error = GetLastError();
         Diagnose(L"MapViewOfFile", name, error);
         throw win32_error("Mapping the image's section failed", error);
     }
-    target.view = target.ownView.get();
+    target.view = ShareView(std::move(view), target.mapName);
 }
 
 } // namespace
@@ -107,9 +110,15 @@ AccessorTarget UnmarshalAccessor(IStream* stream)
     StreamSource source(stream);
     const AccessorPacket packet = ReadAccessorPacket(source);
     target.mapName.assign(packet.mapName.begin(), packet.mapName.end());
-    target.view = reinterpret_cast<void*>(static_cast<std::uintptr_t>(packet.view));
-    if (target.view == nullptr)
+    if (packet.view == 0) {
         MapSection(target, prefix);
+        return target;
+    }
+    // Anybody may have written the packet, and the view may have gone since it was written.
+    target.view =
+        FindView(reinterpret_cast<const void*>(static_cast<std::uintptr_t>(packet.view)), target.mapName);
+    if (target.view == nullptr)
+        throw std::invalid_argument("The accessor's view is none of this process");
     return target;
 }
 

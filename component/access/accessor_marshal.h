@@ -2,6 +2,7 @@
 
 #include "module/com_ptr.h"
 #include "module/handle.h"
+#include "shared/sections/shared_view.h"
 
 #include "TavloInternal.h"
 
@@ -12,15 +13,14 @@
 namespace Mardu::Sentel::Tavlo {
 
 /// What an accessor stands for: an image, the name of its section, and a view of it. The
-/// view is the image's own, or one that came with a mapping of the accessor's own.
+/// view is shared with the image, with another accessor, or came with a mapping of its own.
 struct AccessorTarget
 {
     // Released from the last to the first.
     ComPtr<ITavloInternal> image;
     std::wstring mapName;
-    UniqueHandle mapping; ///< null for the image's own view
-    UniqueView ownView;
-    void* view = nullptr;
+    UniqueHandle mapping; ///< null for a view that somebody else has mapped
+    SharedView view;
 };
 
 // How accessors travel: by value, with a standard reference to the image and the name of

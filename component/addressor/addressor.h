@@ -79,6 +79,9 @@ public:
     virtual void Set(std::int32_t x, std::int32_t y, const VARIANT& value) = 0;
 
     virtual ~AddressorBase() = default;
+
+    /// The type of variants that Set stores without a conversion.
+    virtual VARTYPE SetType() const noexcept = 0;
 };
 
 /// What reading and writing addressors have in common: Base is the abstract class of either.
@@ -124,18 +127,17 @@ public:
     }
 };
 
-/// The element that a variant stands for.
-template <class T>
-T ElementFrom(const VARIANT& value)
+/// A variant as a number of a type, which has nothing to clear. Converting an object asks it for
+/// its value, so it may run anything.
+inline VARIANT ConvertedTo(VARTYPE type, const VARIANT& value)
 {
-    using Traits = ElementTraits<T>;
-    if (value.vt == Traits::setType)
-        return Traits::From(value);
+    if (value.vt == type)
+        return value;
     VARIANT converted;
     VariantInit(&converted);
     // Not every platform header declares the source const; it is only read.
-    CheckHResult(VariantChangeType(&converted, const_cast<VARIANT*>(&value), 0, Traits::setType));
-    return Traits::From(converted);
+    CheckHResult(VariantChangeType(&converted, const_cast<VARIANT*>(&value), 0, type));
+    return converted;
 }
 
 template <class T>
@@ -144,9 +146,11 @@ class Addressor final : public ElementReader<T, AddressorBase>
 public:
     using ElementReader<T, AddressorBase>::ElementReader;
 
+    VARTYPE SetType() const noexcept override { return ElementTraits<T>::setType; }
+
     void Set(std::int32_t x, std::int32_t y, const VARIANT& value) override
     {
-        this->grid_.Write(x, y, ElementFrom<T>(value));
+        this->grid_.Write(x, y, ElementTraits<T>::From(ConvertedTo(SetType(), value)));
     }
 };
 

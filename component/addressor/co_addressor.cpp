@@ -3,39 +3,45 @@
 #include "module/error.h"
 
 #include <stdexcept>
+#include <utility>
 
 namespace Mardu::Sentel::Tavlo {
 
 HRESULT CCoAddressor::Attach(ITavlo2* pITavlo)
 {
+    const auto alive = KeepAlive();
     const HRESULT hr = Detach();
     if (FAILED(hr))
         return hr;
     return Guarded([&] {
+        auto binding = std::make_shared<Binding>();
         try {
-            writeBinding_ = BindForWriting(pITavlo);
+            binding->write = BindForWriting(pITavlo);
         } catch (const std::runtime_error&) {
             // Writing is refused: a read-only image, or one whose only writer is taken.
-            readBinding_ = BindForReading(pITavlo);
+            binding->read = BindForReading(pITavlo);
         }
+        const auto replaced = binding_.exchange(std::move(binding));
     });
 }
 
 HRESULT CCoAddressor::Detach()
 {
-    readBinding_.reset();
-    writeBinding_.reset();
+    const auto alive = KeepAlive();
+    const auto released = binding_.exchange(nullptr);
     return S_OK;
 }
 
 HRESULT CCoAddressor::get_Pixel(long x, long y, VARIANT* pValue)
 {
-    if (readBinding_ == nullptr && writeBinding_ == nullptr)
+    const auto alive = KeepAlive();
+    const auto binding = binding_.load();
+    if (binding == nullptr)
         return E_ACCESSDENIED;
     return Guarded([&]() -> HRESULT {
         // A pixel's variant holds a plain number, so there is nothing to clear in it.
         const VARIANT pixel =
-            readBinding_ != nullptr ? readBinding_->typed->Get(x, y) : writeBinding_->typed->Get(x, y);
+            binding->read != nullptr ? binding->read->typed->Get(x, y) : binding->write->typed->Get(x, y);
         if (pValue == nullptr)
             return E_POINTER;
         const HRESULT hr = VariantClear(pValue);
@@ -47,9 +53,19 @@ HRESULT CCoAddressor::get_Pixel(long x, long y, VARIANT* pValue)
 
 HRESULT CCoAddressor::put_Pixel(long x, long y, VARIANT value)
 {
-    if (writeBinding_ == nullptr)
+    const auto alive = KeepAlive();
+    const auto binding = binding_.load();
+    if (binding == nullptr || binding->write == nullptr)
         return E_ACCESSDENIED;
-    return Guarded([&] { writeBinding_->typed->Set(x, y, value); });
+    return Guarded([&]() -> HRESULT {
+        AddressorBase& pixels = *binding->write->typed;
+        const VARIANT number = ConvertedTo(pixels.SetType(), value);
+        // The value may have been an object whose script let the image go.
+        if (binding_.load() != binding)
+            return E_ACCESSDENIED;
+        pixels.Set(x, y, number);
+        return S_OK;
+    });
 }
 
 } // namespace Mardu::Sentel::Tavlo

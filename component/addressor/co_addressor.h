@@ -7,12 +7,14 @@
 
 #include "TavloLib.h"
 
+#include <atomic>
 #include <memory>
 
 namespace Mardu::Sentel::Tavlo {
 
 /// Single pixels of one image at a time for script clients. It is bound for writing when
-/// the image grants that, else for reading. Takes no lock.
+/// the image grants that, else for reading. Takes no lock: a call keeps the binding that it began
+/// with, whatever is attached or detached meanwhile.
 class CCoAddressor final : public ComObject<Automation<ITavloAddressor>, ObjectSafety>
 {
 public:
@@ -22,9 +24,14 @@ public:
     STDMETHODIMP put_Pixel(long x, long y, VARIANT value) override;
 
 private:
-    // At most one of them is set.
-    std::unique_ptr<ReadBinding> readBinding_;
-    std::unique_ptr<WriteBinding> writeBinding_;
+    /// One of them is set.
+    struct Binding
+    {
+        std::unique_ptr<ReadBinding> read;
+        std::unique_ptr<WriteBinding> write;
+    };
+
+    std::atomic<std::shared_ptr<const Binding>> binding_; ///< null while unattached
 };
 
 } // namespace Mardu::Sentel::Tavlo

@@ -1,6 +1,8 @@
 #include "addressor/image_binding.h"
 
+#include "image/extent.h"
 #include "module/error.h"
+#include "module/mapped_memory.h"
 
 #include <stdexcept>
 
@@ -41,6 +43,26 @@ std::unique_ptr<Typed> MakeTyped(PixelType type, const ElementGrid& grid)
     }
 }
 
+/// Whether the object lives in another apartment, process or machine, and this is its proxy.
+bool IsFromElsewhere(IUnknown* object)
+{
+    ComPtr<IClientSecurity> proxy;
+    return SUCCEEDED(
+        object->QueryInterface(IID_IClientSecurity, reinterpret_cast<void**>(proxy.GetAddressOf())));
+}
+
+template <class Binding>
+TavloDescriptorData GeometryOf(const Binding& binding, std::int32_t bits, std::int32_t encoding) noexcept
+{
+    return {binding.width,
+            binding.height,
+            bits,
+            encoding,
+            static_cast<std::int32_t>(binding.offset),
+            static_cast<std::int32_t>(binding.strideX),
+            static_cast<std::int32_t>(binding.strideY)};
+}
+
 template <class Binding>
 void ReadDescriptor(Binding& binding)
 {
@@ -60,6 +82,9 @@ void ReadDescriptor(Binding& binding)
     ::TavloEncoding encoding = {};
     CheckHResult(descriptor->get_Encoding(&encoding));
     binding.pixelType = PixelTypeOf(static_cast<std::int32_t>(encoding), bits);
+    if (IsFromElsewhere(binding.image.Get()))
+        RequireWithin(GeometryOf(binding, bits, static_cast<std::int32_t>(encoding)),
+                      MappedBytes(binding.base));
 }
 
 template <class Binding>

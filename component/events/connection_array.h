@@ -2,6 +2,7 @@
 
 #include "module/com_ptr.h"
 #include "module/critical_section.h"
+#include "module/held_interface.h"
 #include "module/noncopyable.h"
 
 #include <ocidl.h>
@@ -20,32 +21,34 @@ struct Connection
 };
 
 /// The sinks of a connection point. A cookie is the number of a slot, from 1; freed slots
-/// are used again. No sink is released while the lock is held.
+/// are used again. Nothing of a sink runs while the lock is held, not even the counting of its
+/// references.
 class ConnectionArray : private NonCopyable
 {
 public:
     /// The cookie of the slot that took the sink.
-    DWORD Add(ComPtr<IUnknown> sink)
+    DWORD Add(const ComPtr<IUnknown>& sink)
     {
+        HeldInterface<IUnknown> held = Hold(sink.Get());
         const std::lock_guard lock(lock_);
         for (size_t i = 0; i < slots_.size(); ++i) {
             if (slots_[i] == nullptr) {
-                slots_[i] = std::move(sink);
+                slots_[i] = std::move(held);
                 return static_cast<DWORD>(i + 1);
             }
         }
-        slots_.push_back(std::move(sink));
+        slots_.push_back(std::move(held));
         return static_cast<DWORD>(slots_.size());
     }
 
     /// False when no sink has that cookie.
     bool Remove(DWORD cookie)
     {
-        ComPtr<IUnknown> removed; // released after the lock
+        HeldInterface<IUnknown> removed; // released after the lock
         const std::lock_guard lock(lock_);
         if (cookie < 1 || cookie > slots_.size())
             return false;
-        removed.Swap(slots_[cookie - 1]);
+        removed.swap(slots_[cookie - 1]);
         return removed != nullptr;
     }
 
@@ -56,26 +59,34 @@ public:
     }
 
     /// Null for an empty slot or one that is not there.
-    ComPtr<IUnknown> At(size_t slot) const
-    {
-        const std::lock_guard lock(lock_);
-        return slot < slots_.size() ? slots_[slot] : ComPtr<IUnknown>();
-    }
+    ComPtr<IUnknown> At(size_t slot) const { return ReferenceTo(HeldAt(slot)); }
 
     std::vector<Connection> Snapshot() const
     {
-        const std::lock_guard lock(lock_);
+        const std::vector<HeldInterface<IUnknown>> slots = Slots();
         std::vector<Connection> connections;
-        for (size_t i = 0; i < slots_.size(); ++i) {
-            if (slots_[i] != nullptr)
-                connections.push_back({slots_[i], static_cast<DWORD>(i + 1)});
+        for (size_t i = 0; i < slots.size(); ++i) {
+            if (slots[i] != nullptr)
+                connections.push_back({*slots[i], static_cast<DWORD>(i + 1)});
         }
         return connections;
     }
 
 private:
+    HeldInterface<IUnknown> HeldAt(size_t slot) const
+    {
+        const std::lock_guard lock(lock_);
+        return slot < slots_.size() ? slots_[slot] : nullptr;
+    }
+
+    std::vector<HeldInterface<IUnknown>> Slots() const
+    {
+        const std::lock_guard lock(lock_);
+        return slots_;
+    }
+
     mutable CriticalSection lock_;
-    std::vector<ComPtr<IUnknown>> slots_;
+    std::vector<HeldInterface<IUnknown>> slots_;
 };
 
 } // namespace Mardu::Sentel

@@ -78,20 +78,23 @@ private:
                 *pCookie = 0;
             if (pUnkSink == nullptr || pCookie == nullptr)
                 return E_POINTER;
+            const auto alive = Container().KeepAlive();
             ComPtr<IUnknown> sink;
-            const HRESULT hr = pUnkSink->QueryInterface(iid, reinterpret_cast<void**>(sink.GetAddressOf()));
+            const HRESULT hr = Guarded(
+                [&] { return pUnkSink->QueryInterface(iid, reinterpret_cast<void**>(sink.GetAddressOf())); });
             if (FAILED(hr))
                 return hr == E_NOINTERFACE ? CONNECT_E_CANNOTCONNECT : hr;
             try {
-                *pCookie = owner_.connections_.Add(std::move(sink));
+                *pCookie = owner_.connections_.Add(sink);
                 return S_OK;
-            } catch (const std::exception&) {
+            } catch (...) {
                 return CONNECT_E_ADVISELIMIT;
             }
         }
 
         STDMETHODIMP Unadvise(DWORD cookie) override
         {
+            const auto alive = Container().KeepAlive();
             return owner_.connections_.Remove(cookie) ? S_OK : CONNECT_E_NOCONNECTION;
         }
 
@@ -100,6 +103,7 @@ private:
             if (ppEnumerator == nullptr)
                 return E_POINTER;
             *ppEnumerator = nullptr;
+            const auto alive = Container().KeepAlive();
             return Guarded([&] {
                 auto snapshot =
                     std::make_shared<const std::vector<Connection>>(owner_.connections_.Snapshot());

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace Mardu::Sentel {
@@ -24,9 +25,12 @@ public:
     {
         if (slots == nullptr || (pFetched == nullptr && count != 1))
             return E_POINTER;
-        ULONG fetched = 0;
-        for (; fetched < count && position_ < items_->size(); ++fetched)
-            Policy::Give((*items_)[position_++], slots[fetched]);
+        // The items are taken first, and given afterwards: that counts references of foreign objects.
+        const auto alive = this->KeepAlive();
+        const auto [begin, end] = Take(count);
+        const auto fetched = static_cast<ULONG>(end - begin);
+        for (ULONG i = 0; i < fetched; ++i)
+            Policy::Give((*items_)[begin + i], slots[i]);
         if (pFetched != nullptr)
             *pFetched = fetched;
         return fetched == count ? S_OK : S_FALSE;
@@ -34,9 +38,8 @@ public:
 
     STDMETHODIMP Skip(ULONG count) override
     {
-        const size_t left = items_->size() - position_;
-        position_ += std::min<size_t>(count, left);
-        return count <= left ? S_OK : S_FALSE;
+        const auto [begin, end] = Take(count);
+        return end - begin == count ? S_OK : S_FALSE;
     }
 
     STDMETHODIMP Reset() override
@@ -54,8 +57,19 @@ public:
     }
 
 private:
-    Items items_;
-    size_t position_;
+    /// Goes on by so many items, or to the end; where it was and where it is now.
+    std::pair<size_t, size_t> Take(ULONG count) noexcept
+    {
+        size_t begin = position_;
+        size_t end = 0;
+        do {
+            end = begin + std::min<size_t>(count, items_->size() - begin);
+        } while (!position_.compare_exchange_weak(begin, end));
+        return {begin, end};
+    }
+
+    const Items items_;
+    std::atomic<size_t> position_; ///< never beyond the items
 };
 
 } // namespace Mardu::Sentel

@@ -5,6 +5,9 @@
 
 #include <oleauto.h>
 
+#include <mutex>
+#include <utility>
+
 namespace Mardu::Sentel::Tavlo {
 namespace {
 
@@ -65,24 +68,31 @@ HRESULT CTavloEventsReflector::Connect(ITavlo2* pITavlo)
 {
     if (pITavlo == nullptr)
         return E_INVALIDARG;
-    HRESULT hr = Disconnect();
-    if (FAILED(hr))
-        return hr;
-    hr = pITavlo->Subscribe(sink_.Get(), Tavlo_Asynchronous);
-    if (FAILED(hr))
-        return hr;
-    image_ = pITavlo;
-    return S_OK;
+    const auto alive = KeepAlive();
+    return Guarded([&] {
+        HeldInterface<ITavlo2> image = Hold(pITavlo);
+        HRESULT hr = Disconnect();
+        if (SUCCEEDED(hr))
+            hr = pITavlo->Subscribe(sink_.Get(), Tavlo_Asynchronous);
+        if (FAILED(hr))
+            return hr;
+        SetImage(std::move(image));
+        return S_OK;
+    });
 }
 
 HRESULT CTavloEventsReflector::Disconnect()
 {
-    if (image_ == nullptr)
-        return S_OK;
-    const HRESULT hr = image_->Unsubscribe(sink_.Get());
-    if (SUCCEEDED(hr))
-        image_.Reset();
-    return hr;
+    const auto alive = KeepAlive();
+    return Guarded([&] {
+        const HeldInterface<ITavlo2> image = Image();
+        if (image == nullptr)
+            return S_OK;
+        const HRESULT hr = (*image)->Unsubscribe(sink_.Get());
+        if (SUCCEEDED(hr))
+            SetImage(nullptr);
+        return hr;
+    });
 }
 
 HRESULT CTavloEventsReflector::EnumConnectionPoints(IEnumConnectionPoints** ppEnumerator)
@@ -111,8 +121,6 @@ HRESULT CTavloEventsReflector::FindConnectionPoint(REFIID iid, IConnectionPoint*
 
 HRESULT CTavloEventsReflector::OnImageUpdate(ITavlo* image, RECT* dirty)
 {
-    // A client's handler may release the last outside reference.
-    const ComPtr<ITavloEventsReflector> alive(this);
     return Guarded([&] {
         RECT rect = {};
         if (dirty != nullptr)
@@ -131,8 +139,8 @@ HRESULT CTavloEventsReflector::OnImageUpdate(ITavlo* image, RECT* dirty)
 HRESULT CTavloEventsReflector::WholeImage(ITavlo* image, RECT& whole) const
 {
     ComPtr<ITavlo> updated(image);
-    if (updated == nullptr && image_ != nullptr)
-        CheckHResult(image_.As(&updated));
+    if (const ComPtr<ITavlo2> connected = ReferenceTo(Image()); updated == nullptr && connected != nullptr)
+        CheckHResult(connected.As(&updated));
     if (updated == nullptr)
         return E_UNEXPECTED;
     ComPtr<ITavloDescriptor> descriptor;
@@ -145,6 +153,20 @@ HRESULT CTavloEventsReflector::WholeImage(ITavlo* image, RECT& whole) const
         hr = descriptor->get_Height(&height);
     whole = {0, 0, width, height};
     return hr;
+}
+
+// The image is a foreign object: under the lock only the pointer changes hands.
+
+HeldInterface<ITavlo2> CTavloEventsReflector::Image() const
+{
+    const std::lock_guard lock(lock_);
+    return image_;
+}
+
+void CTavloEventsReflector::SetImage(HeldInterface<ITavlo2> image) noexcept
+{
+    const std::lock_guard lock(lock_);
+    image_.swap(image);
 }
 
 } // namespace Mardu::Sentel::Tavlo

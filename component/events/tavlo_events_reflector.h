@@ -43,10 +43,14 @@ public:
 
 private:
     HRESULT OnImageUpdate(ITavlo* image, RECT* dirty) override;
+    ComPtr<IUnknown> Reference() noexcept override { return KeepAlive(); }
     HRESULT WholeImage(ITavlo* image, RECT& whole) const;
+    HeldInterface<ITavlo2> Image() const;
+    void SetImage(HeldInterface<ITavlo2> image) noexcept;
 
-    ComPtr<ITavlo2> image_;
-    ComPtr<CTavloEventSink> sink_;
+    mutable CriticalSection lock_;
+    HeldInterface<ITavlo2> image_; ///< null while disconnected
+    const ComPtr<CTavloEventSink> sink_;
 };
 
 } // namespace Mardu::Sentel::Tavlo

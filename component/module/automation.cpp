@@ -4,6 +4,7 @@
 
 #include "module/critical_section.h"
 #include "module/error.h"
+#include "module/held_interface.h"
 #include "module/module_lock.h"
 
 #include <cstring>
@@ -25,13 +26,20 @@ struct LessGuid
 struct Cache
 {
     CriticalSection lock;
-    std::map<GUID, ComPtr<ITypeInfo>, LessGuid> infos;
+    std::map<GUID, HeldInterface<ITypeInfo>, LessGuid> infos;
 };
 
 Cache& Loaded()
 {
     static Cache cache;
     return cache;
+}
+
+HeldInterface<ITypeInfo> Find(Cache& cache, REFIID iid)
+{
+    const std::lock_guard lock(cache.lock);
+    const auto found = cache.infos.find(iid);
+    return found != cache.infos.end() ? found->second : nullptr;
 }
 
 ComPtr<ITypeLib> LoadOwnLibrary()
@@ -55,24 +63,29 @@ ComPtr<ITypeLib> Load(TypeLibrary library)
 ComPtr<ITypeInfo> TypeInfoOf(TypeLibrary library, REFIID iid)
 {
     Cache& cache = Loaded();
-    const std::lock_guard lock(cache.lock);
-    ComPtr<ITypeInfo>& info = cache.infos[iid];
-    if (info == nullptr)
-        CheckHResult(Load(library)->GetTypeInfoOfGuid(iid, &info));
-    return info;
+    HeldInterface<ITypeInfo> held = Find(cache, iid);
+    if (held == nullptr) {
+        // Foreign code, which takes its time: without the lock. Of two threads the first one counts.
+        held = Hold<ITypeInfo>(nullptr);
+        CheckHResult(Load(library)->GetTypeInfoOfGuid(iid, held->GetAddressOf()));
+        const std::lock_guard lock(cache.lock);
+        held = cache.infos.try_emplace(iid, held).first->second;
+    }
+    return *held;
 }
 
 void ReleaseTypeInfos() noexcept
 {
     Cache& cache = Loaded();
+    decltype(cache.infos) dropped;
     const std::lock_guard lock(cache.lock);
-    cache.infos.clear();
+    dropped.swap(cache.infos);
 }
 
 void AbandonTypeInfos() noexcept
 {
     for (auto& [iid, info] : Loaded().infos)
-        static_cast<void>(info.Detach());
+        static_cast<void>(info->Detach());
 }
 
 HRESULT AutomationTypeInfo(TypeLibrary library, REFIID iid, UINT index, ITypeInfo** ppTypeInfo) noexcept

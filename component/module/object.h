@@ -24,6 +24,13 @@ public:
     /// The object's own IUnknown, which an aggregating object keeps.
     IUnknown* Inner() noexcept { return &inner_; }
 
+    /// A reference to the object's own IUnknown for somebody who has none, and for a method that
+    /// calls foreign code, which may release every other one. Null when the last has gone.
+    ComPtr<IUnknown> KeepAlive() noexcept
+    {
+        return TakeReference<IUnknown>(inner_.TryAddRef() ? &inner_ : nullptr);
+    }
+
     /// Before any interface is handed out.
     void AggregateInto(IUnknown* outer) noexcept { outer_ = outer; }
 
@@ -61,13 +68,25 @@ private:
             const ULONG count = --count_;
             if (count == 0) {
                 // The destructor may still hand out references to the object.
-                count_ = 0x40000000;
+                count_ = dying;
                 delete &object_;
             }
             return count;
         }
 
+        /// False when there are no references any more.
+        bool TryAddRef() noexcept
+        {
+            ULONG count = count_;
+            while (count != 0 && count < dying)
+                if (count_.compare_exchange_weak(count, count + 1))
+                    return true;
+            return false;
+        }
+
     private:
+        static constexpr ULONG dying = 0x40000000;
+
         ObjectRoot& object_;
         std::atomic<ULONG> count_ = 1;
     };

@@ -73,8 +73,7 @@ HRESULT CCoLUTRecoder::GetColor(double at, unsigned long* pColor)
 {
     if (pColor == nullptr)
         return E_POINTER;
-    *pColor = recoder_.GetColor(at);
-    return S_OK;
+    return Guarded([&] { *pColor = recoder_.GetColor(at); });
 }
 
 HRESULT CCoLUTRecoder::SetColor(double at, unsigned long colour)

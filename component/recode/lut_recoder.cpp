@@ -21,7 +21,7 @@ RecodeResult LUTRecoder::Cast(const std::uint8_t* src, std::uint8_t* dst, const 
     return RunCast(plan, src, dst, srcRect, dstPoint);
 }
 
-PackedColor LUTRecoder::GetColor(double position) const noexcept
+PackedColor LUTRecoder::GetColor(double position) const
 {
     if (ramp != nullptr)
         return ramp->ColorAt(position);

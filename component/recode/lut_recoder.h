@@ -34,7 +34,7 @@ public:
 
     /// The colour of the ramp at a position, without the tone curve; for recoders without a
     /// ramp the opaque grey that the tone curve gives there.
-    PackedColor GetColor(double position) const noexcept;
+    PackedColor GetColor(double position) const;
 
     /// Sets a control point of the ramp; invalidArgument without a ramp and for NaN.
     RecodeResult SetColor(double position, PackedColor color);

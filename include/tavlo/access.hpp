@@ -49,7 +49,31 @@ private:
     std::shared_ptr<const std::vector<descriptor>> several_;
 };
 
-[[noreturn]] inline void refuse_view(const descriptor& channel, std::wstring reason)
+/// How many bytes from an address on are memory in one piece; 0 where there is none.
+inline std::uint64_t mapped_bytes(const void* address) noexcept
+{
+    const auto* const begin = static_cast<const std::byte*>(address);
+    const std::byte* end = begin;
+    const void* piece = nullptr;
+    MEMORY_BASIC_INFORMATION region = {};
+    while (end != nullptr && VirtualQuery(end, &region, sizeof(region)) != 0 && region.State == MEM_COMMIT &&
+           (piece == nullptr || region.AllocationBase == piece)) {
+        piece = region.AllocationBase;
+        end = static_cast<const std::byte*>(region.BaseAddress) + region.RegionSize;
+    }
+    return static_cast<std::uint64_t>(end - begin);
+}
+
+/// Refuses channels of which a pixel lies outside the memory from base on.
+inline void require_within(std::span<const descriptor> channels, const void* base, const char* operation)
+{
+    const std::uint64_t bytes = mapped_bytes(base);
+    for (const descriptor& channel : channels)
+        if (!lies_within(channel, bytes))
+            throw error(E_INVALIDARG, operation, L"its geometry reaches outside its memory");
+}
+
+[[noreturn]] inline void refuse_view(const descriptor& channel, const std::wstring& reason)
 {
     const std::string name = encoding_name(channel.encoding);
     throw error(DISP_E_TYPEMISMATCH, "view the pixels",

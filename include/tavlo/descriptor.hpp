@@ -142,6 +142,24 @@ struct descriptor
 
 namespace detail {
 
+/// Whether every byte of every pixel lies in memory of so many bytes, in 64 bits, in which nothing
+/// of a geometry wraps. The component's own rule, once more.
+constexpr bool lies_within(const descriptor& channel, std::uint64_t bytes) noexcept
+{
+    const std::int64_t element = channel.bits > 0 ? (std::int64_t{channel.bits} + 7) / 8 : 0;
+    if (channel.encoding == Tavlo_Data)
+        return channel.offset >= 0 &&
+               static_cast<std::uint64_t>(channel.offset +
+                                          (channel.bits > 0 ? std::int64_t{channel.bits} : 0)) <= bytes;
+    if (channel.width <= 0 || channel.height <= 0)
+        return true;
+    const std::int64_t dx = (std::int64_t{channel.width} - 1) * channel.stride_x;
+    const std::int64_t dy = (std::int64_t{channel.height} - 1) * channel.stride_y;
+    const std::int64_t begin = channel.offset + (dx < 0 ? dx : 0) + (dy < 0 ? dy : 0);
+    const std::int64_t end = channel.offset + (dx > 0 ? dx : 0) + (dy > 0 ? dy : 0) + element;
+    return begin >= 0 && static_cast<std::uint64_t>(end) <= bytes;
+}
+
 /// A new descriptor object of several channels. E_INVALIDARG when they differ in size.
 inline com_ptr<ITavloDescriptor> object_of(std::span<const descriptor> channels)
 {

@@ -20,9 +20,13 @@ class image
 public:
     image() = default;
 
-    /// An image that was handed over, for instance by another process. E_POINTER for null.
+    /// An image that was handed over, for instance by another process. E_POINTER for null. What
+    /// another process says of its geometry is not believed: read and write throw E_INVALIDARG
+    /// where a pixel would lie outside the image's memory.
     explicit image(com_ptr<ITavlo2> object)
-        : object_(std::move(object)), channels_(channels_of(object_.get()))
+        : object_(std::move(object)),
+          channels_(channels_of(object_.get())),
+          is_from_elsewhere_(is_proxy(object_.get()))
     {
     }
     explicit image(ITavlo2* object) : image(com_ptr<ITavlo2>(object)) {}
@@ -87,6 +91,8 @@ public:
         channels_[channel];
         com_ptr<IReadAccessor> accessor;
         check(object_->GetReadAccess(nullptr, 1.0, accessor.put()), "read an image");
+        if (is_from_elsewhere_)
+            detail::require_within(channels_.all(), accessor->Ptr(0), "read an image");
         return {std::move(accessor), channels_, channel};
     }
 
@@ -104,6 +110,8 @@ public:
         channels_[channel];
         com_ptr<IWriteAccessor> accessor;
         check(object_->GetWriteAccess(accessor.put()), "write an image");
+        if (is_from_elsewhere_)
+            detail::require_within(channels_.all(), accessor->Ptr(0), "write an image");
         return {std::move(accessor), channels_, channel};
     }
 
@@ -124,6 +132,8 @@ public:
         if (result == E_ACCESSDENIED)
             return std::nullopt;
         check(result, "write an image");
+        if (is_from_elsewhere_)
+            detail::require_within(channels_.all(), accessor->Ptr(0), "write an image");
         return write_access(std::move(accessor), channels_, channel);
     }
 
@@ -144,6 +154,7 @@ public:
         image copy;
         check(object_->Clone(access, copy.object_.put()), "clone an image");
         copy.channels_ = channels_;
+        copy.is_from_elsewhere_ = is_from_elsewhere_;
         return copy;
     }
 
@@ -178,6 +189,13 @@ private:
         return detail::create<ITavloFactory>(__uuidof(TavloFactory), "create the image factory");
     }
 
+    /// Whether the object stands for one of another apartment, process or machine.
+    static bool is_proxy(ITavlo2* object) noexcept
+    {
+        com_ptr<IClientSecurity> proxy;
+        return SUCCEEDED(object->QueryInterface(__uuidof(IClientSecurity), proxy.put_void()));
+    }
+
     static detail::channel_list channels_of(ITavlo2* object)
     {
         const char* const operation = "read an image's descriptor";
@@ -197,6 +215,7 @@ private:
 
     com_ptr<ITavlo2> object_;
     detail::channel_list channels_;
+    bool is_from_elsewhere_ = false;
 };
 
 } // namespace tavlo

@@ -99,8 +99,8 @@ requires(!std::same_as<T, bool>) struct pixel_traits<T>
     {
         constexpr long size = sizeof(T) * 8;
         constexpr long smaller = sizeof(T) > 1 ? size / 2 : 0;
-        return encoding == (std::is_signed_v<T> ? Tavlo_Signed : Tavlo_Unsigned) && bits > smaller &&
-               bits <= size;
+        constexpr TavloEncoding own = std::is_signed_v<T> ? Tavlo_Signed : Tavlo_Unsigned;
+        return encoding == own && bits > smaller && bits <= size;
     }
 };
 

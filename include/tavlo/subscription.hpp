@@ -165,7 +165,8 @@ class callable_handler final : public handler
 {
 public:
     template <class Argument>
-    explicit callable_handler(Argument&& callable)
+    requires(!std::same_as<std::remove_cvref_t<Argument>, callable_handler>) explicit callable_handler(
+        Argument&& callable)
         : callable_(std::in_place, std::forward<Argument>(callable))
     {
     }

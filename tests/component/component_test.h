@@ -12,6 +12,7 @@
 #include <iomanip>
 #include <ostream>
 #include <string>
+#include <vector>
 
 // mingw-w64 declares the interface without its identifier.
 #ifdef __CRT_UUID_DECL
@@ -83,6 +84,15 @@ inline ComPtr<ITavlo2> CreateImage(ITavloDescriptor2* descriptor, TavloAccess ac
 inline ComPtr<ITavlo2> GreyImage(long width, long height, TavloAccess access)
 {
     return CreateImage(GreyDescriptor(width, height).Get(), access);
+}
+
+/// Uses memory that was freed just now for something else, so that who still reads it is found out.
+inline void OverwriteFreedMemory()
+{
+    std::vector<std::vector<std::uint8_t>> blocks;
+    for (std::size_t size = 16; size <= 2048; size += 8)
+        for (int i = 0; i < 4; ++i)
+            blocks.emplace_back(size, std::uint8_t{0xDD});
 }
 
 /// The description in the thread's error object, which is taken away; empty without one.

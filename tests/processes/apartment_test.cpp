@@ -1,6 +1,8 @@
 // Accessors between the apartments of one process, and the bytes that they travel as.
 #include "tests/processes/transport_test.h"
 
+#include <array>
+
 namespace {
 
 /// What IMarshal wrote, in two parts.
@@ -159,22 +161,70 @@ TEST(AccessorBetweenApartments, KeepsTheImageOfASingleThreadedApartmentAlive)
 TEST(AccessorBetweenApartments, OpensNoSection)
 {
     const auto image = New<CountingImage>();
-    Bytes packet = Marshaled<ITavloInternal>(image.Get(), MSHCTX_INPROC);
-    int pixels = 0;
-    Bytes own(18);
-    const auto view = reinterpret_cast<std::uintptr_t>(&pixels);
-    std::memcpy(own.data() + 4, &view, sizeof(view));
-    own[12] = 1;
-    own[16] = '?';
-    packet.insert(packet.end(), own.begin(), own.end());
+    const auto real = SharedImage();
+    const auto reader = ReaderOf(real.Get());
+    const Bytes packet =
+        Joined(Marshaled<ITavloInternal>(image.Get(), MSHCTX_INPROC), OwnBytesOf(reader.Get()));
 
     const auto accessor = Create<IReadAccessor>(CLSID_ReadAccessor);
     ComPtr<IReadAccessor> same;
     ASSERT_HR(S_OK, MarshalOf(accessor.Get())
                         ->UnmarshalInterface(StreamOf(packet).Get(), IID_IReadAccessor,
                                              reinterpret_cast<void**>(same.GetAddressOf())))
-        << "there is no section of that name";
-    EXPECT_EQ(same->Ptr(0), static_cast<void*>(&pixels));
+        << "there is no section of the bare name";
+    EXPECT_EQ(same->Ptr(0), reader->Ptr(0));
+}
+
+TEST(AccessorBetweenApartments, HasNoAddressThatTheProcessDoesNotKnow)
+{
+    const auto image = New<CountingImage>();
+    const auto real = SharedImage();
+    const Bytes own = OwnBytesOf(ReaderOf(real.Get()).Get());
+    std::array<std::uint64_t, 2> memory = {};
+    Bytes elsewhere = own;
+    const auto address = reinterpret_cast<std::uintptr_t>(memory.data());
+    std::memcpy(elsewhere.data() + 4, &address, sizeof(address));
+    Bytes inside = own;
+    inside[4] = 8;
+    Bytes ofAnother = own;
+    ofAnother[16 + 2] = '?';
+    for (const Bytes& told : {elsewhere, inside, ofAnother}) {
+        const Bytes packet = Joined(Marshaled<ITavloInternal>(image.Get(), MSHCTX_INPROC), told);
+        ComPtr<IUnknown> accessor;
+        EXPECT_HR(E_INVALIDARG, Create<IMarshal>(CLSID_WriteAccessor)
+                                    ->UnmarshalInterface(StreamOf(packet).Get(), IID_IWriteAccessor,
+                                                         reinterpret_cast<void**>(accessor.GetAddressOf())));
+        EXPECT_EQ(TakeErrorDescription(), L"The accessor's view is none of this process");
+        EXPECT_EQ(image->writers, 0);
+    }
+    EXPECT_EQ(image->References(), 1u);
+}
+
+// An accessor that was received from elsewhere has mapped the section itself. What it passes on
+// shows that mapping.
+TEST(AccessorBetweenApartments, OutlivesTheOneWhoseMappingItShows)
+{
+    const auto image = SharedImage();
+    *BytesAt(WriterOf(image.Get())->Ptr(5)) = 50;
+    auto received = Unmarshaled<IReadAccessor>(Marshaled(ReaderOf(image.Get()).Get(), MSHCTX_LOCAL));
+    ASSERT_NE(received->Ptr(0), ReaderOf(image.Get())->Ptr(0));
+    const Bytes packet = Marshaled(received.Get(), MSHCTX_INPROC);
+    InApartment(COINIT_APARTMENTTHREADED, [&] {
+        const auto passedOn = Unmarshaled<IReadAccessor>(packet);
+        received.Reset();
+        EXPECT_EQ(*BytesAt(passedOn->Ptr(5)), 50);
+    }).join();
+}
+
+TEST(AccessorBetweenApartments, IsNotMadeOfAViewThatHasGone)
+{
+    const auto image = SharedImage();
+    auto received = Unmarshaled<IReadAccessor>(Marshaled(ReaderOf(image.Get()).Get(), MSHCTX_LOCAL));
+    const Bytes packet = Marshaled(received.Get(), MSHCTX_INPROC);
+    received.Reset();
+    HRESULT hr = S_OK;
+    EXPECT_EQ(Unmarshaled<IReadAccessor>(packet, &hr).Get(), nullptr);
+    EXPECT_HR(E_INVALIDARG, hr);
 }
 
 TEST(AccessorPacketBytes, WithinTheProcessFollowTheReference)
@@ -359,13 +409,29 @@ TEST(AccessorMarshaling, ReadsExactlyItsPacketToReleaseIt)
     }
 }
 
+TEST(DisposalHook, IsNotTakenFromElsewhere)
+{
+    const auto image = SharedImage();
+    ComPtr<ITavloInternal> internal;
+    ASSERT_HR(S_OK, image.As(&internal));
+    const Bytes packet = Marshaled(internal.Get(), MSHCTX_INPROC);
+    InApartment(COINIT_APARTMENTTHREADED, [&] {
+        const auto proxy = Unmarshaled<ITavloInternal>(packet);
+        ASSERT_NE(proxy.Get(), internal.Get());
+        EXPECT_HR(E_ACCESSDENIED, proxy->SetDisposalHook(0x1234));
+        EXPECT_HR(E_ACCESSDENIED, proxy->SetDisposalHook(0));
+        EXPECT_HR(S_OK, proxy->Dispose()) << "the image has none";
+    }).join();
+    EXPECT_HR(S_OK, internal->SetDisposalHook(0));
+}
+
 TEST(AccessorUnmarshaling, CountsFromAttachingToDeath)
 {
     const auto image = New<CountingImage>();
-    const Bytes name = {0, 0, 0, 0, 8, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 'n', 0};
+    const auto real = SharedImage();
+    const Bytes own = OwnBytesOf(ReaderOf(real.Get()).Get());
     const auto receive = [&](REFCLSID clsid, REFIID iid) {
-        Bytes packet = Marshaled<ITavloInternal>(image.Get(), MSHCTX_INPROC);
-        packet.insert(packet.end(), name.begin(), name.end());
+        const Bytes packet = Joined(Marshaled<ITavloInternal>(image.Get(), MSHCTX_INPROC), own);
         ComPtr<IUnknown> accessor;
         EXPECT_HR(S_OK, Create<IMarshal>(clsid)->UnmarshalInterface(
                             StreamOf(packet).Get(), iid, reinterpret_cast<void**>(accessor.GetAddressOf())));

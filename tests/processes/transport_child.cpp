@@ -3,7 +3,7 @@
 #include "tests/processes/exchange.h"
 #include "tests/processes/transport_test.h"
 
-#include "module/handle.h"
+#include "component/module/handle.h"
 
 #include <psapi.h>
 

@@ -84,6 +84,17 @@ inline HRESULT Release(std::span<const std::uint8_t> packet)
     return CoReleaseMarshalData(StreamOf(packet).Get());
 }
 
+/// What an accessor's own packet holds beside the reference to its image, for an image that the
+/// factory has made: within the process the marker, the view's address, and the name.
+template <class Accessor>
+Bytes OwnBytesOf(Accessor* accessor)
+{
+    constexpr std::ptrdiff_t bytes = 4 + 8 + 4 + 2 * 38;
+    const Bytes packet = Marshaled(accessor, MSHCTX_INPROC);
+    EXPECT_HR(S_OK, Release(packet));
+    return {packet.end() - bytes, packet.end()};
+}
+
 template <class Interface>
 ComPtr<IMarshal> MarshalOf(Interface* object)
 {

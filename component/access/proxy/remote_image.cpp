@@ -2,6 +2,7 @@
 
 #include "access/stub/packed_block.h"
 #include "image/descriptor_conversion.h"
+#include "image/extent.h"
 #include "module/error.h"
 #include "recode/interface_types.h"
 #include "recode/recode.h"
@@ -14,11 +15,15 @@
 namespace Mardu::Sentel::Tavlo {
 namespace {
 
-ImageLayout LayoutOfStub(ITavloStub* stub)
+/// What the far end says of its image. It may lie: no pixel of the copy may be outside the
+/// memory that the copy gets.
+TavloDescriptorData GeometryOf(ITavloStub* stub)
 {
     ComPtr<ITavloDescriptor> descriptor;
     CheckHResult(stub->get_Descriptor(&descriptor));
-    return ReadLayout(descriptor.Get());
+    const TavloDescriptorData data = DescriptorDataOf(ReadLayout(descriptor.Get()));
+    RequireWithin(data, static_cast<std::uint64_t>(RawDataSize(LayoutOf(data))));
+    return data;
 }
 
 RECT Intersect(const RECT& a, const RECT& b) noexcept
@@ -31,7 +36,7 @@ RECT Intersect(const RECT& a, const RECT& b) noexcept
 } // namespace
 
 RemoteImage::RemoteImage(ITavloStub* stub)
-    : descriptorData_(DescriptorDataOf(LayoutOfStub(stub))),
+    : descriptorData_(GeometryOf(stub)),
       local_(CreateImage(LayoutOf(descriptorData_), Tavlo_SingleWriter)),
       pending_(Whole()),
       wake_(CreateEventW(nullptr, FALSE, FALSE, nullptr))
@@ -65,20 +70,39 @@ HRESULT RemoteImage::Refresh(ITavloStub* stub)
         RECT rect = Intersect(TakePending(), Whole());
         if (IsEmpty(rect))
             return S_OK;
-        {
-            // Client threads and the refresh thread share the scratch buffer.
-            const std::lock_guard lock(scratchLock_);
-            const TavloDescriptorData block = PackedBlock(descriptorData_, rect);
-            const std::int32_t size = SizeOf(block);
-            if (size > 0 && static_cast<size_t>(size) > scratch_.size())
-                scratch_.resize(static_cast<size_t>(size));
-            CheckHResult(stub->GetData(&rect, size, scratch_.data()));
-            const PixelPoint corner = {rect.left, rect.top};
-            CheckHResult(
-                ToHResult(Rewrite(block, scratch_.data(), descriptorData_, pixels_, nullptr, &corner)));
-        }
+        Fetch(stub, rect);
         return writer_->Invalidate(&rect);
     });
+}
+
+void RemoteImage::Fetch(ITavloStub* stub, RECT& rect)
+{
+    const TavloDescriptorData block = PackedBlock(descriptorData_, rect);
+    const std::int32_t size = SizeOf(block);
+    RequireWithin(block, static_cast<std::uint64_t>(std::max(size, 0)));
+    std::vector<std::uint8_t> scratch = TakeScratch();
+    if (static_cast<size_t>(size) > scratch.size())
+        scratch.resize(static_cast<size_t>(size));
+    CheckHResult(stub->GetData(&rect, size, scratch.data()));
+    const PixelPoint corner = {rect.left, rect.top};
+    CheckHResult(ToHResult(Rewrite(block, scratch.data(), descriptorData_, pixels_, nullptr, &corner)));
+    GiveBack(std::move(scratch));
+}
+
+// A call to the far end may let other calls in meanwhile, on this thread, too: the buffer is
+// taken out for it, not locked, and the larger one of two is kept.
+
+std::vector<std::uint8_t> RemoteImage::TakeScratch() noexcept
+{
+    const std::lock_guard lock(lock_);
+    return std::exchange(scratch_, {});
+}
+
+void RemoteImage::GiveBack(std::vector<std::uint8_t> scratch) noexcept
+{
+    const std::lock_guard lock(lock_);
+    if (scratch.size() > scratch_.size())
+        scratch_.swap(scratch);
 }
 
 void RemoteImage::RefreshUntilStopped(ITavloStub* stub)

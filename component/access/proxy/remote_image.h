@@ -39,17 +39,19 @@ public:
 
 private:
     RECT TakePending();
+    void Fetch(ITavloStub* stub, RECT& rect);
+    std::vector<std::uint8_t> TakeScratch() noexcept;
+    void GiveBack(std::vector<std::uint8_t> scratch) noexcept;
 
     TavloDescriptorData descriptorData_;
     ComPtr<CTavlo> local_;
     ComPtr<IWriteAccessor> writer_;
     std::uint8_t* pixels_ = nullptr;
-    CriticalSection lock_;
+    CriticalSection lock_; ///< of what is pending and the scratch buffer
     RECT pending_;
     UniqueHandle wake_;
     std::atomic<bool> stopped_ = false;
-    CriticalSection scratchLock_;
-    std::vector<std::uint8_t> scratch_; ///< grows, never shrinks
+    std::vector<std::uint8_t> scratch_; ///< grows, never shrinks; empty while it is in use
 };
 
 } // namespace Mardu::Sentel::Tavlo

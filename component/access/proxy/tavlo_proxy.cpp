@@ -56,6 +56,7 @@ HRESULT CTavloProxy::GetReadAccess(RECT*, double, IReadAccessor** ppIReadAccesso
     if (Local() == nullptr || ppIReadAccessor == nullptr)
         return Unbound(ppIReadAccessor);
     *ppIReadAccessor = nullptr;
+    const auto alive = KeepAlive();
     const HRESULT hr = remote_->Refresh(stub_.Get());
     if (FAILED(hr))
         return hr;
@@ -74,6 +75,7 @@ HRESULT CTavloProxy::Clone(::TavloAccess access, ITavlo** ppITavlo)
         return Unbound(ppITavlo);
     if (ppITavlo != nullptr)
         *ppITavlo = nullptr;
+    const auto alive = KeepAlive();
     const HRESULT hr = remote_->Refresh(stub_.Get());
     return SUCCEEDED(hr) ? Local()->Clone(access, ppITavlo) : hr;
 }
@@ -84,6 +86,7 @@ HRESULT CTavloProxy::Clone(::TavloAccess access, ITavlo2** ppITavlo)
         return Unbound(ppITavlo);
     if (ppITavlo != nullptr)
         *ppITavlo = nullptr;
+    const auto alive = KeepAlive();
     const HRESULT hr = remote_->Refresh(stub_.Get());
     return SUCCEEDED(hr) ? Local()->Clone(access, ppITavlo) : hr;
 }
@@ -94,9 +97,11 @@ HRESULT CTavloProxy::Subscribe(ITavloEvents* pIHandler, EventMode mode)
         return E_POINTER;
     if (Local() == nullptr)
         return E_UNEXPECTED;
-    HRESULT hr = Guarded([&] { StartRefreshThread(); });
-    if (SUCCEEDED(hr))
-        hr = stub_->Subscribe(this);
+    const auto alive = KeepAlive();
+    const HRESULT hr = Guarded([&] {
+        StartRefreshThread();
+        return stub_->Subscribe(this);
+    });
     return SUCCEEDED(hr) ? Local()->Subscribe(pIHandler, mode) : hr;
 }
 
@@ -104,13 +109,15 @@ HRESULT CTavloProxy::Unsubscribe(ITavloEvents* pIHandler)
 {
     if (Local() == nullptr)
         return E_UNEXPECTED;
+    const auto alive = KeepAlive();
     // Ends the remote updates for all local handlers; the next Subscribe renews them.
-    const HRESULT hr = stub_->Subscribe(nullptr);
+    const HRESULT hr = Guarded([&] { return stub_->Subscribe(nullptr); });
     return SUCCEEDED(hr) ? Local()->Unsubscribe(pIHandler) : hr;
 }
 
 HRESULT CTavloProxy::DisposeLocalImage()
 {
+    const auto alive = KeepAlive();
     return Local() != nullptr ? Local()->Dispose() : E_UNEXPECTED;
 }
 
@@ -136,16 +143,19 @@ HRESULT CTavloProxy::ReleaseWriter()
 
 HRESULT CTavloProxy::Invalidate(RECT* pDirty)
 {
+    const auto alive = KeepAlive();
     return Local() != nullptr ? Local()->Invalidate(pDirty) : E_UNEXPECTED;
 }
 
 HRESULT CTavloProxy::SetProperty(BSTR name, VARIANT value)
 {
+    const auto alive = KeepAlive();
     return Local() != nullptr ? Local()->SetProperty(name, value) : E_UNEXPECTED;
 }
 
 HRESULT CTavloProxy::GetProperty(BSTR name, VARIANT* value)
 {
+    const auto alive = KeepAlive();
     return Local() != nullptr ? Local()->GetProperty(name, value) : E_UNEXPECTED;
 }
 

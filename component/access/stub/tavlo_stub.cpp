@@ -1,7 +1,9 @@
 #include "access/stub/tavlo_stub.h"
 
 #include "access/stub/packed_block.h"
+#include "image/extent.h"
 #include "module/error.h"
+#include "module/mapped_memory.h"
 #include "recode/interface_types.h"
 #include "recode/recode.h"
 
@@ -18,6 +20,8 @@ CTavloStub::CTavloStub(ITavlo* image, const ImageLayout& layout)
     pixels_ = static_cast<const std::uint8_t*>(readAccessor_->Ptr(0));
     if (pixels_ == nullptr)
         throw HResultException(E_FAIL, "The image has no pixels to pass on");
+    // Another machine must not reach what is beside the image.
+    RequireWithin(descriptorData_, MappedBytes(pixels_));
 }
 
 HRESULT CTavloStub::get_Descriptor(ITavloDescriptor** ppIDescriptor)
@@ -32,12 +36,15 @@ HRESULT CTavloStub::Subscribe(ITavloEvents* pIHandler)
 {
     if (image_ == nullptr)
         return E_UNEXPECTED;
-    ComPtr<ITavloEvents> replaced(pIHandler);
-    {
-        const std::lock_guard lock(handlerLock_);
-        handler_.Swap(replaced);
-    }
-    return pIHandler != nullptr ? image_->Subscribe(this, Tavlo_Asynchronous) : image_->Unsubscribe(this);
+    const auto alive = KeepAlive();
+    return Guarded([&] {
+        HeldInterface<ITavloEvents> replaced = pIHandler != nullptr ? Hold(pIHandler) : nullptr;
+        {
+            const std::lock_guard lock(handlerLock_);
+            handler_.swap(replaced);
+        }
+        return pIHandler != nullptr ? image_->Subscribe(this, Tavlo_Asynchronous) : image_->Unsubscribe(this);
+    });
 }
 
 HRESULT CTavloStub::GetData(RECT* pRect, long, unsigned char* data)
@@ -57,11 +64,14 @@ HRESULT CTavloStub::GetData(RECT* pRect, long, unsigned char* data)
 
 HRESULT CTavloStub::OnImageUpdate(ITavlo*, RECT* pDirty)
 {
-    const ComPtr<ITavloEvents> handler = Handler();
-    return handler != nullptr ? handler->OnImageUpdate(nullptr, pDirty) : S_OK;
+    const auto alive = KeepAlive();
+    return Guarded([&] {
+        const HeldInterface<ITavloEvents> handler = Handler();
+        return handler != nullptr ? (*handler)->OnImageUpdate(nullptr, pDirty) : S_OK;
+    });
 }
 
-ComPtr<ITavloEvents> CTavloStub::Handler()
+HeldInterface<ITavloEvents> CTavloStub::Handler()
 {
     const std::lock_guard lock(handlerLock_);
     return handler_;

@@ -2,6 +2,7 @@
 
 #include "image/layout.h"
 #include "module/critical_section.h"
+#include "module/held_interface.h"
 #include "module/object.h"
 
 #include "TavloLib.h"
@@ -28,14 +29,14 @@ public:
     STDMETHODIMP OnImageUpdate(ITavlo* pITavlo, RECT* pDirty) override;
 
 private:
-    ComPtr<ITavloEvents> Handler();
+    HeldInterface<ITavloEvents> Handler();
 
     ComPtr<ITavlo> image_;
     TavloDescriptorData descriptorData_;
     ComPtr<IReadAccessor> readAccessor_;
     const std::uint8_t* pixels_ = nullptr;
     CriticalSection handlerLock_;
-    ComPtr<ITavloEvents> handler_; ///< of the far end, or null
+    HeldInterface<ITavloEvents> handler_; ///< of the far end, or null
 };
 
 } // namespace Mardu::Sentel::Tavlo

@@ -12,44 +12,51 @@ namespace Mardu::Sentel::Tavlo {
 
 namespace {
 
-VARIANT CopyOf(const VARIANT& source)
+/// A copy made by one of the platform's two functions.
+template <class Function>
+VARIANT CopyOf(const VARIANT& source, Function function)
 {
     VARIANT copy;
     VariantInit(&copy);
     // Not every platform header declares the source const; it is only read.
-    CheckHResult(VariantCopy(&copy, const_cast<VARIANT*>(&source)));
+    CheckHResult(function(&copy, const_cast<VARIANT*>(&source)));
     return copy;
 }
 
 } // namespace
 
-PropertyBag::Value::Value(const VARIANT& source) : variant_(CopyOf(source)) {}
+// What is behind a pointer is copied with it: the pointer may not live as long as the value.
+PropertyBag::Value::Value(const VARIANT& source) : variant_(CopyOf(source, VariantCopyInd)) {}
 
 VARIANT PropertyBag::Value::Copy() const
 {
-    return CopyOf(variant_);
+    return CopyOf(variant_, VariantCopy);
 }
 
 void PropertyBag::Set(const std::wstring& name, const VARIANT& value)
 {
     // The old value is released after the lock, since that may call into its owner.
-    Value copy(value);
+    auto copy = std::make_shared<const Value>(value);
     const std::lock_guard lock(lock_);
-    values_[name].Swap(copy);
+    values_[name].swap(copy);
 }
 
 VARIANT PropertyBag::Get(const std::wstring& name) const
 {
-    const std::lock_guard lock(lock_);
-    const auto found = values_.find(name);
-    if (found == values_.end())
+    std::shared_ptr<const Value> value;
+    {
+        const std::lock_guard lock(lock_);
+        if (const auto found = values_.find(name); found != values_.end())
+            value = found->second;
+    }
+    if (value == nullptr)
         throw std::invalid_argument("The image has no property of that name");
-    return found->second.Copy();
+    return value->Copy();
 }
 
 void PropertyBag::Clear() noexcept
 {
-    std::map<std::wstring, Value> dropped;
+    decltype(values_) dropped;
     {
         const std::lock_guard lock(lock_);
         dropped.swap(values_);

@@ -7,6 +7,7 @@
 #include <windows.h>
 
 #include <map>
+#include <memory>
 #include <string>
 
 namespace Mardu::Sentel::Tavlo {
@@ -28,15 +29,14 @@ public:
     SAFEARRAY* Names() const;
 
 private:
-    /// A value with its resources.
+    /// A value with its resources. What it copies may be foreign objects, whose references are
+    /// counted by code of their own: that never happens under the lock.
     class Value : private NonCopyable
     {
     public:
-        Value() noexcept { VariantInit(&variant_); }
         explicit Value(const VARIANT& source);
         ~Value() { VariantClear(&variant_); }
 
-        void Swap(Value& other) noexcept { std::swap(variant_, other.variant_); }
         VARIANT Copy() const;
 
     private:
@@ -44,7 +44,7 @@ private:
     };
 
     mutable CriticalSection lock_;
-    std::map<std::wstring, Value> values_;
+    std::map<std::wstring, std::shared_ptr<const Value>> values_;
 };
 
 } // namespace Mardu::Sentel::Tavlo

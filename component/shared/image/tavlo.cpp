@@ -31,7 +31,7 @@ UniqueHandle NotNull(UniqueHandle mapping)
 CTavlo::CTavlo(ImageLayout layout, std::wstring mapName, UniqueHandle mapping, ::TavloAccess access)
     : mapName_(std::move(mapName)),
       mapping_(NotNull(std::move(mapping))),
-      view_(MapWholeSection(mapping_.get())),
+      view_(ShareView(MapWholeSection(mapping_.get()), mapName_)),
       layout_(std::move(layout)),
       access_(access)
 {
@@ -39,7 +39,7 @@ CTavlo::CTavlo(ImageLayout layout, std::wstring mapName, UniqueHandle mapping, :
 
 CTavlo::~CTavlo()
 {
-    Guarded([&] { subscriptions_.Stop(); });
+    subscriptions_.Stop();
 }
 
 HRESULT CTavlo::get_Descriptor(ITavloDescriptor** ppIDescriptor)
@@ -72,8 +72,7 @@ HRESULT CTavlo::GetReadAccessCountedBy(ITavloInternal* counter, IReadAccessor** 
     *ppIReadAccessor = nullptr;
     if (mapping_ == nullptr)
         return E_PENDING;
-    return Guarded(
-        [&] { return NewAccessor<CReadAccessor>(counter, mapName_, view_.get(), ppIReadAccessor); });
+    return Guarded([&] { return NewAccessor<CReadAccessor>(counter, mapName_, view_, ppIReadAccessor); });
 }
 
 HRESULT CTavlo::GetReadAccess(RECT*, double, IReadAccessor** ppIReadAccessor)
@@ -98,8 +97,7 @@ HRESULT CTavlo::GetWriteAccessCountedBy(ITavloInternal* counter, IWriteAccessor*
     // Checked against attached writers only: of two requests at once both may succeed.
     if (access_ == Tavlo_SingleWriter && writers_ >= 1)
         return E_ACCESSDENIED;
-    return Guarded(
-        [&] { return NewAccessor<CWriteAccessor>(counter, mapName_, view_.get(), ppIWriteAccessor); });
+    return Guarded([&] { return NewAccessor<CWriteAccessor>(counter, mapName_, view_, ppIWriteAccessor); });
 }
 
 HRESULT CTavlo::Clone(::TavloAccess access, ITavlo** ppITavlo)
@@ -145,6 +143,7 @@ HRESULT CTavlo::Subscribe(ITavloEvents* pIHandler, EventMode mode)
 {
     if (pIHandler == nullptr)
         return E_POINTER;
+    const auto alive = KeepAlive();
     return Guarded([&] { subscriptions_.Subscribe(pIHandler, mode); });
 }
 
@@ -152,13 +151,15 @@ HRESULT CTavlo::Unsubscribe(ITavloEvents* pIHandler)
 {
     if (pIHandler == nullptr)
         return S_OK;
+    const auto alive = KeepAlive();
     return Guarded([&] { subscriptions_.Unsubscribe(pIHandler); });
 }
 
 HRESULT CTavlo::Dispose()
 {
+    const auto alive = KeepAlive();
     ITavloDisposalHook* hook = disposalHook_;
-    return hook != nullptr ? hook->Dispose() : S_OK;
+    return hook != nullptr ? Guarded([&] { return hook->Dispose(); }) : S_OK;
 }
 
 HRESULT CTavlo::AddReader()
@@ -187,17 +188,16 @@ HRESULT CTavlo::ReleaseWriter()
 
 HRESULT CTavlo::Invalidate(RECT* pDirty)
 {
-    // A handler may release the last outside reference.
-    const ComPtr<ITavloInternal> alive(this);
+    const auto alive = KeepAlive();
     const RECT dirty = pDirty != nullptr ? *pDirty : RECT{0, 0, layout_.Width, layout_.Height};
-    return Guarded([&] {
-        properties_.Clear();
-        subscriptions_.Deliver(dirty);
-    });
+    properties_.Clear();
+    subscriptions_.Deliver(dirty);
+    return S_OK;
 }
 
 HRESULT CTavlo::SetProperty(BSTR name, VARIANT value)
 {
+    const auto alive = KeepAlive();
     return Guarded([&] { properties_.Set(TextOf(name), value); });
 }
 
@@ -206,6 +206,7 @@ HRESULT CTavlo::GetProperty(BSTR name, VARIANT* value)
     if (value == nullptr)
         return E_POINTER;
     VariantInit(value);
+    const auto alive = KeepAlive();
     return Guarded([&] { *value = properties_.Get(TextOf(name)); });
 }
 
@@ -258,6 +259,7 @@ HRESULT CTavlo::MarshalInterface(IStream* stream, REFIID iid, void* object, DWOR
 {
     if (stream == nullptr)
         return E_POINTER;
+    const auto alive = KeepAlive();
     return Guarded([&] {
         if (context != MSHCTX_DIFFERENTMACHINE) {
             return StandardMarshal(iid, Outer(), context, contextData, flags)

@@ -8,6 +8,7 @@
 #include "module/object.h"
 #include "module/object_safety.h"
 #include "shared/image/property_bag.h"
+#include "shared/sections/shared_view.h"
 #include "shared/updates/update_subscriptions.h"
 
 #include "TavloInternal.h"
@@ -80,8 +81,8 @@ private:
 
     const std::wstring mapName_;
     const UniqueHandle mapping_;
-    const UniqueView view_;
-    const ImageLayout layout_;
+    const SharedView view_;
+    const ImageLayout layout_ = {};
     const ::TavloAccess access_ = Tavlo_ReadOnly;
     std::atomic<std::int32_t> readers_ = 0;
     std::atomic<std::int32_t> writers_ = 0;

@@ -1,6 +1,7 @@
 #include "shared/updates/event_handlers.h"
 
 #include <algorithm>
+#include <new>
 
 namespace Mardu::Sentel::Tavlo {
 namespace {
@@ -24,12 +25,17 @@ bool Takes(ITavloEvents* handler, RECT dirty) noexcept
 
 } // namespace
 
-EventHandlers Notify(const EventHandlers& handlers, const RECT& dirty)
+EventHandlers Notify(const EventHandlers& handlers, const RECT& dirty) noexcept
 {
     EventHandlers failed;
     for (const auto& handler : handlers) {
-        if (!Takes(handler.Get(), dirty))
+        if (Takes(handler.Get(), dirty))
+            continue;
+        try {
             failed.push_back(handler);
+        } catch (const std::bad_alloc&) {
+            // It stays subscribed. The others are told all the same.
+        }
     }
     return failed;
 }

@@ -3,7 +3,6 @@
 #include "module/module_thread.h"
 #include "shared/updates/pending_rectangle.h"
 
-#include <exception>
 #include <mutex>
 #include <utility>
 
@@ -59,15 +58,31 @@ void UpdateDispatcher::Post(const RECT& dirty)
     }
 }
 
-void UpdateDispatcher::Stop()
+void UpdateDispatcher::Stop() noexcept
 {
-    Queue({Code::Stop, nullptr});
+    for (;;) {
+        try {
+            Append(stop_);
+            return;
+        } catch (...) {
+            // Locking and waking may need a kernel object of their own: the next try has it.
+            SwitchToThread();
+        }
+    }
 }
 
 void UpdateDispatcher::Queue(UpdateCommand command)
 {
+    Commands one;
+    one.push_back(std::move(command));
+    Append(one);
+}
+
+/// Moves the commands to the end of the queue; those of a failed call that wakes nobody, too.
+void UpdateDispatcher::Append(Commands& commands)
+{
     const boost::unique_lock<boost::mutex> lock(queueMutex_);
-    queue_.push_back(std::move(command));
+    queue_.splice(queue_.end(), commands);
     queueFilled_.notify_one();
 }
 
@@ -87,7 +102,7 @@ void UpdateDispatcher::Work()
     while (goesOn) {
         try {
             goesOn = Execute(Take());
-        } catch (const std::exception&) {
+        } catch (...) {
             // Out of memory: this command is lost, the image's other updates are not.
         }
     }

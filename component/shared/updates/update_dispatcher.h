@@ -11,7 +11,7 @@
 
 #include <atomic>
 #include <cstdint>
-#include <deque>
+#include <list>
 #include <memory>
 
 namespace Mardu::Sentel::Tavlo {
@@ -38,8 +38,9 @@ public:
     /// Makes a rectangle due for delivery.
     void Post(const RECT& dirty);
 
-    /// Lets the worker leave after all that was queued before.
-    void Stop();
+    /// Lets the worker leave after all that was queued before. Needs nothing that could be
+    /// lacking, so it cannot fail.
+    void Stop() noexcept;
 
 private:
     enum class Code : std::uint32_t
@@ -56,9 +57,12 @@ private:
         ComPtr<IStream> handler; ///< null for updates and the stop
     };
 
+    using Commands = std::list<UpdateCommand>;
+
     UpdateDispatcher() = default;
 
     void Queue(UpdateCommand command);
+    void Append(Commands& commands);
     UpdateCommand Take();
     void Work();
     bool Execute(UpdateCommand command);
@@ -68,8 +72,9 @@ private:
     UniqueHandle thread_;
     boost::mutex queueMutex_;
     boost::condition_variable queueFilled_;
-    std::deque<UpdateCommand> queue_;
-    EventHandlers handlers_; ///< of the worker's apartment; touched by the worker only
+    Commands queue_;
+    Commands stop_{{Code::Stop, nullptr}}; ///< made ahead, for the end of the queue
+    EventHandlers handlers_;               ///< of the worker's apartment; touched by the worker only
     CriticalSection pendingLock_;
     RECT pending_ = {};
     std::atomic<bool> deliveryPosted_ = false;

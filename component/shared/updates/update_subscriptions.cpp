@@ -15,6 +15,17 @@ HRESULT MarshalForWorker(ITavloEvents* handler, ComPtr<IStream>& stream)
     return CoMarshalInterThreadInterfaceInStream(IID_ITavloEvents, handler, stream.ReleaseAndGetAddressOf());
 }
 
+/// Leaves it at that when a step of an update fails: the update itself never does.
+template <class Step>
+void Attempt(Step step) noexcept
+{
+    try {
+        step();
+    } catch (...) {
+        return;
+    }
+}
+
 } // namespace
 
 void UpdateSubscriptions::Subscribe(ITavloEvents* handler, EventMode mode)
@@ -41,16 +52,16 @@ void UpdateSubscriptions::Unsubscribe(ITavloEvents* handler)
         dispatcher->Unsubscribe(std::move(stream));
 }
 
-void UpdateSubscriptions::Deliver(const RECT& dirty)
+void UpdateSubscriptions::Deliver(const RECT& dirty) noexcept
 {
     const Targets targets = Current();
     if (targets.dispatcher != nullptr)
-        targets.dispatcher->Post(dirty);
+        Attempt([&] { targets.dispatcher->Post(dirty); });
     for (const auto& failed : Notify(*targets.synchronous, dirty))
-        RemoveFirst(failed.Get());
+        Attempt([&] { RemoveFirst(failed.Get()); });
 }
 
-void UpdateSubscriptions::Stop()
+void UpdateSubscriptions::Stop() noexcept
 {
     if (const auto dispatcher = Current().dispatcher)
         dispatcher->Stop();
@@ -73,7 +84,7 @@ std::shared_ptr<UpdateDispatcher> UpdateSubscriptions::StartedDispatcher()
 // made outside the lock: handlers are foreign objects, and counting their references
 // already runs their code.
 
-UpdateSubscriptions::Targets UpdateSubscriptions::Current()
+UpdateSubscriptions::Targets UpdateSubscriptions::Current() noexcept
 {
     const std::lock_guard lock(lock_);
     return {dispatcher_, synchronous_};

@@ -23,11 +23,12 @@ public:
     /// asynchronous one. Knows no failure.
     void Unsubscribe(ITavloEvents* handler);
 
-    /// Tells all subscribers; those that fail are dropped.
-    void Deliver(const RECT& dirty);
+    /// Tells all subscribers; those that fail are dropped. Want of memory costs at most that: the
+    /// asynchronous ones are told with the next update, or a failing one is told again.
+    void Deliver(const RECT& dirty) noexcept;
 
     /// Lets the worker go, without waiting for it.
-    void Stop();
+    void Stop() noexcept;
 
 private:
     using Snapshot = std::shared_ptr<const EventHandlers>;
@@ -38,7 +39,7 @@ private:
         Snapshot synchronous;
     };
 
-    Targets Current();
+    Targets Current() noexcept;
     std::shared_ptr<UpdateDispatcher> StartedDispatcher();
     bool Replace(const Snapshot& expected, Snapshot& replacement);
     void SubscribeSynchronously(ITavloEvents* handler);

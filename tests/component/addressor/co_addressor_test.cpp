@@ -193,6 +193,87 @@ TEST(Addressor, IsRefusedBeforeAttachAndAfterDetach)
     EXPECT_HR(E_ACCESSDENIED, addressor->get_Pixel(0, 0, &value));
 }
 
+namespace {
+
+/// An object whose value is a number, and that does something when it is asked for it.
+class ValueObject final : public IDispatch
+{
+public:
+    explicit ValueObject(std::function<void()> asked) : asked_(std::move(asked)) {}
+
+    STDMETHODIMP QueryInterface(REFIID iid, void** result) override
+    {
+        *result = nullptr;
+        if (!IsEqualIID(iid, IID_IUnknown) && !IsEqualIID(iid, IID_IDispatch))
+            return E_NOINTERFACE;
+        *result = this;
+        return S_OK;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return 2; }
+    STDMETHODIMP_(ULONG) Release() override { return 1; }
+    STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+    STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT* result, EXCEPINFO*, UINT*) override
+    {
+        asked_();
+        *result = Number(7);
+        return S_OK;
+    }
+
+private:
+    const std::function<void()> asked_;
+};
+
+VARIANT ObjectVariant(IDispatch* object)
+{
+    VARIANT variant;
+    variant.vt = VT_DISPATCH;
+    variant.pdispVal = object;
+    return variant;
+}
+
+} // namespace
+
+TEST(Addressor, TakesTheValueOfAnObject)
+{
+    const auto image = Image(Tavlo_Unsigned, 8, 1, 1, Tavlo_SingleWriter);
+    const auto addressor = Attached(image.Get());
+    ValueObject seven([] {});
+    EXPECT_HR(S_OK, addressor->put_Pixel(0, 0, ObjectVariant(&seven)));
+    EXPECT_EQ(Shown(Get(addressor.Get(), 0, 0)), "UI1 7");
+}
+
+TEST(Addressor, MayBeDetachedByAValueThatIsBeingPut)
+{
+    auto image = Image(Tavlo_Unsigned, 8, 64, 48, Tavlo_SingleWriter);
+    auto addressor = Attached(image.Get());
+    ITavloAddressor* const last = addressor.Get();
+    ValueObject detaching([&] {
+        EXPECT_HR(S_OK, addressor->Detach());
+        image.Reset();
+        addressor.Reset();
+        OverwriteFreedMemory();
+    });
+    EXPECT_HR(E_ACCESSDENIED, last->put_Pixel(5, 5, ObjectVariant(&detaching)));
+}
+
+TEST(Addressor, MayBeAttachedToAnotherImageByAValueThatIsBeingPut)
+{
+    auto first = Image(Tavlo_Unsigned, 8, 64, 48, Tavlo_SingleWriter);
+    const auto second = Image(Tavlo_Unsigned, 16, 2, 1, Tavlo_SingleWriter);
+    const auto addressor = Attached(first.Get());
+    first.Reset();
+    ValueObject attaching([&] {
+        EXPECT_HR(S_OK, addressor->Attach(second.Get()));
+        OverwriteFreedMemory();
+    });
+    EXPECT_HR(E_ACCESSDENIED, addressor->put_Pixel(1, 0, ObjectVariant(&attaching)));
+    EXPECT_EQ(BytesOf(second.Get(), 4), (std::vector<std::uint8_t>{0, 0, 0, 0}));
+    EXPECT_HR(S_OK, addressor->put_Pixel(1, 0, Number(258)));
+    EXPECT_EQ(BytesOf(second.Get(), 4), (std::vector<std::uint8_t>{0, 0, 2, 1}));
+}
+
 TEST(Addressor, ReadsAReadOnlyImage)
 {
     const auto image = Image(Tavlo_Unsigned, 8, 1, 1, Tavlo_ReadOnly);

@@ -334,3 +334,40 @@ TEST(Reflector, LivesAndDiesWithItsImageUpdating)
         thread.join();
     EXPECT_TRUE(module.BecomesUnused());
 }
+
+// An update may be on its way through the sink when the reflector's last reference goes.
+TEST(Reflector, MayEndAtAnyMomentOfAnUpdate)
+{
+    std::mutex mutex;
+    ComPtr<ITavloEvents> shown;
+    std::atomic<bool> goesOn = true;
+    std::atomic<int> updates = 0;
+    std::thread updating = InApartment(COINIT_MULTITHREADED, [&] {
+        ComPtr<ITavloEvents> sink;
+        while (goesOn) {
+            {
+                const std::lock_guard lock(mutex);
+                sink = shown;
+            }
+            RECT dirty = {1, 2, 3, 4};
+            for (int i = 0; sink != nullptr && i < 20; ++i)
+                EXPECT_HR(S_OK, sink->OnImageUpdate(nullptr, &dirty));
+            ++updates;
+        }
+    });
+    for (int round = 0; round < 20000; ++round) {
+        const auto image = New<ForeignImage>();
+        auto reflector = NewReflector();
+        EXPECT_HR(S_OK, reflector->Connect(image.Get()));
+        const int before = updates;
+        {
+            const std::lock_guard lock(mutex);
+            shown = image->handler;
+        }
+        while (updates == before)
+            SwitchToThread();
+        reflector.Reset();
+    }
+    goesOn = false;
+    updating.join();
+}

@@ -269,6 +269,62 @@ TEST_F(ControlledProxy, MayBeReleasedByItsHandler)
     EXPECT_TRUE(Becomes([&] { return stub->References() == 1; }));
 }
 
+TEST_F(ControlledProxy, MayBeReleasedByItsHandlerWhileItIsRead)
+{
+    const auto handler = New<Handler>([&](const RECT&) {
+        proxy.Reset();
+        EXPECT_GT(stub->References(), 1u) << "the proxy lives until its call is over";
+        OverwriteFreedMemory();
+        return S_OK;
+    });
+    ASSERT_HR(S_OK, proxy->Subscribe(handler.Get(), Tavlo_Synchronous));
+    ASSERT_HR(S_OK, stub->Subscribe(nullptr));
+    ComPtr<IReadAccessor> reader;
+    ITavlo2* const last = proxy.Get();
+    EXPECT_HR(S_OK, last->GetReadAccess(nullptr, 1.0, &reader));
+    EXPECT_EQ(proxy.Get(), nullptr);
+    EXPECT_EQ(*BytesAt(reader->Ptr(width * height - 1)), 1) << "the reader keeps the copy";
+    reader.Reset();
+    EXPECT_TRUE(Becomes([&] { return stub->References() == 1; }));
+}
+
+TEST_F(ControlledProxy, MayBeReleasedByItsHandlerWhileItIsCloned)
+{
+    const auto handler = New<Handler>([&](const RECT&) {
+        proxy.Reset();
+        EXPECT_GT(stub->References(), 1u) << "the proxy lives until its call is over";
+        OverwriteFreedMemory();
+        return S_OK;
+    });
+    ASSERT_HR(S_OK, proxy->Subscribe(handler.Get(), Tavlo_Synchronous));
+    ASSERT_HR(S_OK, stub->Subscribe(nullptr));
+    ComPtr<ITavlo2> clone;
+    ITavlo2* const last = proxy.Get();
+    EXPECT_HR(S_OK, last->Clone(Tavlo_SingleWriter, &clone));
+    EXPECT_EQ(proxy.Get(), nullptr);
+    EXPECT_EQ(*BytesAt(ReaderOf(clone.Get())->Ptr(width * height - 1)), 1);
+}
+
+TEST_F(ControlledProxy, IsReadWhileAnotherFetchIsHeld)
+{
+    ComPtr<ITavloEvents> sink;
+    ASSERT_HR(S_OK, proxy.As(&sink));
+    stub->holding = 1;
+    std::thread held = InApartment(COINIT_MULTITHREADED, [&] { ReaderOf(proxy.Get()); });
+    ASSERT_TRUE(stub->entered.Wait());
+    RECT dirty = {0, 0, 1, 1};
+    ASSERT_HR(S_OK, sink->OnImageUpdate(nullptr, &dirty));
+    Signal read;
+    std::thread other = InApartment(COINIT_MULTITHREADED, [&] {
+        EXPECT_EQ(*BytesAt(ReaderOf(proxy.Get())->Ptr(0)), 2);
+        read.Set();
+    });
+    EXPECT_TRUE(read.Wait()) << "nobody waits for the far end of another's call";
+    stub->leave.Set();
+    held.join();
+    other.join();
+}
+
 TEST_F(ControlledProxy, IsGoneWithItsLastReference)
 {
     ReaderOf(proxy.Get());

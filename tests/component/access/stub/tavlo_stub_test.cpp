@@ -163,3 +163,56 @@ TEST(Stub, TellsItsHandlerTheRectangleOnly)
     ASSERT_HR(S_OK, stub->Subscribe(nullptr));
     EXPECT_EQ(first->Received().size(), 1u) << "a handler replaces the one before it";
 }
+
+// Marshaled, data is memory of the stub's process, which has as many bytes as the caller says.
+TEST(Stub, FillsNoMoreThanACallerElsewhereHasRoomFor)
+{
+    const auto image = SharedImage(64, 48);
+    *BytesAt(WriterOf(image.Get())->Ptr(0)) = 9;
+    const auto stub = StubOf(image.Get());
+    const Bytes packet = Marshaled(stub.Get(), MSHCTX_INPROC);
+    std::thread elsewhere = InApartment(COINIT_APARTMENTTHREADED, [&] {
+        const auto proxy = Unmarshaled<ITavloStub>(packet);
+        ASSERT_NE(proxy.Get(), stub.Get());
+        RECT whole = {0, 0, 64, 48};
+        Bytes data(64 * 48, 7);
+        for (const long size : {16L, 64L * 48 - 1})
+            EXPECT_HR(E_INVALIDARG, proxy->GetData(&whole, size, data.data())) << size;
+        EXPECT_HR(S_OK, proxy->GetData(&whole, 64 * 48, data.data()));
+        EXPECT_EQ(data.front(), 9);
+        RECT endless = {0, 0, LONG_MAX, LONG_MAX};
+        EXPECT_HR(E_INVALIDARG, proxy->GetData(&endless, 16, data.data()));
+        RECT none = {4, 4, 4, 4};
+        EXPECT_HR(S_OK, proxy->GetData(&none, 1, data.data()));
+    });
+    elsewhere.join();
+}
+
+TEST(Stub, IsNotMadeOfAnImageThatReachesOutsideItsSection)
+{
+    const std::wstring name = L"Tavlo-test-stub-" + std::to_wstring(GetCurrentProcessId());
+    const HANDLE section =
+        CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4096, name.c_str());
+    ASSERT_NE(section, nullptr);
+    ComPtr<ITavlo2> image;
+    ASSERT_HR(S_OK, Create<ITavloFactory2>(CLSID_TavloFactory)
+                        ->Adopt(Text(name).get(), GreyDescriptor(1000, 1000).Get(), Tavlo_ReadOnly, &image));
+    CloseHandle(section);
+    EXPECT_HR(E_INVALIDARG, CoMarshalInterface(StreamOf({}).Get(), IID_ITavlo2, image.Get(),
+                                               MSHCTX_DIFFERENTMACHINE, nullptr, MSHLFLAGS_NORMAL));
+    const auto reader = ReaderOf(image.Get());
+    EXPECT_EQ(*BytesAt(reader->Ptr(0)), 0) << "within the machine it stays an image";
+}
+
+TEST(Stub, LetsNoExceptionOfItsHandlerOut)
+{
+    const auto image = SharedImage();
+    const auto stub = StubOf(image.Get());
+    const auto throwing = New<Handler>([](const RECT&) -> HRESULT { throw 42; });
+    ASSERT_HR(S_OK, stub->Subscribe(throwing.Get()));
+    ComPtr<ITavloEvents> sink;
+    ASSERT_HR(S_OK, stub.As(&sink));
+    RECT dirty = {1, 2, 3, 4};
+    EXPECT_HR(E_UNEXPECTED, sink->OnImageUpdate(nullptr, &dirty));
+    EXPECT_HR(S_OK, stub->Subscribe(nullptr));
+}

@@ -123,6 +123,28 @@ public:
 
 } // namespace
 
+TEST(PropertyBag, OwnsWhatAPointerShows)
+{
+    PropertyBag bag;
+    auto number = std::make_unique<LONG>(7);
+    VARIANT shown = Number(5);
+    VARIANT pointer;
+    VariantInit(&pointer);
+    V_VT(&pointer) = VT_BYREF | VT_I4;
+    V_I4REF(&pointer) = number.get();
+    VARIANT toVariant;
+    VariantInit(&toVariant);
+    V_VT(&toVariant) = VT_BYREF | VT_VARIANT;
+    V_VARIANTREF(&toVariant) = &shown;
+    bag.Set(L"number", pointer);
+    bag.Set(L"variant", toVariant);
+    *number = 8;
+    V_I4(&shown) = 6;
+    number.reset();
+    EXPECT_EQ(NumberIn(bag, L"number"), 7);
+    EXPECT_EQ(NumberIn(bag, L"variant"), 5);
+}
+
 TEST(PropertyBag, GivesBackWhatWasSet)
 {
     PropertyBag bag;

@@ -1,6 +1,6 @@
 #include "tests/component/component_test.h"
 
-#include "module/handle.h"
+#include "component/module/handle.h"
 
 #include <string>
 

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "client/foundation/handle.h"
+
+namespace Mardu::Sentel::Tavlo::Client {
+
+/// How a user ends a command that goes on until then: Enter, the end of the input, or
+/// Ctrl+C, which ends the program no other way as long as this object lives. One object
+/// at a time; it takes the standard input.
+class StopRequest
+{
+public:
+    StopRequest();
+    ~StopRequest();
+    StopRequest(const StopRequest&) = delete;
+    StopRequest& operator=(const StopRequest&) = delete;
+
+    /// Signalled from then on.
+    HANDLE Event() const noexcept { return event_.get(); }
+
+    void Wait() const { WaitForSingleObject(event_.get(), INFINITE); }
+
+private:
+    Handle event_;
+};
+
+} // namespace Mardu::Sentel::Tavlo::Client

@@ -1,0 +1,32 @@
+#include "client/foundation/utf16.h"
+
+#include <windows.h>
+
+namespace Mardu::Sentel::Tavlo::Client {
+
+std::string ToUtf8(std::wstring_view text)
+{
+    const int units = static_cast<int>(text.size());
+    const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), units, nullptr, 0, nullptr, nullptr);
+    std::string result(static_cast<std::size_t>(size), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text.data(), units, result.data(), size, nullptr, nullptr);
+    return result;
+}
+
+std::wstring ToUtf16(std::string_view text)
+{
+    const int bytes = static_cast<int>(text.size());
+    const int size = MultiByteToWideChar(CP_UTF8, 0, text.data(), bytes, nullptr, 0);
+    std::wstring result(static_cast<std::size_t>(size), L'\0');
+    MultiByteToWideChar(CP_UTF8, 0, text.data(), bytes, result.data(), size);
+    return result;
+}
+
+bool IsValidUtf16(std::wstring_view text) noexcept
+{
+    const int units = static_cast<int>(text.size());
+    return units == 0 || WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, text.data(), units, nullptr, 0,
+                                             nullptr, nullptr) > 0;
+}
+
+} // namespace Mardu::Sentel::Tavlo::Client

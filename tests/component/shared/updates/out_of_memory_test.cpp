@@ -1,0 +1,131 @@
+// What must go on, or come to its end, when there is no memory.
+#include "module/error.h"
+#include "module/module_lock.h"
+#include "shared/updates/update_dispatcher.h"
+#include "shared/updates/update_subscriptions.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <new>
+
+using namespace Mardu;
+using namespace Mardu::Sentel::Tavlo;
+
+namespace {
+
+thread_local bool memoryIsExhausted = false;
+
+/// For as long as it lives, the thread gets no memory. The first exception of a thread needs some.
+class NoMemory
+{
+public:
+    NoMemory()
+    {
+        Guarded([] { throw 1; });
+        memoryIsExhausted = true;
+    }
+    ~NoMemory() { memoryIsExhausted = false; }
+    NoMemory(const NoMemory&) = delete;
+    NoMemory& operator=(const NoMemory&) = delete;
+};
+
+void* Allocated(std::size_t size)
+{
+    void* const memory = memoryIsExhausted ? nullptr : std::malloc(size > 0 ? size : 1);
+    if (memory == nullptr)
+        throw std::bad_alloc();
+    return memory;
+}
+
+bool WorkersEnd()
+{
+    const ULONGLONG end = GetTickCount64() + 60000;
+    while (ModuleLockCount() != 0 && GetTickCount64() < end)
+        SwitchToThread();
+    return ModuleLockCount() == 0;
+}
+
+/// A handler that cannot travel to a worker.
+class Handler final : public ITavloEvents
+{
+public:
+    STDMETHODIMP QueryInterface(REFIID, void** result) override
+    {
+        *result = nullptr;
+        return E_NOINTERFACE;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return 2; }
+    STDMETHODIMP_(ULONG) Release() override { return 1; }
+    STDMETHODIMP OnImageUpdate(ITavlo*, RECT*) override
+    {
+        ++updates;
+        return answer;
+    }
+
+    HRESULT answer = S_OK;
+    int updates = 0;
+};
+
+} // namespace
+
+void* operator new(std::size_t size)
+{
+    return Allocated(size);
+}
+
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
+
+TEST(WithoutMemory, AWorkerIsStopped)
+{
+    for (int queued = 0; queued <= 70; ++queued) {
+        const auto dispatcher = UpdateDispatcher::Start();
+        for (int i = 0; i < queued; ++i)
+            dispatcher->Unsubscribe(nullptr);
+        const HRESULT hr = Guarded([&] {
+            const NoMemory exhausted;
+            dispatcher->Stop();
+        });
+        EXPECT_EQ(hr, S_OK) << queued;
+        if (FAILED(hr))
+            dispatcher->Stop();
+    }
+    EXPECT_TRUE(WorkersEnd());
+}
+
+TEST(WithoutMemory, SynchronousHandlersAreTold)
+{
+    UpdateSubscriptions subscriptions;
+    Handler first;
+    Handler failing;
+    Handler last;
+    failing.answer = E_FAIL;
+    for (Handler* handler : {&first, &failing, &last})
+        subscriptions.Subscribe(handler, Tavlo_Synchronous);
+    // The handler does not arrive, but its worker is there.
+    EXPECT_TRUE(FAILED(Guarded([&] { subscriptions.Subscribe(&first, Tavlo_Asynchronous); })));
+    for (int round = 1; round <= 200; ++round) {
+        const HRESULT hr = Guarded([&] {
+            const NoMemory exhausted;
+            subscriptions.Deliver({0, 0, 1, 1});
+        });
+        ASSERT_EQ(hr, S_OK) << round;
+        ASSERT_EQ(first.updates, round);
+        ASSERT_EQ(last.updates, round);
+    }
+    EXPECT_GE(failing.updates, 1);
+    subscriptions.Deliver({0, 0, 1, 1});
+    const int told = failing.updates;
+    subscriptions.Deliver({0, 0, 1, 1});
+    EXPECT_EQ(failing.updates, told) << "with memory it is dropped";
+    subscriptions.Stop();
+    EXPECT_TRUE(WorkersEnd());
+}
