@@ -136,8 +136,9 @@ tavlo::image BindImage(std::wstring_view name)
     RequireProxies();
     tavlo::com_ptr<IUnknown> object;
     const HRESULT result = OpenTable()->GetObject(MakeMoniker(ImageItem(utf8)).get(), object.put());
-    if (result == MK_E_UNAVAILABLE)
-        throw Failure(result, purpose, "no image is published under this name");
+    // An entry whose process is just ending was seen to give success and no object.
+    if (result == MK_E_UNAVAILABLE || (SUCCEEDED(result) && !object))
+        throw Failure(MK_E_UNAVAILABLE, purpose, "no image is published under this name");
     Check(result, purpose);
     tavlo::com_ptr<ITavlo2> image;
     const HRESULT kind = object->QueryInterface(__uuidof(ITavlo2), image.put_void());

@@ -31,8 +31,8 @@ public:
     {
         observer_ = observer != nullptr ? observer : &nullObserver_;
         // No more than a few instructions of the component's own are waited for.
-        while (entering_ != 0)
-            SwitchToThread();
+        for (int looks = 1; entering_ != 0; ++looks)
+            looks % 1000 != 0 ? YieldProcessor() : static_cast<void>(SwitchToThread());
     }
 
     STDMETHODIMP OnImageUpdate(ITavlo* pITavlo, RECT* pDirty) override

@@ -355,7 +355,7 @@ TEST(Reflector, MayEndAtAnyMomentOfAnUpdate)
             ++updates;
         }
     });
-    for (int round = 0; round < 20000; ++round) {
+    for (int round = 0; round < 4000; ++round) {
         const auto image = New<ForeignImage>();
         auto reflector = NewReflector();
         EXPECT_HR(S_OK, reflector->Connect(image.Get()));
