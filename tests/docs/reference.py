@@ -12,7 +12,7 @@ import reference
 
 
 def main():
-    idl = "".join((ROOT / "idl" / name).read_text(encoding="utf-8") for name in reference.FILES)
+    idl = "".join(reference.public_text(ROOT / "idl" / name) for name in reference.FILES)
     faults = []
     with tempfile.TemporaryDirectory() as folder:
         reference.write(ROOT / "idl", folder)

@@ -135,12 +135,18 @@ class Events:
     page = Interface.page
 
 
+def public_text(path):
+    """A file as clients compile it: without what is for the proxies alone."""
+    text = pathlib.Path(path).read_text(encoding="utf-8")
+    return re.sub(r"^#ifdef TAVLO_PROXIES\n.*?^#else\n(.*?)^#endif\n", r"\1", text, flags=re.M | re.S)
+
+
 def read(folder):
     """Everything that the public files declare, in their order; and the conventions at their top."""
     found = {"interfaces": [], "records": [], "classes": []}
     conventions = []
     for name in FILES:
-        text = (pathlib.Path(folder) / name).read_text(encoding="utf-8")
+        text = public_text(pathlib.Path(folder) / name)
         if not conventions:
             conventions = [line[2:].strip() for line in re.match(r"(?://.*\n)+", text)[0].splitlines()]
         pattern = {
