@@ -109,7 +109,7 @@ void PictureFile::ChooseEncoding(const GUID& format)
         ChooseEncodingOfPalette(indexBits);
         return;
     }
-    const auto rule =
+    const auto* const rule =
         std::ranges::find_if(formatRules, [&](const FormatRule& known) { return known.format == format; });
     if (rule == std::end(formatRules)) {
         throw Failure(WINCODEC_ERR_UNSUPPORTEDPIXELFORMAT, purpose_,

@@ -35,8 +35,8 @@ class Writer
 {
 public:
     explicit Writer(const Sink& sink)
+        : png_(png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, Fail, Ignore))
     {
-        png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, Fail, Ignore);
         info_ = png_ ? png_create_info_struct(png_) : nullptr;
         if (!info_) {
             png_destroy_write_struct(&png_, nullptr);

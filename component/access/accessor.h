@@ -59,9 +59,8 @@ public:
         return view != nullptr ? view + static_cast<std::ptrdiff_t>(Offset) : nullptr;
     }
 
-    /// In the read accessor's table only; its interface does not expose it.
-    // NOLINTNEXTLINE(modernize-use-override, clang-diagnostic-inconsistent-missing-override): in one instance
-    // only
+    /// In the read accessor's table only; its interface does not expose it, so one instance overrides.
+    // NOLINTNEXTLINE(modernize-use-override, clang-diagnostic-inconsistent-missing-override)
     virtual HRESULT STDMETHODCALLTYPE Invalidate(RECT* pDirty)
     {
         // A handler may release this accessor's last reference.

@@ -22,7 +22,8 @@ static HRESULT CheckBlock(ITavloStub* object, const RECT* rect, LONG size)
     if (size < 0 || bits < 0)
         return E_INVALIDARG;
     /* Two numbers of 32 bits each fit one of 64; the bytes of a pixel might not as well. */
-    return width * height <= (ULONGLONG)size / (((ULONGLONG)bits + 7) / 8 + (bits == 0)) ? S_OK : E_INVALIDARG;
+    return width * height <= (ULONGLONG)size / (((ULONGLONG)bits + 7) / 8 + (bits == 0)) ? S_OK
+                                                                                         : E_INVALIDARG;
 }
 
 HRESULT STDMETHODCALLTYPE ITavloStub_GetData_Proxy(ITavloStub* This, RECT* pRect, LONG size,

@@ -4,7 +4,7 @@
 
 #include <windows.h>
 
-#include <span>
+#include <algorithm>
 
 using Mardu::Sentel::Tavlo::CTavloModule;
 
@@ -17,11 +17,7 @@ __attribute__((section(".perfobj"), used)) PerformanceObject* const objects[] = 
 
 bool HasObjects() noexcept
 {
-    for (const PerformanceObject* object : std::span(objects)) {
-        if (object != nullptr)
-            return true;
-    }
-    return false;
+    return std::ranges::any_of(objects, [](const PerformanceObject* object) { return object != nullptr; });
 }
 
 /// Would write the counters of every object; there is none.

@@ -127,7 +127,7 @@ ComPtr<CTavlo> CTavlo::NewClone(::TavloAccess access)
 {
     ComPtr<IReadAccessor> source;
     CheckHResult(GetReadAccess(&source));
-    const ComPtr<CTavlo> clone = CreateImage(layout_, access == Tavlo_ReadOnly ? Tavlo_SingleWriter : access);
+    ComPtr<CTavlo> clone = CreateImage(layout_, access == Tavlo_ReadOnly ? Tavlo_SingleWriter : access);
     {
         ComPtr<IWriteAccessor> target;
         CheckHResult(clone->GetWriteAccess(&target));

@@ -126,7 +126,7 @@ void PrivateNamespace::CreateBoundary(const PrivateNamespaceParameters& paramete
     if (boundary_ == nullptr)
         ThrowLastError("CreateBoundaryDescriptor failed");
 
-    DWORD size = static_cast<DWORD>(sid_.size());
+    auto size = static_cast<DWORD>(sid_.size());
     if (CreateWellKnownSid(parameters.sid, nullptr, sid_.data(), &size) == FALSE)
         ThrowLastError("CreateWellKnownSid failed");
 

@@ -8,7 +8,7 @@ import os
 import struct
 import uuid
 
-from program import BGR, RGB, ProgramTest, Publisher, main, pictures
+from program import ProgramTest, Publisher, main, pictures
 from picture_files import TIFF_FLOAT, tiff
 
 GEOMETRY = {
@@ -75,7 +75,8 @@ class JsonResults(JsonTest):
     def test_publish_names_its_image_as_the_others_take_it(self):
         name = self.unused_name("Größe \" Δ 画像")
         for section in (None, self.unused_name()):
-            with self.start("publish", self.grey16(), "--name", name, *(["--section", section] if section else []), "--json") as running:
+            named = ["--section", section] if section else []
+            with self.start("publish", self.grey16(), "--name", name, *named, "--json") as running:
                 told = json.loads(running.next_line())
                 self.assertGreater(told.pop("process"), 0)
                 self.assertEqual(

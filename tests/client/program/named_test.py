@@ -245,7 +245,8 @@ class Watching(NamedTest):
         result = watcher.wait()
         self.assertEqual((result.code, result.output), (1, ""))
         self.assertRegex(
-            result.errors, rf"\Atavlo: cannot watch '{name}' any longer: {NO_SERVER}: .*: process \d+, which published it, has ended\n\Z"
+            result.errors, rf"\Atavlo: cannot watch '{name}' any longer: {NO_SERVER}: .*: "
+            r"process \d+, which published it, has ended\n\Z"
         )
 
     def test_it_ends_when_its_publisher_does(self):

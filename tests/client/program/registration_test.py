@@ -11,7 +11,7 @@ import subprocess
 import tempfile
 
 import program
-from program import ProgramTest, main, pictures
+from program import ProgramTest, main
 
 FILES = ("Tavlo.dll", "TavloPS.dll", "SentelCommon.tlb")
 NOT_REGISTERED = "0x80040154"

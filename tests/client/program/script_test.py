@@ -125,7 +125,8 @@ class Scripts(ScriptTest):
                 dirty.Nothing_Such
             End Sub
             """
-        with self.publish_named() as publisher, self.start("script", self.script("a.vbs", text), "--name", publisher.name) as script:
+        with self.publish_named() as publisher, \
+                self.start("script", self.script("a.vbs", text), "--name", publisher.name) as script:
             self.assertEqual(script.next_line(), "ready\n")
             self.paint(publisher)
             result = script.wait()
@@ -149,7 +150,8 @@ class ScriptErrors(ScriptTest):
             ("a.vbs", "Dim a\na = = 1\n", "line 2, column ", "(Microsoft VBScript compilation error, 0x"),
             ("a.vbs", "Dim a\na = 1\n  a = 1 / 0\n", "line 3, column 3: ", "0x"),
             ("a.vbs", "WScript.Frob 3\n", "line 1, column 1: ", "doesn't support this property or method"),
-            ("a.vbs", 'Set a = CreateObject("Tavlo.Addressor")\na.Attach Nothing\n', "line 2, column 1: ", "null ITavlo2 (0x80070057)"),
+            ("a.vbs", 'Set a = CreateObject("Tavlo.Addressor")\na.Attach Nothing\n', "line 2, column 1: ",
+             "null ITavlo2 (0x80070057)"),
             ("a.js", 'WScript.CreateObject("No.Such");', "line 1, column 1: ", "cannot create the object 'No.Such': 0x800401F3"),
             ("a.vbs", "WScript.ConnectObject image, 1\n", "line 1, column 1: ", "cannot connect to the object's events"),
             ("a.vbs", "WScript.Sleep\n", "line 1, column 1: ", "0x"),

@@ -46,7 +46,9 @@ def ramp_colour(ramp, t):
     """Red, green and blue at t."""
     points = sorted(RAMPS[ramp].items())
     at = next(i for i, (p, _) in enumerate(points) if p >= t)
-    bytes_of = lambda colour: ((colour >> 16) & 255, (colour >> 8) & 255, colour & 255)
+
+    def bytes_of(colour):
+        return ((colour >> 16) & 255, (colour >> 8) & 255, colour & 255)
     if points[at][0] == t:
         return bytes_of(points[at][1])
     (k0, c0), (k1, c1) = points[at - 1], points[at]

@@ -17,7 +17,7 @@ ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", ".."
 sys.path[:0] = [os.path.join(ROOT, "tools"), os.path.join(ROOT, "tools", "desktop")]
 import desktop as desktops
 import pictures
-from desktop import Desktop, PATIENCE, Viewer
+from desktop import Desktop, PATIENCE
 
 PHANTOM = os.path.join(ROOT, "samples", "phantom.png")
 UNSIGNED, SIGNED, FLOAT, RGB, RGBA, BGR, BGRA = 0, 1, 2, 3, 4, 5, 13
@@ -331,7 +331,9 @@ class Live(ViewerTest):
 
     def test_floats_are_shown(self):
         name, producer = self.produce(64, 64, FLOAT, 32)
-        bits = lambda value: struct.unpack("<I", struct.pack("<f", value))[0]
+
+        def bits(value):
+            return struct.unpack("<I", struct.pack("<f", value))[0]
         producer.say(f"paint 0 0 32 64 {bits(0.25)}")
         producer.say(f"paint 32 0 64 64 {bits(1.0)}")
         viewer = self.view_live(name)
