@@ -20,7 +20,7 @@ void LookupByte(const void* entries, std::uint32_t, const std::uint8_t* src, std
                 std::size_t count)
 {
     const ByteTable table(static_cast<const std::uint8_t*>(entries));
-    EachVector<step, 1, 1>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
+    EachVector<vectorBytes, 1, 1>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
         hn::StoreU(table(hn::LoadU(bytes, s)), bytes, d);
     });
 }
@@ -31,11 +31,11 @@ void LookupTogether(const void* table, std::uint32_t mask, const std::uint8_t* s
                     std::size_t count)
 {
     const auto* entries = static_cast<const Entry*>(table);
-    constexpr std::size_t together = 8 / sizeof(Entry);
+    constexpr std::size_t pixelsPerCall = 8 / sizeof(Entry);
     std::size_t i = 0;
-    for (; i + together <= count; i += together) {
+    for (; i + pixelsPerCall <= count; i += pixelsPerCall) {
         std::uint64_t out = 0;
-        for (std::size_t k = 0; k < together; ++k)
+        for (std::size_t k = 0; k < pixelsPerCall; ++k)
             out |= static_cast<std::uint64_t>(entries[src[i + k]]) << (8 * sizeof(Entry) * k);
         std::memcpy(dst + i * sizeof(Entry), &out, sizeof out);
     }
@@ -65,9 +65,6 @@ void LookupWords(const void* table, std::uint32_t mask, const std::uint8_t* src,
 
 #if HWY_TARGET <= HWY_AVX3_DL
 
-/// Taking a table apart pays from here on.
-constexpr std::size_t worthSplitting = 256;
-
 /// The tables of an entry's bytes.
 template <std::size_t size>
 struct Planes
@@ -76,7 +73,7 @@ struct Planes
 
     explicit Planes(const std::uint8_t* entries)
     {
-        for (std::size_t i = 0; i < 256; i += step) {
+        for (std::size_t i = 0; i < 256; i += vectorBytes) {
             ByteVector v[4];
             if constexpr (size == 2)
                 hn::LoadInterleaved2(bytes, entries + 2 * i, v[0], v[1]);
@@ -91,11 +88,11 @@ struct Planes
 void LookupTwo(const void* entries, std::uint32_t mask, const std::uint8_t* src, std::uint8_t* dst,
                std::size_t count)
 {
-    if (count < worthSplitting)
+    if (count < splitTablePixels)
         return LookupTogether<std::uint16_t>(entries, mask, src, dst, count);
     const Planes<2> planes(static_cast<const std::uint8_t*>(entries));
     const ByteTable low(planes.plane[0]), high(planes.plane[1]);
-    EachVector<step, 1, 2>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
+    EachVector<vectorBytes, 1, 2>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
         const ByteVector index = hn::LoadU(bytes, s);
         hn::StoreInterleaved2(low(index), high(index), bytes, d);
     });
@@ -104,11 +101,11 @@ void LookupTwo(const void* entries, std::uint32_t mask, const std::uint8_t* src,
 void LookupFour(const void* entries, std::uint32_t mask, const std::uint8_t* src, std::uint8_t* dst,
                 std::size_t count)
 {
-    if (count < worthSplitting)
+    if (count < splitTablePixels)
         return LookupTogether<std::uint32_t>(entries, mask, src, dst, count);
     const Planes<4> planes(static_cast<const std::uint8_t*>(entries));
     const ByteTable b0(planes.plane[0]), b1(planes.plane[1]), b2(planes.plane[2]), b3(planes.plane[3]);
-    EachVector<step, 1, 4>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
+    EachVector<vectorBytes, 1, 4>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
         const ByteVector index = hn::LoadU(bytes, s);
         hn::StoreInterleaved4(b0(index), b1(index), b2(index), b3(index), bytes, d);
     });
@@ -117,11 +114,11 @@ void LookupFour(const void* entries, std::uint32_t mask, const std::uint8_t* src
 void LookupThree(const void* entries, std::uint32_t mask, const std::uint8_t* src, std::uint8_t* dst,
                  std::size_t count)
 {
-    if (count < worthSplitting)
+    if (count < splitTablePixels)
         return Plain::LookupThree<std::uint8_t>(entries, mask, src, dst, count);
     const Planes<4> planes(static_cast<const std::uint8_t*>(entries));
     const ByteTable b0(planes.plane[0]), b1(planes.plane[1]), b2(planes.plane[2]);
-    EachVector<step, 1, 3>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
+    EachVector<vectorBytes, 1, 3>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
         const ByteVector index = hn::LoadU(bytes, s);
         hn::StoreInterleaved3(b0(index), b1(index), b2(index), bytes, d);
     });
@@ -135,9 +132,9 @@ void Stepped(const SteppedTable& table, const std::uint8_t* src, std::uint8_t* d
     const __m128i shift = _mm_cvtsi32_si128(table.Shift());
     const ByteVector places = hn::Add(hn::Iota(bytes, 0), hn::Iota(bytes, 0));
     const ByteVector blocks = hn::Add(places, hn::Set(bytes, 1));
-    EachVector<step, 2, 1>(src, dst, count, [=, &table](const std::uint8_t* s, std::uint8_t* d) {
+    EachVector<vectorBytes, 2, 1>(src, dst, count, [=, &table](const std::uint8_t* s, std::uint8_t* d) {
         const __m512i a = _mm512_sll_epi16(hn::LoadU(bytes, s).raw, shift);
-        const __m512i b = _mm512_sll_epi16(hn::LoadU(bytes, s + step).raw, shift);
+        const __m512i b = _mm512_sll_epi16(hn::LoadU(bytes, s + vectorBytes).raw, shift);
         const ByteVector block{_mm512_permutex2var_epi8(a, blocks.raw, b)};
         const ByteVector place{_mm512_permutex2var_epi8(a, places.raw, b)};
         ByteVector value = first(block);
@@ -177,9 +174,9 @@ void Gather(const void* table, std::uint32_t mask, const std::uint8_t* src, std:
 {
     const hn::ScalableTag<Entry> entries;
     const hn::Rebind<std::uint16_t, decltype(entries)> elements;
-    constexpr std::size_t together = hn::MaxLanes(entries);
+    constexpr std::size_t pixelsPerCall = hn::MaxLanes(entries);
     const auto field = hn::Set(elements, static_cast<std::uint16_t>(mask));
-    EachVector<together, 2, sizeof(Entry)>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
+    EachVector<pixelsPerCall, 2, sizeof(Entry)>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
         const auto picked = hn::And(hn::LoadU(elements, reinterpret_cast<const std::uint16_t*>(s)), field);
         const auto index =
             Widened(entries, hn::PromoteTo(hn::Rebind<std::int32_t, decltype(entries)>(), picked));
@@ -233,13 +230,13 @@ void Compact(const CompactColors& table, std::uint32_t mask, const std::uint8_t*
              std::size_t count)
 {
     constexpr hn::Repartition<std::uint32_t, Blocks> colors;
-    constexpr std::size_t together = hn::MaxLanes(colors);
+    constexpr std::size_t pixelsPerCall = hn::MaxLanes(colors);
     const auto* blocks = reinterpret_cast<const std::uint8_t*>(table.Blocks());
     const auto field = static_cast<std::uint16_t>(mask);
-    EachVectorTo<true, together, 2, 4>(
+    EachVectorTo<true, pixelsPerCall, 2, 4>(
         src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d, auto store) {
             const auto low = hn::BitCast(colors, ColorsOf(blocks, field, s));
-            const auto high = hn::BitCast(colors, ColorsOf(blocks, field, s + together));
+            const auto high = hn::BitCast(colors, ColorsOf(blocks, field, s + pixelsPerCall));
             store(hn::BitCast(bytes, hn::ConcatEven(colors, high, low)), d);
         });
 }
@@ -247,7 +244,7 @@ void Compact(const CompactColors& table, std::uint32_t mask, const std::uint8_t*
 IndexRange Range(std::uint32_t mask, std::uint32_t sign, const std::uint8_t* src, std::size_t count)
 {
     const Words words;
-    const std::size_t lanes = hn::Lanes(words);
+    constexpr std::size_t lanes = hn::MaxLanes(words);
     if (count < lanes)
         return Plain::Range(mask, sign, src, count);
     const auto maskVector = hn::Set(words, static_cast<std::uint16_t>(mask));

@@ -16,16 +16,16 @@ public:
 
     void UpdateLUT() override
     {
-        lut.Use(ToneCurve(Tone(), 255.0, value_range<D>, ToneCurve::Bounds::whole));
-        lut.RequireAll();
-        changesNothing = IsIdentity();
+        lut_.Use(ToneCurve(Tone(), 255.0, value_range<D>, ToneCurve::Bounds::whole));
+        lut_.RequireAll();
+        changesNothing_ = IsIdentity();
     }
 
 protected:
-    const D* Table() const noexcept { return lut.Entries(); }
+    const D* Table() const noexcept { return lut_.Entries(); }
 
     /// Every byte is its own entry.
-    bool ChangesNothing() const noexcept { return changesNothing; }
+    bool ChangesNothing() const noexcept { return changesNothing_; }
 
 private:
     bool IsIdentity() const noexcept
@@ -33,13 +33,13 @@ private:
         if (sizeof(D) != 1)
             return false;
         for (std::size_t i = 0; i < 256; ++i)
-            if (lut.Entries()[i] != static_cast<D>(i))
+            if (lut_.Entries()[i] != static_cast<D>(i))
                 return false;
         return true;
     }
 
-    CurveTable<D> lut{256, 0};
-    bool changesNothing = false;
+    CurveTable<D> lut_{256, 0};
+    bool changesNothing_ = false;
 };
 
 /// Colour to grey: the weighted mean of the channels, through the table.

@@ -32,9 +32,8 @@ public:
     void Require(const IndexRange& range)
     {
         table_.Require(range, [this](std::size_t first, std::size_t count, D* entries) {
-            const CurveKernels& kernels = ActiveKernels().curve;
-            const auto& fill = curve_->IsLinear() ? kernels.fillLinear : kernels.fillBent;
-            fill[ElementIndex<D>()](*curve_, first, reinterpret_cast<std::uint8_t*>(entries), count);
+            ActiveKernels().Of(*curve_).fill[ElementIndex<D>()](
+                *curve_, first, reinterpret_cast<std::uint8_t*>(entries), count);
         });
     }
 

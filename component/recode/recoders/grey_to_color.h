@@ -22,10 +22,10 @@ class recoder_g2col final : public recoder_base, public recoder_to_color
 public:
     recoder_g2col(const TavloDescriptorData& source, const TavloDescriptorData& target)
         : recoder_base(source, target),
-          swapRB(KeyByte(target.Encoding) == Tavlo_BGR),
-          lut(std::size_t{1} << (isFloat ? floatColorBits : KeyByte(source.Bits)), 0),
-          colors(Colors()),
-          curve(CurveOfTable())
+          swapRB_(KeyByte(target.Encoding) == Tavlo_BGR),
+          lut_(std::size_t{1} << (isFloat ? floatColorBits : KeyByte(source.Bits)), 0),
+          colors_(Colors()),
+          curve_(CurveOfTable())
     {
     }
 
@@ -36,7 +36,7 @@ public:
             return RecodeResult::done;
         RequireEntries(From(srcPixels), width, height);
         const LookupKernels& kernels = ActiveKernels().lookup;
-        const auto mask = static_cast<std::uint32_t>(lut.Count() - 1);
+        const auto mask = static_cast<std::uint32_t>(lut_.Count() - 1);
         if (const CompactColors* table = Compact(width, height)) {
             RunIndexed(srcPixels, dstPixels, width, height,
                        [&](const std::uint8_t* indices, std::uint8_t* to, std::size_t count) {
@@ -47,7 +47,7 @@ public:
         const auto lookup = (sizeof(S) == 1 ? kernels.from8 : kernels.from16)[SizeIndex(TargetSize())];
         RunIndexed(srcPixels, dstPixels, width, height,
                    [&](const std::uint8_t* indices, std::uint8_t* to, std::size_t count) {
-                       lookup(lut.Entries(), mask, indices, to, count);
+                       lookup(lut_.Entries(), mask, indices, to, count);
                    });
         return RecodeResult::done;
     }
@@ -80,7 +80,7 @@ public:
     {
         colors = Colors();
         curve = CurveOfTable();
-        lut.Clear();
+        lut_.Clear();
         compact.Clear();
     }
 
@@ -88,11 +88,11 @@ private:
     static constexpr bool isFloat = std::is_floating_point_v<S>;
     static_assert(std::endian::native == std::endian::little, "the lowest byte of a colour comes first");
 
-    /// The linear case counts entries, the other one positions: that is the order of operations that each
-    /// is published with.
+    /// The linear case takes its units from 0 to the last entry, the other one from 0 to 1: docs/recoding.md, "The
+    /// tone curve", has the operations of the ramp in this order.
     double LastSource() const noexcept
     {
-        return Tone().IsLinear() ? static_cast<double>(lut.Count() - 1) : 1.0;
+        return Tone().IsLinear() ? static_cast<double>(lut_.Count() - 1) : 1.0;
     }
 
     ToneCurve CurveOfTable() const noexcept
@@ -102,15 +102,15 @@ private:
 
     void RequireEntries(const SourceBlock& source, std::uint64_t width, std::uint64_t height)
     {
-        if (lut.IsComplete())
+        if (lut_.IsComplete())
             return;
-        const auto needed = sizeof(S) == 2 ? NeededEntries(lut.Count(), 0, source, width, height)
-                                           : IndexRange{0, lut.Count() - 1};
-        const double unit = curve.IsLinear() ? 1.0 : static_cast<double>(lut.Count() - 1);
-        lut.Require(needed, [this, unit](std::size_t first, std::size_t count, PackedColor* entries) {
+        const auto needed = sizeof(S) == 2 ? NeededEntries(lut_.Count(), 0, source, width, height)
+                                           : IndexRange{0, lut_.Count() - 1};
+        const double unit = curve_.IsLinear() ? 1.0 : static_cast<double>(lut_.Count() - 1);
+        lut_.Require(needed, [this, unit](std::size_t first, std::size_t count, PackedColor* entries) {
             for (std::size_t i = 0; i < count; ++i) {
-                const PackedColor color = colors(curve(static_cast<double>(first + i) / unit));
-                entries[i] = swapRB ? WithRedAndBlueSwapped(color) : color;
+                const PackedColor color = colors_(curve_(static_cast<double>(first + i) / unit));
+                entries[i] = swapRB_ ? WithRedAndBlueSwapped(color) : color;
             }
         });
     }
@@ -118,11 +118,11 @@ private:
     /// The smaller form of the table, where it serves, or null. It is made for images that it pays for.
     const CompactColors* Compact(std::uint64_t width, std::uint64_t height)
     {
-        const std::uint64_t enough = 8 * lut.Count();
+        const std::uint64_t enough = 8 * lut_.Count();
         if (sizeof(S) == 1 || TargetSize() != 4 || ActiveKernels().lookup.compact == nullptr ||
             height < enough / width)
             return nullptr;
-        return compact.Get([this](CompactColors& table) { return table.Build(lut.Entries(), lut.Count()); });
+        return compact_.Get([this](CompactColors& table) { return table.Build(lut_.Entries(), lut_.Count()); });
     }
 
     static constexpr PackedColor WithRedAndBlueSwapped(PackedColor c) noexcept
@@ -166,7 +166,7 @@ private:
     {
         static const ToneCurve scale({}, 1.0, value_range<std::uint16_t>, ToneCurve::Bounds::exact);
         const auto toIndex =
-            ActiveKernels().curve.linear[CurveKernels::SourceIndex<float>][ElementIndex<std::uint16_t>()];
+            ActiveKernels().linear.pairs[CurveKernels::SourceIndex<float>][ElementIndex<std::uint16_t>()];
         std::uint16_t indices[1024];
         for (std::size_t done = 0; done < count; done += std::size(indices)) {
             const std::size_t now = std::min(count - done, std::size(indices));
@@ -176,11 +176,11 @@ private:
         }
     }
 
-    bool swapRB;
-    LazyTable<PackedColor> lut;
-    SmallerForm<CompactColors> compact;
-    ColorWalk colors;
-    ToneCurve curve;
+    bool swapRB_;
+    LazyTable<PackedColor> lut_;
+    SmallerForm<CompactColors> compact_;
+    ColorWalk colors_;
+    ToneCurve curve_;
 };
 
 } // namespace Mardu::Sentel::Tavlo

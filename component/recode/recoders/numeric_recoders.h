@@ -30,7 +30,7 @@ public:
         if (const auto compute = ComputingLoop()) {
             Run(srcPixels, dstPixels, width, height,
                 [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-                    compute(lut.Curve(), field.Mask(), field.Sign(), from, to, count);
+                    compute(lut_.Curve(), field_.Mask(), field_.Sign(), from, to, count);
                 });
             return RecodeResult::done;
         }
@@ -39,7 +39,7 @@ public:
         const auto lookup = (sizeof(S) == 1 ? kernels.from8 : kernels.from16)[SizeIndex(sizeof(D))];
         Run(srcPixels, dstPixels, width, height,
             [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-                lookup(lut.Entries(), field.Mask(), from, to, count);
+                lookup(lut_.Entries(), field_.Mask(), from, to, count);
             });
         return RecodeResult::done;
     }
@@ -47,13 +47,13 @@ public:
     RecodeResult Cast(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
                       std::uint64_t height) override
     {
-        if (field.Bits() == 8 * sizeof(S)) {
+        if (field_.Bits() == 8 * sizeof(S)) {
             const auto cast = ActiveKernels().cast.cast[ElementIndex<S>()][ElementIndex<D>()];
             Run(srcPixels, dstPixels, width, height, cast);
             return RecodeResult::done;
         }
         Run(srcPixels, dstPixels, width, height,
-            [f = field](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+            [f = field_](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
                 ForEachPixel<S, D>(from, to, count, [f](S v) { return PlainConversion<D>(f.Value(v)); });
             });
         return RecodeResult::done;
@@ -61,18 +61,18 @@ public:
 
     void UpdateLUT() override
     {
-        const auto last = static_cast<double>(lut.Count() - 1);
-        lut.Use(ToneCurve(Tone(), last, range, ToneCurve::Bounds::whole));
-        stepped.Clear();
+        const auto last = static_cast<double>(lut_.Count() - 1);
+        lut_.Use(ToneCurve(Tone(), last, range_, ToneCurve::Bounds::whole));
+        stepped_.Clear();
     }
 
 protected:
     recoder_lut(const TavloDescriptorData& source, const TavloDescriptorData& target, int sourceBits,
                 const ValueRange& targetRange)
         : recoder_base(source, target),
-          field(sourceBits),
-          range(targetRange),
-          lut(field.Count(), field.Sign())
+          field_(sourceBits),
+          range_(targetRange),
+          lut_(field_.Count(), field_.Sign())
     {
         UpdateLUT();
     }
@@ -87,42 +87,38 @@ private:
     /// What computes entries of pixels faster than they could be looked up, or null.
     CurveKernels::OfField ComputingLoop() const
     {
-        if constexpr (sizeof(S) == 2) {
-            if (lut.Curve().IsLinear())
-                return ActiveKernels().curve.linearOfField[ElementIndex<D>()];
-        }
-        return nullptr;
+        return sizeof(S) == 2 ? ActiveKernels().Of(lut_.Curve()).ofField[ElementIndex<D>()] : nullptr;
     }
 
     void RequireEntries(const SourceBlock& source, std::uint64_t width, std::uint64_t height)
     {
-        if (lut.IsComplete() || width == 0 || height == 0)
+        if (lut_.IsComplete() || width == 0 || height == 0)
             return;
         if constexpr (sizeof(S) == 1)
-            lut.RequireAll();
+            lut_.RequireAll();
         else
-            lut.Require(NeededEntries(lut.Count(), field.Sign(), source, width, height));
+            lut_.Require(NeededEntries(lut_.Count(), field_.Sign(), source, width, height));
     }
 
     /// The smaller form of the table, where it serves, or null. It is made for images that it pays for.
     const SteppedTable* Stepped(std::uint64_t width, std::uint64_t height)
     {
         if constexpr (sizeof(S) == 2 && sizeof(D) == 1) {
-            const std::uint64_t enough = 2 * lut.Count();
+            const std::uint64_t enough = 2 * lut_.Count();
             if (ActiveKernels().lookup.stepped == nullptr || width == 0 || height < enough / width)
                 return nullptr;
-            lut.RequireAll();
-            return stepped.Get([this](SteppedTable& table) {
-                return table.Build(reinterpret_cast<const std::uint8_t*>(lut.Entries()), field.Bits());
+            lut_.RequireAll();
+            return stepped_.Get([this](SteppedTable& table) {
+                return table.Build(reinterpret_cast<const std::uint8_t*>(lut_.Entries()), field_.Bits());
             });
         }
         return nullptr;
     }
 
-    sample_field<S> field;
-    ValueRange range;
-    CurveTable<D> lut;
-    SmallerForm<SteppedTable> stepped;
+    sample_field<S> field_;
+    ValueRange range_;
+    CurveTable<D> lut_;
+    SmallerForm<SteppedTable> stepped_;
 };
 
 /// Sources that use every bit of an 8- or 16-bit element.
@@ -169,9 +165,7 @@ public:
                         std::uint64_t height) override
     {
         const ToneCurve curve(Tone(), value_range<S>.span, value_range<D>, ToneCurve::Bounds::exact);
-        const CurveKernels& kernels = ActiveKernels().curve;
-        const auto& pairs = curve.IsLinear() ? kernels.linear : kernels.bent;
-        const auto convert = pairs[CurveKernels::SourceIndex<S>][ElementIndex<D>()];
+        const auto convert = ActiveKernels().Of(curve).pairs[CurveKernels::SourceIndex<S>][ElementIndex<D>()];
         ConvertPacked(From(srcPixels), sizeof(S), To(dstPixels), sizeof(D), width, height,
                       [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
                           convert(curve, from, to, count);

@@ -18,7 +18,7 @@ using namespace Mardu::Sentel::Tavlo;
 
 inline constexpr std::size_t sizes[sizeCount] = {1, 2, 3, 4, 8};
 
-/// Every count up to several vectors of the widest level, and some beyond.
+/// Every count up to several vectors of the highest level, and some beyond.
 inline std::vector<std::size_t> Counts()
 {
     std::vector<std::size_t> counts;
@@ -96,7 +96,7 @@ private:
 class Kernel : public testing::TestWithParam<SimdLevel>
 {
 protected:
-    const Kernels& wide_ = KernelsOf(GetParam());
+    const Kernels& vectors_ = KernelsOf(GetParam());
     const Kernels& plain_ = KernelsOf(SimdLevel::plain);
     std::mt19937 random_{7};
 };
@@ -104,7 +104,7 @@ protected:
 /// Loops over packed pixels give the same bytes, for every count, at odd addresses and, where `inPlace`,
 /// with the source as the target. `run` takes the loops, the source, the target and the count.
 template <class Run>
-void ExpectSamePixels(const Kernels& wide, const Kernels& plain, std::size_t sourceSize,
+void ExpectSamePixels(const Kernels& vectors, const Kernels& plain, std::size_t sourceSize,
                       std::size_t targetSize, bool inPlace, std::mt19937& random, const Run& run,
                       const std::vector<std::size_t>& counts = Counts())
 {
@@ -114,20 +114,20 @@ void ExpectSamePixels(const Kernels& wide, const Kernels& plain, std::size_t sou
         Bytes expected(count * targetSize, random() % 64, random);
         Bytes actual = expected;
         run(plain, source.Data(), expected.Data(), count);
-        run(wide, source.Data(), actual.Data(), count);
+        run(vectors, source.Data(), actual.Data(), count);
         ASSERT_TRUE(actual == expected);
         if (inPlace) {
             Bytes expectedThere = source;
             Bytes actualThere = source;
             run(plain, expectedThere.Data(), expectedThere.Data(), count);
-            run(wide, actualThere.Data(), actualThere.Data(), count);
+            run(vectors, actualThere.Data(), actualThere.Data(), count);
             ASSERT_TRUE(actualThere == expectedThere) << "in place";
         }
     }
 }
 
 /// The levels above the plain one that this machine has.
-inline std::vector<SimdLevel> WideLevels()
+inline std::vector<SimdLevel> VectorLevels()
 {
     std::vector<SimdLevel> levels;
     for (const SimdLevel level : simdLevels)

@@ -19,7 +19,7 @@ TEST_P(LookupKernel, LooksUpBytes)
         SCOPED_TRACE(sizes[i]);
         const Bytes table(256 * (sizes[i] == 3 ? 4 : sizes[i]), 8, random_);
         ExpectSamePixels(
-            wide_, plain_, 1, sizes[i], sizes[i] == 1, random_,
+            vectors_, plain_, 1, sizes[i], sizes[i] == 1, random_,
             [&](const Kernels& kernels, const std::uint8_t* src, std::uint8_t* dst, std::size_t count) {
                 kernels.lookup.from8[i](table.Data(), 0xFF, src, dst, count);
             });
@@ -34,7 +34,7 @@ TEST_P(LookupKernel, LooksUpFieldsOfEveryWidth)
             const Bytes table((std::size_t{1} << bits) * (sizes[i] == 3 ? 4 : sizes[i]), 8, random_);
             const std::uint32_t mask = (1u << bits) - 1;
             ExpectSamePixels(
-                wide_, plain_, 2, sizes[i], sizes[i] == 2, random_,
+                vectors_, plain_, 2, sizes[i], sizes[i] == 2, random_,
                 [&](const Kernels& kernels, const std::uint8_t* src, std::uint8_t* dst, std::size_t count) {
                     kernels.lookup.from16[i](table.Data(), mask, src, dst, count);
                 });
@@ -50,7 +50,7 @@ TEST_P(LookupKernel, FindsTheRangeOfFields)
         for (const auto& [mask, sign] :
              {std::pair{0xFFFFu, 0u}, {0xFFFFu, 0x8000u}, {0xFFFu, 0x800u}, {0x1FFu, 0u}}) {
             const IndexRange expected = plain_.lookup.rangeOf16(mask, sign, source.Data(), count);
-            const IndexRange actual = wide_.lookup.rangeOf16(mask, sign, source.Data(), count);
+            const IndexRange actual = vectors_.lookup.rangeOf16(mask, sign, source.Data(), count);
             ASSERT_EQ(actual.first, expected.first) << count;
             ASSERT_EQ(actual.last, expected.last) << count;
         }
@@ -59,7 +59,7 @@ TEST_P(LookupKernel, FindsTheRangeOfFields)
 
 TEST_P(LookupKernel, StepsThroughATableLikeLookingItUp)
 {
-    if (wide_.lookup.stepped == nullptr)
+    if (vectors_.lookup.stepped == nullptr)
         return; // This level looks all bytes up.
     std::vector<std::uint8_t> source(2 * 65536 + 2 * 77);
     for (std::size_t i = 0; i < source.size() / 2; ++i) {
@@ -77,13 +77,13 @@ TEST_P(LookupKernel, StepsThroughATableLikeLookingItUp)
             const ToneCurve curve({contrast, contrast < 0 ? 1.0 : 0.0, 1.0, 1.0},
                                   static_cast<double>(table.size() - 1), value_range<std::uint8_t>,
                                   ToneCurve::Bounds::whole);
-            plain_.curve.fillLinear[ElementIndex<std::uint8_t>()](curve, 0, table.data(), table.size());
+            plain_.linear.fill[ElementIndex<std::uint8_t>()](curve, 0, table.data(), table.size());
             if (!stepped.Build(table.data(), bits))
                 continue;
             ++built;
             const auto mask = static_cast<std::uint32_t>(table.size() - 1);
             plain_.lookup.from16[0](table.data(), mask, source.data(), expected.data(), expected.size());
-            wide_.lookup.stepped(stepped, source.data(), actual.data(), actual.size());
+            vectors_.lookup.stepped(stepped, source.data(), actual.data(), actual.size());
             ASSERT_EQ(actual, expected);
         }
     EXPECT_GE(built, 30);
@@ -121,9 +121,9 @@ TEST_P(LookupKernel, LooksColorsUpInTheCompactTable)
         ASSERT_TRUE(compact.Build(table.data(), table.size()));
         const auto mask = static_cast<std::uint32_t>(table.size() - 1);
         ExpectSamePixels(
-            wide_, plain_, 2, 4, false, random_,
+            vectors_, plain_, 2, 4, false, random_,
             [&](const Kernels& kernels, const std::uint8_t* src, std::uint8_t* dst, std::size_t count) {
-                if (&kernels == &wide_)
+                if (&kernels == &vectors_)
                     kernels.lookup.compact(compact, mask, src, dst, count);
                 else
                     kernels.lookup.from16[SizeIndex(4)](table.data(), mask, src, dst, count);
@@ -153,4 +153,4 @@ TEST(CompactColors, HasNoFormWhereNeighboursDifferByMoreThanOne)
 }
 
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(LookupKernel);
-INSTANTIATE_TEST_SUITE_P(Levels, LookupKernel, testing::ValuesIn(WideLevels()), LevelName);
+INSTANTIATE_TEST_SUITE_P(Levels, LookupKernel, testing::ValuesIn(VectorLevels()), LevelName);

@@ -100,15 +100,14 @@ std::vector<S> Sources(std::mt19937& random)
 }
 
 template <class D>
-void ExpectSameCurves(const Kernels& wide, const Kernels& plain, std::mt19937& random)
+void ExpectSameCurves(const Kernels& vectors, const Kernels& plain, std::mt19937& random)
 {
     const auto check = [&]<class S>(S) {
         const std::vector<S> sources = Sources<S>(random);
         std::vector<D> expected(sources.size());
         std::vector<D> actual(sources.size());
         const auto run = [&](const Kernels& kernels, const ToneCurve& curve, std::vector<D>& target) {
-            const auto& pairs = curve.IsLinear() ? kernels.curve.linear : kernels.curve.bent;
-            pairs[CurveKernels::SourceIndex<S>][ElementIndex<D>()](
+            kernels.Of(curve).pairs[CurveKernels::SourceIndex<S>][ElementIndex<D>()](
                 curve, reinterpret_cast<const std::uint8_t*>(sources.data()),
                 reinterpret_cast<std::uint8_t*>(target.data()), sources.size());
         };
@@ -117,7 +116,7 @@ void ExpectSameCurves(const Kernels& wide, const Kernels& plain, std::mt19937& r
                                             << ", sigma " << tone.sigma << ", source " << ElementIndex<S>());
             const ToneCurve curve(tone, value_range<S>.span, value_range<D>, ToneCurve::Bounds::exact);
             run(plain, curve, expected);
-            run(wide, curve, actual);
+            run(vectors, curve, actual);
             for (std::size_t i = 0; i < sources.size(); ++i)
                 ASSERT_EQ(std::memcmp(&actual[i], &expected[i], sizeof(D)), 0)
                     << +sources[i] << " gave " << +actual[i] << " instead of " << +expected[i];
@@ -130,7 +129,7 @@ void ExpectSameCurves(const Kernels& wide, const Kernels& plain, std::mt19937& r
 }
 
 template <class D>
-void ExpectSameFilling(const Kernels& wide, const Kernels& plain)
+void ExpectSameFilling(const Kernels& vectors, const Kernels& plain)
 {
     std::vector<D> expected(65536);
     std::vector<D> actual(65536);
@@ -142,14 +141,13 @@ void ExpectSameFilling(const Kernels& wide, const Kernels& plain)
                                   ToneCurve::Bounds::whole);
             const auto fill = [&](const Kernels& kernels, std::size_t first, std::size_t last,
                                   std::vector<D>& table) {
-                const auto& loops = curve.IsLinear() ? kernels.curve.fillLinear : kernels.curve.fillBent;
-                loops[ElementIndex<D>()](curve, first, reinterpret_cast<std::uint8_t*>(&table[first]),
-                                         last - first);
+                kernels.Of(curve).fill[ElementIndex<D>()](
+                    curve, first, reinterpret_cast<std::uint8_t*>(&table[first]), last - first);
             };
             fill(plain, 0, count, expected);
-            fill(wide, 0, 3, actual);
-            fill(wide, 3, 130, actual);
-            fill(wide, 130, count, actual);
+            fill(vectors, 0, 3, actual);
+            fill(vectors, 3, 130, actual);
+            fill(vectors, 130, count, actual);
             ASSERT_EQ(std::memcmp(actual.data(), expected.data(), count * sizeof(D)), 0);
         }
 }
@@ -160,7 +158,7 @@ TEST_P(NumericKernel, ComputesTheCurveToTheLastBit)
 {
     const auto check = [this]<class D>(D) {
         SCOPED_TRACE(ElementIndex<D>());
-        ExpectSameCurves<D>(wide_, plain_, random_);
+        ExpectSameCurves<D>(vectors_, plain_, random_);
     };
     WithEveryType(check);
 }
@@ -198,8 +196,8 @@ TEST_P(NumericKernel, ComputesBytesLikeTheCurveWhereTheyStep)
         const std::vector<S> sources = SourcesAroundSteps<S>(curve.Values(), random_);
         std::vector<std::uint8_t> expected(sources.size());
         std::vector<std::uint8_t> actual(sources.size());
-        for (const auto& [kernels, target] : {std::pair{&plain_, &expected}, {&wide_, &actual}})
-            kernels->curve.linear[CurveKernels::SourceIndex<S>][ElementIndex<std::uint8_t>()](
+        for (const auto& [kernels, target] : {std::pair{&plain_, &expected}, {&vectors_, &actual}})
+            kernels->linear.pairs[CurveKernels::SourceIndex<S>][ElementIndex<std::uint8_t>()](
                 curve, reinterpret_cast<const std::uint8_t*>(sources.data()), target->data(), sources.size());
         ASSERT_EQ(actual, expected);
     };
@@ -230,12 +228,12 @@ TEST_P(NumericKernel, ComputesTheFullRangeOfIntegersAtEveryStep)
             expect(step, k);
         }
         const ToneCurve curve({}, value_range<S>.span, value_range<D>, ToneCurve::Bounds::exact);
-        for (const Kernels* kernels : {&plain_, &wide_}) {
+        for (const Kernels* kernels : {&plain_, &vectors_}) {
             std::vector<D> actual(sources.size());
-            kernels->curve.linear[CurveKernels::SourceIndex<S>][ElementIndex<D>()](
+            kernels->linear.pairs[CurveKernels::SourceIndex<S>][ElementIndex<D>()](
                 curve, reinterpret_cast<const std::uint8_t*>(sources.data()),
                 reinterpret_cast<std::uint8_t*>(actual.data()), sources.size());
-            ASSERT_EQ(actual, expected) << (kernels == &plain_ ? "plain" : "wide");
+            ASSERT_EQ(actual, expected) << (kernels == &plain_ ? "plain" : "vectors");
         }
     };
     check(std::int32_t{}, std::uint8_t{});
@@ -252,7 +250,7 @@ TEST_P(NumericKernel, LeavesTheRoundingAsItWas)
     for (const std::size_t count : {std::size_t{10}, std::size_t{1000}, std::size_t{100000}}) {
         const std::vector<float> source(count, 0.5f);
         std::vector<std::uint16_t> target(count);
-        wide_.curve.linear[CurveKernels::SourceIndex<float>][ElementIndex<std::uint16_t>()](
+        vectors_.linear.pairs[CurveKernels::SourceIndex<float>][ElementIndex<std::uint16_t>()](
             curve, reinterpret_cast<const std::uint8_t*>(source.data()),
             reinterpret_cast<std::uint8_t*>(target.data()), count);
         EXPECT_EQ(target.back(), 32767);
@@ -271,9 +269,9 @@ TEST_P(NumericKernel, ComputesTheLinearCurveOfLargeImages)
             const ToneCurve curve({contrast, 0.0, 1.0, 1.0}, value_range<S>.span, value_range<D>,
                                   ToneCurve::Bounds::exact);
             ExpectSamePixels(
-                wide_, plain_, sizeof(S), sizeof(D), false, random_,
+                vectors_, plain_, sizeof(S), sizeof(D), false, random_,
                 [&](const Kernels& kernels, const std::uint8_t* src, std::uint8_t* dst, std::size_t count) {
-                    kernels.curve.linear[CurveKernels::SourceIndex<S>][ElementIndex<D>()](curve, src, dst,
+                    kernels.linear.pairs[CurveKernels::SourceIndex<S>][ElementIndex<D>()](curve, src, dst,
                                                                                           count);
                 },
                 {200003, largeTarget / sizeof(D) + 100});
@@ -292,7 +290,7 @@ TEST_P(NumericKernel, ComputesTheLinearCurveOfLargeImages)
 TEST_P(NumericKernel, ComputesWhatATableOfAFieldHolds)
 {
     const auto check = [this]<class D>(D) {
-        const auto compute = wide_.curve.linearOfField[ElementIndex<D>()];
+        const auto compute = vectors_.linear.ofField[ElementIndex<D>()];
         const auto lookup = plain_.lookup.from16[SizeIndex(sizeof(D))];
         ASSERT_NE(compute, nullptr);
         for (int bits = 9; bits <= 16; ++bits)
@@ -328,7 +326,7 @@ TEST_P(NumericKernel, ComputesWhatATableOfAFieldHolds)
 namespace {
 
 template <class S>
-void ExpectSameCasts(const Kernels& wide, const Kernels& plain, std::mt19937& random)
+void ExpectSameCasts(const Kernels& vectors, const Kernels& plain, std::mt19937& random)
 {
     const std::vector<S> sources = Sources<S>(random);
     const auto check = [&]<class D>(D) {
@@ -341,19 +339,19 @@ void ExpectSameCasts(const Kernels& wide, const Kernels& plain, std::mt19937& ra
         std::vector<D> actual(sources.size());
         const auto* bytes = reinterpret_cast<const std::uint8_t*>(sources.data());
         run(plain, bytes, reinterpret_cast<std::uint8_t*>(expected.data()), sources.size());
-        run(wide, bytes, reinterpret_cast<std::uint8_t*>(actual.data()), sources.size());
+        run(vectors, bytes, reinterpret_cast<std::uint8_t*>(actual.data()), sources.size());
         for (std::size_t i = 0; i < sources.size(); ++i)
             // Which NaN it is stays open.
             ASSERT_TRUE(std::memcmp(&actual[i], &expected[i], sizeof(D)) == 0 ||
                         (actual[i] != actual[i] && expected[i] != expected[i]))
                 << +sources[i] << " gave " << +actual[i] << " instead of " << +expected[i];
         if (std::is_integral_v<S>)
-            ExpectSamePixels(wide, plain, sizeof(S), sizeof(D), sizeof(D) <= sizeof(S), random, run,
+            ExpectSamePixels(vectors, plain, sizeof(S), sizeof(D), sizeof(D) <= sizeof(S), random, run,
                              {0, 1, 63, 64, 65, 127, 128, 1000});
         constexpr bool isToOrFromFloats = (std::is_same_v<S, float> && std::is_integral_v<D>) ||
                                           (std::is_integral_v<S> && std::is_same_v<D, float>);
         if (isToOrFromFloats)
-            ExpectSamePixels(wide, plain, sizeof(S), sizeof(D), sizeof(D) <= sizeof(S), random, run,
+            ExpectSamePixels(vectors, plain, sizeof(S), sizeof(D), sizeof(D) <= sizeof(S), random, run,
                              {200003, largeTarget / sizeof(D) + 100});
     };
     WithEveryType(check);
@@ -363,17 +361,17 @@ void ExpectSameCasts(const Kernels& wide, const Kernels& plain, std::mt19937& ra
 
 TEST_P(NumericKernel, CastsValuesAsTheLanguageDoes)
 {
-    WithEveryType([this]<class S>(S) { ExpectSameCasts<S>(wide_, plain_, random_); });
+    WithEveryType([this]<class S>(S) { ExpectSameCasts<S>(vectors_, plain_, random_); });
 }
 
 TEST_P(NumericKernel, FillsTablesToTheLastBit)
 {
     const auto check = [this]<class D>(D) {
         SCOPED_TRACE(ElementIndex<D>());
-        ExpectSameFilling<D>(wide_, plain_);
+        ExpectSameFilling<D>(vectors_, plain_);
     };
     WithEveryType(check);
 }
 
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NumericKernel);
-INSTANTIATE_TEST_SUITE_P(Levels, NumericKernel, testing::ValuesIn(WideLevels()), LevelName);
+INSTANTIATE_TEST_SUITE_P(Levels, NumericKernel, testing::ValuesIn(VectorLevels()), LevelName);
