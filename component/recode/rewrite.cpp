@@ -56,10 +56,10 @@ CopyOutcome CopySameType(const PixelView<const std::uint8_t>& source, const Pixe
 {
     if (source.type != target.type)
         return CopyOutcome::differentTypes;
-    const auto size = static_cast<std::size_t>(ElementSize(target.type));
-    if (size == 0)
+    const auto size = ElementSize(target.type);
+    if (!size)
         return CopyOutcome::uncopyableType;
-    CopyBlock(source.pixels, at, size, width, height);
+    CopyBlock(source.pixels, at, *size, width, height);
     return CopyOutcome::done;
 }
 

@@ -8,14 +8,14 @@ ToneCurve::ToneCurve(const ToneParameters& p, double sourceSpan, const ValueRang
                      Bounds bounds) noexcept
     : linear_(p.IsLinear()),
       c_{.target = range,
-        .gamma = p.gamma,
-        .sigma = p.sigma,
-        .slope = range.span * p.contrast / sourceSpan,
-        .shift = range.span * p.brightness,
-        .low = -(p.brightness / p.contrast) * sourceSpan,
-        .high = (1.0 - p.brightness) / p.contrast * sourceSpan,
-        .width = 0.0,
-        .middle = 0.0}
+         .gamma = p.gamma,
+         .sigma = p.sigma,
+         .slope = range.span * p.contrast / sourceSpan,
+         .shift = range.span * p.brightness,
+         .low = -(p.brightness / p.contrast) * sourceSpan,
+         .high = (1.0 - p.brightness) / p.contrast * sourceSpan,
+         .width = 0.0,
+         .middle = 0.0}
 {
     // Whole numbers stay doubles: with a contrast near or at 0 they may be of any size,
     // infinite or NaN, which no integer is.

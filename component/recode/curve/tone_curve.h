@@ -16,8 +16,8 @@ struct ToneParameters
 };
 
 /// The one transfer rule of all recoders: source units (0 to a span) to target values. It is described in
-/// docs/recoding.md, "The tone curve"; the operations and their order are part of the results and never change.
-/// Whoever computes it in another way, in vectors or for a measurement, is compared with this.
+/// docs/recoding.md, "The tone curve"; the operations and their order are part of the results and never
+/// change. Whoever computes it in another way, in vectors or for a measurement, is compared with this.
 class ToneCurve
 {
 public:

@@ -41,7 +41,8 @@ private:
     HWY_INLINE explicit ByteTable(const std::uint8_t* table) : table_(table) {}
 
     /// 1. The table has 16 parts of 16 entries. A shuffle looks the index's lower 4 bits up in each part.
-    /// 2. The upper 4 bits choose one of the 16 results, two by two: bit 4 in pairs of parts, bit 7 in halves. A
+    /// 2. The upper 4 bits choose one of the 16 results, two by two: bit 4 in pairs of parts, bit 7 in
+    /// halves. A
     ///    selection looks at the highest bit of a byte, so that a copy of the index has each bit there.
     HWY_INLINE ByteVector operator()(ByteVector index) const
     {

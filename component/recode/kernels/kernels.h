@@ -70,8 +70,10 @@ struct CurveKernels
     using Fill = void (*)(const ToneCurve& curve, std::size_t first, std::uint8_t* dst, std::size_t count);
     std::array<Fill, elementCount> fill;
 
-    template <class S>
-    static constexpr std::size_t SourceIndex = ElementIndex<S>() - ElementIndex<std::int32_t>();
+    static constexpr std::size_t SourceIndex(Element source) noexcept
+    {
+        return IndexOf(source) - ElementIndex<std::int32_t>();
+    }
 };
 
 /// Elements by their plain values, as PlainConversion has them.

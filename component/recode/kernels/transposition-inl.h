@@ -30,9 +30,10 @@ public:
 private:
     using Elements = hn::ScalableTag<hwy::UnsignedFromSize<size>>;
 
-    /// Rows and columns change places in log2(count) rounds. Let an element lie in row R and column C, numbers of
-    /// n = log2(count) bits, and read R and C as one number of 2 n bits, R before C.
-    /// 1. Interleaving row p of the first half with row p of the second one puts its elements into rows 2 p and
+    /// Rows and columns change places in log2(count) rounds. Let an element lie in row R and column C,
+    /// numbers of n = log2(count) bits, and read R and C as one number of 2 n bits, R before C.
+    /// 1. Interleaving row p of the first half with row p of the second one puts its elements into rows 2 p
+    /// and
     ///    2 p + 1: the element's number is turned left by one bit.
     /// 2. After n rounds it is turned by n bits, which is C before R.
     template <std::size_t rowsLeft>
@@ -56,8 +57,10 @@ private:
     }
 };
 
-/// Squares of a line each way, of elements of one or two bytes. They have more vectors than there are registers:
-/// 1. blocks are turned one vector of rows at a time, and stored where the turned square has them, in a buffer;
+/// Squares of a line each way, of elements of one or two bytes. They have more vectors than there are
+/// registers:
+/// 1. blocks are turned one vector of rows at a time, and stored where the turned square has them, in a
+/// buffer;
 /// 2. the buffer's lines are the target's.
 template <std::size_t size>
 class LineSquare
@@ -99,7 +102,8 @@ private:
         (StoreBlocks(bytes, v[column], lines + column * 64), ...);
     }
 
-    /// Block b of a vector, b blocks to the right in its source row, belongs b * Blocks::count lines further down.
+    /// Block b of a vector, b blocks to the right in its source row, belongs b * Blocks::count lines further
+    /// down.
     template <class D>
     static HWY_INLINE void StoreBlocks(D d, hn::Vec<D> v, std::uint8_t* at)
     {
@@ -250,8 +254,8 @@ private:
          ...);
     }
 
-    /// Step 3 for the columns whose blocks are in v[0], v[count], v[2 count] and so on: block b of the vector g
-    /// becomes block g of the column b.
+    /// Step 3 for the columns whose blocks are in v[0], v[count], v[2 count] and so on: block b of the vector
+    /// g becomes block g of the column b.
     template <class StoreVector>
     static HWY_INLINE void StoreColumns(const ByteVector* v, std::uint8_t* dst, std::ptrdiff_t stride,
                                         const StoreVector& store)

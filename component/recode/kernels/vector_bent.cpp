@@ -2,7 +2,9 @@
 #include "recode/kernels/plain_loops.h"
 #include "recode/kernels/vector_kernels.h"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "recode/kernels/vector_bent.cpp"
@@ -69,44 +71,33 @@ HWY_INLINE Vector Exp2(Vector p)
     return hn::BitCast(doubles, hn::Add(hn::BitCast(integers, series), scale));
 }
 
-/// x to a positive power, for x from 0 to about 1, or 0 and a note in `doubtful` where the result is
-/// not known. That of 0 is exact, and so is the power 1.
-HWY_INLINE Vector Power(Vector x, double power, Mask& doubtful)
+/// x to a positive power, for x from 0 to about 1, or 0 and a note where the result is not known. That of 0
+/// is exact, and so is the power 1.
+HWY_INLINE Vector Power(Vector x, double power, Mask& isUnknown)
 {
     if (power == 1.0)
         return x;
     const Mask isTiny = hn::Lt(x, hn::Set(doubles, 1e-300));
     const Vector p = hn::Mul(Log2(hn::IfThenElse(isTiny, hn::Set(doubles, 1.0), x)), hn::Set(doubles, power));
-    const Mask isUnknown = hn::Or(hn::And(isTiny, hn::Ne(x, hn::Zero(doubles))),
-                                  hn::Gt(hn::Abs(p), hn::Set(doubles, largestExponent)));
-    doubtful = hn::Or(doubtful, isUnknown);
-    return hn::IfThenZeroElse(hn::Or(isTiny, isUnknown), Exp2(p));
+    const Mask isUncomputed = hn::Or(hn::And(isTiny, hn::Ne(x, hn::Zero(doubles))),
+                                     hn::Gt(hn::Abs(p), hn::Set(doubles, largestExponent)));
+    isUnknown = hn::Or(isUnknown, isUncomputed);
+    return hn::IfThenZeroElse(hn::Or(isTiny, isUncomputed), Exp2(p));
 }
 
-/// Values in the target's range, as the target's type: two vectors of them.
-template <class D>
-void StoreQuantised(Vector first, Vector second, std::uint8_t* at)
+/// How many pixels are computed at a time. What computes does not know the types of pixels; it is compiled
+/// once a level.
+constexpr std::size_t stretch = 64;
+static_assert(stretch % (2 * doubleLanes) == 0);
+
+/// What the values of a stretch are about: numbers in the target's range, and what the values are at least
+/// and at most.
+struct Estimates
 {
-    if constexpr (sizeof(D) <= 2) {
-        const Integers both = ToIntegers(first, second);
-#if HWY_TARGET <= HWY_AVX3_DL
-        // Highway has no such conversion for either sign; the values fit, so their low bytes are they.
-        const auto narrow = [both] {
-            if constexpr (sizeof(D) == 1)
-                return _mm512_cvtepi32_epi8(both.raw);
-            else
-                return _mm512_cvtepi32_epi16(both.raw);
-        }();
-        std::memcpy(at, &narrow, sizeof narrow);
-#else
-        const hn::Rebind<D, hn::ScalableTag<std::int32_t>> small;
-        hn::StoreU(hn::DemoteTo(small, both), small, As<D>(at));
-#endif
-    } else {
-        hn::StoreU(Quantised<D>(first), Few<D>(), As<D>(at));
-        hn::StoreU(Quantised<D>(second), Few<D>(), As<D>(at) + doubleLanes);
-    }
-}
+    HWY_ALIGN double about[stretch];
+    HWY_ALIGN double least[stretch];
+    HWY_ALIGN double most[stretch];
+};
 
 class BentCurve
 {
@@ -124,25 +115,37 @@ public:
                std::isfinite(c_.high) && c_.width > 0.0 && std::isfinite(2.0 / c_.width);
     }
 
-    /// Stores the values of the curve as the target's type.
+    /// Stores the values of up to a stretch of units as the target's type. There are units for whole vectors.
     template <class D>
-    HWY_INLINE void Store(Vector first, Vector second, std::uint8_t* at) const
+    HWY_NOINLINE void Store(const double* units, std::size_t count, std::uint8_t* dst) const
     {
-        Mask isFirstDoubtful, isSecondDoubtful;
-        const Vector a = Values<D>(first, isFirstDoubtful);
-        const Vector b = Values<D>(second, isSecondDoubtful);
-        StoreQuantised<D>(a, b, at);
-        if (HWY_UNLIKELY(!hn::AllFalse(doubles, hn::Or(isFirstDoubtful, isSecondDoubtful)))) {
-            Decide<D>(first, isFirstDoubtful, at);
-            Decide<D>(second, isSecondDoubtful, at + doubleLanes * sizeof(D));
+        Estimates estimates;
+        Estimate(units, count, estimates);
+        HWY_ALIGN std::uint8_t pixels[stretch * sizeof(D)];
+        for (std::size_t i = 0; i < count; i += 2 * doubleLanes)
+            StoreQuantised<D>(hn::Load(doubles, estimates.about + i),
+                              hn::Load(doubles, estimates.about + i + doubleLanes), pixels + sizeof(D) * i);
+        for (std::size_t i = 0; i < count; i += doubleLanes) {
+            const Mask doubtful = AreStoredOtherwise<D>(hn::Load(doubles, estimates.least + i),
+                                                        hn::Load(doubles, estimates.most + i));
+            if (HWY_UNLIKELY(!hn::AllFalse(doubles, doubtful)))
+                Decide<D>(units + i, doubtful, pixels + sizeof(D) * i);
         }
+        std::memcpy(dst, pixels, sizeof(D) * count);
     }
 
 private:
-    /// The values for sources, and which of them may be wrong by more than the target's type forgives.
-    template <class D>
-    HWY_INLINE Vector Values(Vector source, Mask& doubtful) const
+    HWY_NOINLINE void Estimate(const double* units, std::size_t count, Estimates& estimates) const
     {
+        for (std::size_t i = 0; i < count; i += 2 * doubleLanes) {
+            EstimateVector(units + i, i, estimates);
+            EstimateVector(units + i + doubleLanes, i + doubleLanes, estimates);
+        }
+    }
+
+    HWY_INLINE void EstimateVector(const double* units, std::size_t at, Estimates& estimates) const
+    {
+        const Vector source = hn::Load(doubles, units);
         const Vector low = hn::Set(doubles, c_.low);
         const Vector high = hn::Set(doubles, c_.high);
         const Vector min = hn::Set(doubles, c_.target.min);
@@ -154,45 +157,69 @@ private:
         const Vector distance = hn::IfThenElse(lower, hn::Sub(source, low), hn::Sub(high, source));
         const Vector base = hn::IfThenElse(between, hn::Mul(hn::Set(doubles, 2.0 / c_.width), distance),
                                            hn::Set(doubles, 1.0));
-        doubtful = hn::MaskFromVec(hn::Zero(doubles));
-        const Vector half = hn::Mul(hn::Set(doubles, 0.5), Power(base, c_.sigma, doubtful));
+        Mask isUnknown = hn::MaskFromVec(hn::Zero(doubles));
+        const Vector half = hn::Mul(hn::Set(doubles, 0.5), Power(base, c_.sigma, isUnknown));
         const Vector t = hn::IfThenElse(lower, half, hn::Sub(hn::Set(doubles, 1.0), half));
-        const Vector risen = hn::Mul(hn::Set(doubles, c_.target.span), Power(t, c_.gamma, doubtful));
+        const Vector risen = hn::Mul(hn::Set(doubles, c_.target.span), Power(t, c_.gamma, isUnknown));
         const Vector y = hn::Add(min, risen);
 
-        // Adding the lower end rounds, but not where nothing is added to it.
+        // Adding the lower end rounds, but not where nothing is added to it. What is unknown may be anything.
         const Vector rounding = hn::IfThenZeroElse(hn::Eq(risen, hn::Zero(doubles)),
                                                    hn::Set(doubles, std::abs(c_.target.min) * powerError));
-        const Vector error = hn::MulAdd(risen, hn::Set(doubles, error_), rounding);
-        const Vector ends = hn::IfThenElse(above, max, min);
-        doubtful = hn::Or(doubtful, IsDoubtful<D>(hn::Sub(y, error), hn::Add(y, error)));
-        doubtful = hn::And(doubtful, between);
-        return hn::IfThenElse(between, Saturated(y, min, max), ends);
+        const Vector known = hn::MulAdd(risen, hn::Set(doubles, error_), rounding);
+        const Vector error =
+            hn::IfThenElse(isUnknown, hn::Set(doubles, std::numeric_limits<double>::infinity()), known);
+        const Vector end = hn::IfThenElse(above, max, min);
+        hn::Store(hn::IfThenElse(between, Saturated(y, min, max), end), doubles, estimates.about + at);
+        hn::Store(hn::IfThenElse(between, hn::Sub(y, error), end), doubles, estimates.least + at);
+        hn::Store(hn::IfThenElse(between, hn::Add(y, error), end), doubles, estimates.most + at);
     }
 
-    /// Whether the ends of what a value may be are not stored alike.
+    /// Values in the target's range, as the target's type: two vectors of them.
     template <class D>
-    static Mask IsDoubtful(Vector from, Vector to)
+    static HWY_INLINE void StoreQuantised(Vector first, Vector second, std::uint8_t* at)
     {
-        if constexpr (std::is_same_v<D, float>) {
-            const Few<float> few;
-            return hn::Ne(hn::PromoteTo(doubles, hn::DemoteTo(few, from)),
-                          hn::PromoteTo(doubles, hn::DemoteTo(few, to)));
+        if constexpr (sizeof(D) <= 2) {
+            const Integers both = ToIntegers(first, second);
+#if HWY_TARGET <= HWY_AVX3_DL
+            // Highway has no such conversion for either sign; the values fit, so their low bytes are they.
+            const auto narrow = [both] {
+                if constexpr (sizeof(D) == 1)
+                    return _mm512_cvtepi32_epi8(both.raw);
+                else
+                    return _mm512_cvtepi32_epi16(both.raw);
+            }();
+            std::memcpy(at, &narrow, sizeof narrow);
+#else
+            const hn::Rebind<D, hn::ScalableTag<std::int32_t>> small;
+            hn::StoreU(hn::DemoteTo(small, both), small, As<D>(at));
+#endif
         } else {
-            return hn::Ne(hn::Trunc(from), hn::Trunc(to));
+            hn::StoreU(Quantised<D>(first), Few<D>(), As<D>(at));
+            hn::StoreU(Quantised<D>(second), Few<D>(), As<D>(at) + doubleLanes);
         }
     }
 
     template <class D>
-    HWY_NOINLINE void Decide(Vector source, Mask doubtful, std::uint8_t* at) const
+    static HWY_INLINE Mask AreStoredOtherwise(Vector a, Vector b)
     {
-        HWY_ALIGN double sources[doubleLanes];
+        if constexpr (std::is_same_v<D, float>) {
+            const Few<float> few;
+            return hn::Ne(hn::PromoteTo(doubles, hn::DemoteTo(few, a)),
+                          hn::PromoteTo(doubles, hn::DemoteTo(few, b)));
+        } else {
+            return hn::Ne(hn::Trunc(a), hn::Trunc(b));
+        }
+    }
+
+    template <class D>
+    HWY_NOINLINE void Decide(const double* units, Mask doubtful, std::uint8_t* at) const
+    {
         HWY_ALIGN double flags[doubleLanes];
-        hn::Store(source, doubles, sources);
         hn::Store(hn::IfThenElseZero(doubtful, hn::Set(doubles, 1.0)), doubles, flags);
         for (std::size_t i = 0; i < doubleLanes; ++i)
             if (flags[i] != 0.0)
-                StorePixel(at + sizeof(D) * i, Quantise<D>(curve_.Bent(sources[i])));
+                StorePixel(at + sizeof(D) * i, Quantise<D>(curve_.Bent(units[i])));
     }
 
     const ToneCurve& curve_;
@@ -204,6 +231,16 @@ private:
 template <class D>
 constexpr bool showsEveryBit = std::is_same_v<D, double>;
 
+/// Units of a stretch of pixels; for whole vectors, of which some may lie behind the last pixel.
+template <class S>
+HWY_NOINLINE void StageUnits(const std::uint8_t* src, std::size_t count, double* units)
+{
+    HWY_ALIGN std::uint8_t pixels[stretch * sizeof(S)] = {};
+    std::memcpy(pixels, src, sizeof(S) * count);
+    for (std::size_t i = 0; i < stretch; i += doubleLanes)
+        hn::Store(LoadUnits<S>(pixels + sizeof(S) * i), doubles, units + i);
+}
+
 template <class S, class D>
 struct Bent
 {
@@ -213,10 +250,12 @@ struct Bent
         if (showsEveryBit<D> || !bent.IsWithinBounds())
             return Plain::Bent<S, D>::Run(curve, src, dst, count);
         if constexpr (!showsEveryBit<D>)
-            EachVector<2 * doubleLanes, sizeof(S), sizeof(D)>(
-                src, dst, count, [&](const std::uint8_t* s, std::uint8_t* d) {
-                    bent.Store<D>(LoadUnits<S>(s), LoadUnits<S>(s + doubleLanes * sizeof(S)), d);
-                });
+            for (std::size_t done = 0; done < count; done += stretch) {
+                const std::size_t now = std::min(stretch, count - done);
+                HWY_ALIGN double units[stretch];
+                StageUnits<S>(src + sizeof(S) * done, now, units);
+                bent.Store<D>(units, now, dst + sizeof(D) * done);
+            }
     }
 };
 
@@ -226,12 +265,15 @@ struct FillBent
     static void Run(const ToneCurve& curve, std::size_t first, std::uint8_t* dst, std::size_t count)
     {
         const BentCurve bent(curve);
-        const auto from = [](std::size_t index) { return hn::Iota(doubles, static_cast<double>(index)); };
-        std::size_t i = 0;
+        if (showsEveryBit<D> || !bent.IsWithinBounds())
+            return Plain::FillBent<D>::Run(curve, first, dst, count);
         if constexpr (!showsEveryBit<D>)
-            for (; bent.IsWithinBounds() && i + 2 * doubleLanes <= count; i += 2 * doubleLanes)
-                bent.Store<D>(from(first + i), from(first + i + doubleLanes), dst + sizeof(D) * i);
-        Plain::FillBent<D>::Run(curve, first + i, dst + sizeof(D) * i, count - i);
+            for (std::size_t done = 0; done < count; done += stretch) {
+                HWY_ALIGN double units[stretch];
+                for (std::size_t i = 0; i < stretch; i += doubleLanes)
+                    hn::Store(hn::Iota(doubles, static_cast<double>(first + done + i)), doubles, units + i);
+                bent.Store<D>(units, std::min(stretch, count - done), dst + sizeof(D) * done);
+            }
     }
 };
 

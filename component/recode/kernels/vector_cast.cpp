@@ -16,7 +16,11 @@ HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
 
-/// PlainConversion without branches, so that the compiler makes vectors of it.
+// Gains are rows of docs/performance.md at 1920x1080, as multiples of the plain loop's speed at AVX-512 and
+// at AVX2.
+
+/// PlainConversion without branches, so that the compiler makes vectors of it: "cast 16 to 8" gains 8.5
+/// and 5.1 times.
 template <class D, class S>
 HWY_INLINE D Converted(S value)
 {
@@ -41,7 +45,7 @@ HWY_INLINE D Converted(S value)
     }
 }
 
-/// Floats as integers of fewer bytes.
+/// Floats as integers of fewer bytes: "cast float to 8" gains 9.8 and 9.7 times.
 template <class D>
 struct FloatCast
 {
@@ -65,7 +69,7 @@ struct FloatCast
     }
 };
 
-/// Integers of fewer bytes as floats.
+/// Integers of fewer bytes as floats: "cast 8 to float" gains 6.4 and 6.3 times.
 template <class S>
 struct CastToFloat
 {

@@ -76,7 +76,8 @@ struct Linear
     static void Run(const ToneCurve& curve, const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
     {
         Convert<D>(curve, PixelSource<S>(), value_range<S>.span, {src, dst, count}, [&] {
-            avx2Linear.pairs[CurveKernels::SourceIndex<S>][ElementIndex<D>()](curve, src, dst, count);
+            avx2Linear.pairs[CurveKernels::SourceIndex(ElementOf<S>())][ElementIndex<D>()](curve, src, dst,
+                                                                                           count);
         });
     }
 };

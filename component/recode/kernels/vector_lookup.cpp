@@ -14,6 +14,8 @@ HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
 
+// Gains are rows of docs/performance.md at 1920x1080, as multiples of the plain loop's speed.
+
 using Words = hn::ScalableTag<std::uint16_t>;
 
 void LookupByte(const void* entries, std::uint32_t, const std::uint8_t* src, std::uint8_t* dst,
@@ -25,7 +27,8 @@ void LookupByte(const void* entries, std::uint32_t, const std::uint8_t* src, std
     });
 }
 
-/// As many bytes as eight bytes hold entries, and one store; the plain loop makes one store a pixel.
+/// As many bytes as eight bytes hold entries, and one store; the plain loop makes one store a pixel. At AVX2
+/// "8 to 16" gains 1.2 times, "8 to RGBA, ramp" 1.1 times.
 template <class Entry>
 void LookupTogether(const void* table, std::uint32_t mask, const std::uint8_t* src, std::uint8_t* dst,
                     std::size_t count)
@@ -42,7 +45,7 @@ void LookupTogether(const void* table, std::uint32_t mask, const std::uint8_t* s
     Plain::Lookup<std::uint8_t, Entry>(table, mask, src + i, dst + i * sizeof(Entry), count - i);
 }
 
-/// Four elements a load; the plain loop makes one load a pixel.
+/// Four elements a load; the plain loop makes one load a pixel. "16 to 8, gamma and sigma" gains 1.3 times.
 template <class Entry>
 void LookupWords(const void* table, std::uint32_t mask, const std::uint8_t* src, std::uint8_t* dst,
                  std::size_t count)
@@ -65,7 +68,8 @@ void LookupWords(const void* table, std::uint32_t mask, const std::uint8_t* src,
 
 #if HWY_TARGET <= HWY_AVX3_DL
 
-/// The tables of an entry's bytes.
+/// The tables of an entry's bytes. By them "8 to 16" gains 13.5 times, "8 to RGB, ramp" 4.2 times and "8 to
+/// RGBA, ramp" 3.2 times.
 template <std::size_t size>
 struct Planes
 {
@@ -124,7 +128,7 @@ void LookupThree(const void* entries, std::uint32_t mask, const std::uint8_t* sr
     });
 }
 
-/// Two vectors of elements at a time give one of bytes.
+/// Two vectors of elements at a time give one of bytes. "16 to 8, gamma and sigma" gains 5.0 times.
 void Stepped(const SteppedTable& table, const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
 {
     const ByteTable first(table.First().data());
@@ -154,36 +158,6 @@ constexpr auto LookupThree = Plain::LookupThree<std::uint8_t>;
 constexpr auto LookupFour = LookupTogether<std::uint32_t>;
 
 #endif
-
-template <class V>
-HWY_INLINE V Widened(hn::ScalableTag<std::int32_t>, V index)
-{
-    return index;
-}
-
-template <class V>
-HWY_INLINE auto Widened(hn::ScalableTag<std::int64_t> wide, V index)
-{
-    return hn::PromoteTo(wide, index);
-}
-
-/// Entries of four and eight bytes by the processor's own gathering, a whole vector a store.
-template <class Entry>
-void Gather(const void* table, std::uint32_t mask, const std::uint8_t* src, std::uint8_t* dst,
-            std::size_t count)
-{
-    const hn::ScalableTag<Entry> entries;
-    const hn::Rebind<std::uint16_t, decltype(entries)> elements;
-    constexpr std::size_t pixelsPerCall = hn::MaxLanes(entries);
-    const auto field = hn::Set(elements, static_cast<std::uint16_t>(mask));
-    EachVector<pixelsPerCall, 2, sizeof(Entry)>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
-        const auto picked = hn::And(hn::LoadU(elements, reinterpret_cast<const std::uint16_t*>(s)), field);
-        const auto index =
-            Widened(entries, hn::PromoteTo(hn::Rebind<std::int32_t, decltype(entries)>(), picked));
-        const auto found = hn::GatherIndex(entries, static_cast<const Entry*>(table), index);
-        hn::StoreU(found, entries, reinterpret_cast<Entry*>(d));
-    });
-}
 
 /// The blocks at the lowest two offsets of 16 bits.
 HWY_INLINE __m128i TwoBlocks(const std::uint8_t* blocks, std::uint64_t offsets)
@@ -226,6 +200,7 @@ HWY_INLINE hn::Vec<Blocks> ColorsOf(const std::uint8_t* blocks, std::uint16_t ma
     return hn::Add(found, more);
 }
 
+/// "16 to RGBA, ramp" gains 1.7 times, 1.5 times at AVX2.
 void Compact(const CompactColors& table, std::uint32_t mask, const std::uint8_t* src, std::uint8_t* dst,
              std::size_t count)
 {
@@ -241,6 +216,7 @@ void Compact(const CompactColors& table, std::uint32_t mask, const std::uint8_t*
         });
 }
 
+/// A part of "the same with powers", which gains 23.7 times.
 IndexRange Range(std::uint32_t mask, std::uint32_t sign, const std::uint8_t* src, std::size_t count)
 {
     const Words words;
@@ -268,7 +244,7 @@ IndexRange Range(std::uint32_t mask, std::uint32_t sign, const std::uint8_t* src
 constexpr LookupKernels lookupKernels{
     .from8 = {LookupByte, LookupTwo, LookupThree, LookupFour, Plain::Lookup<std::uint8_t, std::uint64_t>},
     .from16 = {LookupWords<std::uint8_t>, LookupWords<std::uint16_t>, Plain::LookupThree<std::uint16_t>,
-               Gather<std::int32_t>, Gather<std::int64_t>},
+               LookupWords<std::uint32_t>, LookupWords<std::uint64_t>},
     .rangeOf16 = Range,
     .stepped = Stepped,
     .compact = Compact};

@@ -13,6 +13,11 @@ HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
 
+// Gains are rows of docs/performance.md at 1920x1080, as multiples of the plain loop's speed at AVX-512 and
+// at AVX2: mirrored 8, 16, RGB and RGBA 12.5 and 12.3, 6.2 and 6.4, 6.7 and 5.9, 2.7 and 2.7; transposed 12.2
+// and 11.1, 6.3 and 6.3, 4.1 and 2.8, 3.7 and 3.9. Copies, which are AVX2's at both levels, have 1.04 to 1.23
+// times memcpy's speed.
+
 /// Elements of 1, 2, 4 or 8 bytes.
 template <std::size_t size>
 struct Reversal

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "recode/kernels/kernels.h"
+#include "recode/kernels/thresholds.h"
+#include "tests/component/recode/first_difference.h"
 
 #include <gtest/gtest.h>
 
@@ -16,8 +18,6 @@
 
 using namespace Mardu::Sentel::Tavlo;
 
-inline constexpr std::size_t sizes[sizeCount] = {1, 2, 3, 4, 8};
-
 /// Every count up to several vectors of the highest level, and some beyond.
 inline std::vector<std::size_t> Counts()
 {
@@ -28,18 +28,19 @@ inline std::vector<std::size_t> Counts()
     return counts;
 }
 
-/// Sources and targets of together this many bytes may be gone through in another way.
-inline constexpr std::size_t distantBytes = std::size_t{3} << 20;
+/// Sources and targets together that come from the third cache.
+inline constexpr std::size_t distantImages = distantBytes / 2 * 3;
 
-/// Targets of this many bytes may be written in another way.
-inline constexpr std::size_t largeTarget = std::size_t{16} << 20;
+/// Targets that are written past the caches.
+inline constexpr std::size_t largeTarget = streamedBytes / 3 * 4;
 
-/// With some more, for distant and large ones.
+/// With some more, for far, distant and large ones.
 inline std::vector<std::size_t> CountsAndLargeOnes(std::size_t sourceSize, std::size_t targetSize)
 {
     std::vector<std::size_t> counts = Counts();
     for (std::size_t i = 0; i < 8; ++i)
-        counts.push_back(distantBytes / (sourceSize + targetSize) + 9 * i);
+        counts.push_back(distantImages / (sourceSize + targetSize) + 9 * i);
+    counts.push_back(farBytes / targetSize + 1);
     counts.push_back(largeTarget / targetSize + 100);
     return counts;
 }
@@ -68,13 +69,16 @@ public:
     std::uint8_t* Data() { return all_.get() + misalignment_; }
     const std::uint8_t* Data() const { return all_.get() + misalignment_; }
 
-    friend bool operator==(const Bytes& a, const Bytes& b)
+    /// Equality, of what lies before them, too. `grid` tells a failure where pixels are.
+    friend testing::AssertionResult Same(const Bytes& actual, const Bytes& expected, PixelGrid grid)
     {
-        return std::equal(a.all_.get(), a.all_.get() + a.misalignment_ + a.size_, b.all_.get(),
-                          b.all_.get() + b.misalignment_ + b.size_);
+        grid.first = expected.misalignment_;
+        return SameBytes(actual.All(), expected.All(), grid);
     }
 
 private:
+    std::span<const std::uint8_t> All() const { return {all_.get(), misalignment_ + size_}; }
+
     static constexpr std::align_val_t alignment{64};
 
     struct Delete
@@ -115,13 +119,13 @@ void ExpectSamePixels(const Kernels& vectors, const Kernels& plain, std::size_t 
         Bytes actual = expected;
         run(plain, source.Data(), expected.Data(), count);
         run(vectors, source.Data(), actual.Data(), count);
-        ASSERT_TRUE(actual == expected);
+        ASSERT_TRUE(Same(actual, expected, {targetSize}));
         if (inPlace) {
             Bytes expectedThere = source;
             Bytes actualThere = source;
             run(plain, expectedThere.Data(), expectedThere.Data(), count);
             run(vectors, actualThere.Data(), actualThere.Data(), count);
-            ASSERT_TRUE(actualThere == expectedThere) << "in place";
+            ASSERT_TRUE(Same(actualThere, expectedThere, {targetSize})) << "in place";
         }
     }
 }
