@@ -43,7 +43,7 @@ Contest Filling(const ToneParameters& tone, double goal)
     contest.against = {"plain"};
     contest.contenders = {
         {"ours",
-         [ours = std::make_shared<CurveTable<D>>(entries, 0), tone] {
+         [ours = std::make_shared<CurveTable>(ElementOf<D>(), entries, 0), tone] {
              ours->Use(ToneCurve(tone, entries - 1.0, value_range<D>, ToneCurve::Bounds::whole));
              ours->RequireAll();
          }},

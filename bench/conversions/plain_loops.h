@@ -19,7 +19,7 @@ using Mardu::Sentel::Tavlo::ToneParameters;
 using Mardu::Sentel::Tavlo::value_range;
 using Mardu::Sentel::Tavlo::ValueRange;
 
-/// The tone curve as it is published, for one kind of source and target.
+/// ToneCurve once more, for one kind of source and target, as one writes it first.
 class Curve
 {
 public:

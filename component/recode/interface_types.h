@@ -6,6 +6,7 @@
 #include "TavloLib.h"
 
 #include <optional>
+#include <utility>
 
 namespace Mardu::Sentel::Tavlo {
 
@@ -17,37 +18,36 @@ inline TavloDescriptorData FromInterface(const ::TavloDescriptorData& data) noex
             data.Offset, data.Stride_x, data.Stride_y};
 }
 
-/// A rectangle that may be left out.
-class OptionalRect
+inline PixelRect FromInterface(const RECT& rect) noexcept
+{
+    return {rect.left, rect.top, rect.right, rect.bottom};
+}
+
+inline PixelPoint FromInterface(const POINT& point) noexcept
+{
+    return {point.x, point.y};
+}
+
+/// A rectangle or a point that a caller may leave out.
+template <class Record>
+class Optional
 {
 public:
-    explicit OptionalRect(const RECT* rect) noexcept
+    explicit Optional(const Record* record) noexcept
     {
-        if (rect != nullptr)
-            rect_ = PixelRect{rect->left, rect->top, rect->right, rect->bottom};
+        if (record != nullptr)
+            value_ = FromInterface(*record);
     }
 
-    const PixelRect* get() const noexcept { return rect_ ? &*rect_ : nullptr; }
+    /// Null where it was left out.
+    auto get() const noexcept { return value_ ? &*value_ : nullptr; }
 
 private:
-    std::optional<PixelRect> rect_;
+    std::optional<decltype(FromInterface(std::declval<const Record&>()))> value_;
 };
 
-/// A point that may be left out.
-class OptionalPoint
-{
-public:
-    explicit OptionalPoint(const POINT* point) noexcept
-    {
-        if (point != nullptr)
-            point_ = PixelPoint{point->x, point->y};
-    }
-
-    const PixelPoint* get() const noexcept { return point_ ? &*point_ : nullptr; }
-
-private:
-    std::optional<PixelPoint> point_;
-};
+using OptionalRect = Optional<RECT>;
+using OptionalPoint = Optional<POINT>;
 
 inline HRESULT ToHResult(RecodeResult result) noexcept
 {

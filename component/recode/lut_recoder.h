@@ -20,17 +20,17 @@ public:
     RecodeResult Cast(const std::uint8_t* src, std::uint8_t* dst, const PixelRect* srcRect = nullptr,
                       const PixelPoint* dstPoint = nullptr);
 
-    double GetContrast() const noexcept { return plan.recoder->contrast; }
-    double GetBrightness() const noexcept { return plan.recoder->brightness; }
-    double GetGamma() const noexcept { return plan.recoder->gamma; }
-    double GetSigma() const noexcept { return plan.recoder->sigma; }
+    double GetContrast() const noexcept { return plan_.recoder->contrast; }
+    double GetBrightness() const noexcept { return plan_.recoder->brightness; }
+    double GetGamma() const noexcept { return plan_.recoder->gamma; }
+    double GetSigma() const noexcept { return plan_.recoder->sigma; }
 
     // Any value is taken. Only a value above or below the old one makes the table stale: an
     // equal one does not, nor does NaN.
-    void SetContrast(double c) noexcept { Set(plan.recoder->contrast, c); }
-    void SetBrightness(double b) noexcept { Set(plan.recoder->brightness, b); }
-    void SetGamma(double g) noexcept { Set(plan.recoder->gamma, g); }
-    void SetSigma(double s) noexcept { Set(plan.recoder->sigma, s); }
+    void SetContrast(double c) noexcept { Set(plan_.recoder->contrast, c); }
+    void SetBrightness(double b) noexcept { Set(plan_.recoder->brightness, b); }
+    void SetGamma(double g) noexcept { Set(plan_.recoder->gamma, g); }
+    void SetSigma(double s) noexcept { Set(plan_.recoder->sigma, s); }
 
     /// The colour of the ramp at a position, without the tone curve; for recoders without a
     /// ramp the opaque grey that the tone curve gives there.
@@ -43,13 +43,13 @@ public:
     void ResetColorLUT();
 
     /// The next Recode refills the table.
-    bool IsStale() const noexcept { return plan.recoder->lutStale; }
+    bool IsStale() const noexcept { return plan_.recoder->lutStale; }
 
 private:
     void Set(double& parameter, double value) noexcept;
 
-    RecoderPlan plan;
-    recoder_to_color* ramp; ///< the plan's recoder, if it turns grey into colour
+    RecoderPlan plan_;
+    recoder_to_color* ramp_; ///< the plan's recoder, if it turns grey into colour
 };
 
 } // namespace Mardu::Sentel::Tavlo

@@ -23,7 +23,7 @@ struct RecoderPlan
 void NormaliseViews(TavloDescriptorData& src, TavloDescriptorData& dst, bool& flipX, bool& flipY,
                     bool& transpose) noexcept;
 
-/// std::runtime_error "No recoder implemented from ..." for a pair outside the dispatch table.
+/// std::runtime_error "No recoder implemented from ..." for a pair that the table of recoders lacks.
 RecoderPlan MakeRecoder(const TavloDescriptorData& srcDescriptor, const TavloDescriptorData& dstDescriptor);
 
 } // namespace Mardu::Sentel::Tavlo

@@ -56,10 +56,10 @@ CopyOutcome CopySameType(const PixelView<const std::uint8_t>& source, const Pixe
 {
     if (source.type != target.type)
         return CopyOutcome::differentTypes;
-    const auto size = static_cast<std::size_t>(ElementSize(target.type));
-    if (size == 0)
+    const auto size = ElementSize(target.type);
+    if (!size)
         return CopyOutcome::uncopyableType;
-    CopyBlock(source.pixels, at, size, width, height);
+    CopyBlock(source.pixels, at, *size, width, height);
     return CopyOutcome::done;
 }
 
@@ -80,7 +80,7 @@ CopyOutcome CopyRegion(const TavloDescriptorData& srcDescr, const std::uint8_t* 
         return outcome;
 
     // What is clipped off the left and the top is not skipped in the source, which always starts
-    // at its view's first pixel; the published result for negative target points.
+    // at its view's first pixel: docs/recoding.md, "Not checked, on purpose".
     const Span columns = Clipped(region.x, source->width, target->width);
     const Span rows = Clipped(region.y, source->height, target->height);
     const bool empty = columns.Length() == 0 || rows.Length() == 0;

@@ -3,6 +3,7 @@
 #include "recode/pixels/strided.h"
 #include "recode/rewrite.h"
 
+#include <optional>
 #include <utility>
 
 namespace Mardu::Sentel::Tavlo {
@@ -103,17 +104,25 @@ bool IsInside(const RecoderPlan& plan, const Task& task) noexcept
            EndsInside(task.turned, TurnedExtents(*plan.recoder));
 }
 
-/// Calls `convert` with the first pixels and the extent of a task that passes the bounds check.
-template <class Convert>
-RecodeResult ConvertRegion(const RecoderPlan& plan, const std::uint8_t* src, std::uint8_t* dst,
-                           const Task& task, const Convert& convert)
+/// The first pixels and the extent that a recoder walks.
+struct Walk
+{
+    const std::uint8_t* src;
+    std::uint8_t* dst;
+    std::uint64_t width;
+    std::uint64_t height;
+};
+
+/// Nothing for a task that ends outside source or target, or before it begins.
+std::optional<Walk> WalkOf(const RecoderPlan& plan, const std::uint8_t* src, std::uint8_t* dst,
+                           const Task& task) noexcept
 {
     if (!IsInside(plan, task))
-        return RecodeResult::invalidArgument;
+        return std::nullopt;
     const Region& r = task.turned;
-    return convert(PixelAddress(src, plan.recoder->src, r.left, r.top),
-                   PixelAddress(dst, plan.recoder->dst, r.x, r.y), static_cast<std::uint64_t>(r.Width()),
-                   static_cast<std::uint64_t>(r.Height()));
+    return Walk{PixelAddress(src, plan.recoder->src, r.left, r.top),
+                PixelAddress(dst, plan.recoder->dst, r.x, r.y), static_cast<std::uint64_t>(r.Width()),
+                static_cast<std::uint64_t>(r.Height())};
 }
 
 } // namespace
@@ -152,13 +161,14 @@ RecodeResult RunRecoder(RecoderPlan& plan, const std::uint8_t* src, std::uint8_t
     if (IsHighByteOfTarget(recoder) && MayBeCopied(recoder))
         return CopyHighBytes(plan, src, dst, task);
 
-    return ConvertRegion(plan, src, dst, task, [&recoder](auto... block) {
-        if (recoder.lutStale) {
-            recoder.UpdateLUT();
-            recoder.lutStale = false;
-        }
-        return recoder.Recode(block...);
-    });
+    const auto walk = WalkOf(plan, src, dst, task);
+    if (!walk)
+        return RecodeResult::invalidArgument;
+    if (recoder.lutStale) {
+        recoder.UpdateLUT();
+        recoder.lutStale = false;
+    }
+    return recoder.Recode(walk->src, walk->dst, walk->width, walk->height);
 }
 
 RecodeResult RunCast(RecoderPlan& plan, const std::uint8_t* src, std::uint8_t* dst, const PixelRect* rect,
@@ -170,7 +180,9 @@ RecodeResult RunCast(RecoderPlan& plan, const std::uint8_t* src, std::uint8_t* d
     recoder_base& recoder = *plan.recoder;
     if (HasSamePixelType(recoder))
         return CopyTurned(plan, recoder.src, src, dst, task);
-    return ConvertRegion(plan, src, dst, task, [&recoder](auto... block) { return recoder.Cast(block...); });
+    const auto walk = WalkOf(plan, src, dst, task);
+    return walk ? recoder.Cast(walk->src, walk->dst, walk->width, walk->height)
+                : RecodeResult::invalidArgument;
 }
 
 } // namespace Mardu::Sentel::Tavlo

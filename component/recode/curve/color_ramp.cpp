@@ -51,13 +51,13 @@ bool recoder_to_color::SetColor(double position, PackedColor color)
 {
     if (std::isnan(position))
         return false;
-    colorMap.insert_or_assign(position, color);
+    colorMap_.insert_or_assign(position, color);
     return true;
 }
 
 void recoder_to_color::ResetColors()
 {
-    colorMap = {{0.0, opaqueBlack}, {1.0, opaqueWhite}};
+    colorMap_ = {{0.0, opaqueBlack}, {1.0, opaqueWhite}};
 }
 
 } // namespace Mardu::Sentel::Tavlo

@@ -48,7 +48,7 @@ public:
     /// As ColorWalk has it.
     PackedColor ColorAt(double position) const { return Colors()(position); }
 
-    ColorWalk Colors() const { return ColorWalk(colorMap); }
+    ColorWalk Colors() const { return ColorWalk(colorMap_); }
 
     /// Adds a control point or replaces the colour of the one at exactly this position. False,
     /// with nothing changed, for NaN, which is no position.
@@ -62,7 +62,7 @@ protected:
     ~recoder_to_color() = default;
 
 private:
-    std::map<double, PackedColor> colorMap{{0.0, opaqueBlack}, {1.0, opaqueWhite}};
+    std::map<double, PackedColor> colorMap_{{0.0, opaqueBlack}, {1.0, opaqueWhite}};
 };
 
 } // namespace Mardu::Sentel::Tavlo

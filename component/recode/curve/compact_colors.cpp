@@ -1,6 +1,7 @@
 #include "recode/curve/compact_colors.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace Mardu::Sentel::Tavlo {
 namespace {
@@ -17,12 +18,15 @@ PackedColor SmallestBytes(PackedColor a, PackedColor b) noexcept
 
 } // namespace
 
+std::unique_ptr<CompactColors> CompactColors::Of(const PackedColor* entries, std::size_t count)
+{
+    auto colors = std::make_unique<CompactColors>();
+    return colors->Build(entries, count) ? std::move(colors) : nullptr;
+}
+
 bool CompactColors::Build(const PackedColor* entries, std::size_t count)
 {
-    if (count_ != count) {
-        blocks_ = std::make_unique_for_overwrite<std::uint64_t[]>(count / blockSize);
-        count_ = count;
-    }
+    blocks_ = std::make_unique_for_overwrite<std::uint64_t[]>(count / blockSize);
     for (std::size_t i = 0; i < count; i += blockSize) {
         PackedColor smallest = entries[i];
         for (std::size_t k = 1; k < blockSize; ++k)

@@ -15,15 +15,16 @@ class CompactColors
 public:
     static constexpr std::size_t blockSize = 8;
 
-    /// False for a table that has no such form. The number of entries is a multiple of a block's.
-    bool Build(const PackedColor* entries, std::size_t count);
+    /// Null for a table that has no such form. The number of entries is a multiple of a block's.
+    static std::unique_ptr<CompactColors> Of(const PackedColor* entries, std::size_t count);
 
     /// A colour in the lower half; bit k of each byte of the upper half is what entry k has more there.
     const std::uint64_t* Blocks() const noexcept { return blocks_.get(); }
 
 private:
+    bool Build(const PackedColor* entries, std::size_t count);
+
     std::unique_ptr<std::uint64_t[]> blocks_;
-    std::size_t count_ = 0;
 };
 
 } // namespace Mardu::Sentel::Tavlo

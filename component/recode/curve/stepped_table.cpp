@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <utility>
 
 namespace Mardu::Sentel::Tavlo {
 namespace {
@@ -26,11 +27,15 @@ std::size_t FindOther(const std::uint8_t* bytes, std::size_t begin, std::size_t 
 
 } // namespace
 
+std::unique_ptr<SteppedTable> SteppedTable::Of(const std::uint8_t* entries, int bits)
+{
+    auto table = std::make_unique<SteppedTable>();
+    return table->Build(entries, bits) ? std::move(table) : nullptr;
+}
+
 bool SteppedTable::Build(const std::uint8_t* entries, int bits) noexcept
 {
     shift_ = 16 - bits;
-    steps_ = 0;
-    change_ = 0;
     for (Row& row : lastBefore_)
         row.fill(255);
 

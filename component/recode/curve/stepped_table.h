@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 namespace Mardu::Sentel::Tavlo {
 
@@ -16,8 +17,8 @@ public:
     static constexpr std::size_t maxSteps = 8;
     using Row = std::array<std::uint8_t, blockCount>;
 
-    /// False for a table that has no such form. `bits` is 9 to 16; the table has an entry for each value.
-    bool Build(const std::uint8_t* entries, int bits) noexcept;
+    /// Null for a table that has no such form. `bits` is 9 to 16; the table has an entry for each value.
+    static std::unique_ptr<SteppedTable> Of(const std::uint8_t* entries, int bits);
 
     /// A block is the upper byte of an element whose field was shifted to the top; the lower byte is the
     /// place in the block.
@@ -30,9 +31,11 @@ public:
     std::uint8_t Change() const noexcept { return change_; }
 
 private:
+    bool Build(const std::uint8_t* entries, int bits) noexcept;
+
     int shift_ = 0;
     std::size_t steps_ = 0;
-    std::uint8_t change_ = 1;
+    std::uint8_t change_ = 0;
     alignas(64) Row first_{};
     alignas(64) std::array<Row, maxSteps> lastBefore_{};
 };

@@ -15,8 +15,9 @@ struct ToneParameters
     bool IsLinear() const noexcept { return gamma == 1.0 && sigma == 1.0; }
 };
 
-/// The one transfer rule of all recoders: source units (0 to a span) to target values.
-/// The operations and their order are part of the results and never change.
+/// The one transfer rule of all recoders: source units (0 to a span) to target values. It is described in
+/// docs/recoding.md, "The tone curve"; the operations and their order are part of the results and never
+/// change. Whoever computes it in another way, in vectors or for a measurement, is compared with this.
 class ToneCurve
 {
 public:
@@ -31,7 +32,7 @@ public:
     ToneCurve(const ToneParameters& parameters, double sourceSpan, const ValueRange& target,
               Bounds bounds) noexcept;
 
-    bool IsLinear() const noexcept { return linear; }
+    bool IsLinear() const noexcept { return linear_; }
 
     /// What the formulas are made of, for loops that compute many values at a time.
     struct Constants
@@ -46,15 +47,15 @@ public:
         double width;
         double middle;
     };
-    const Constants& Values() const noexcept { return c; }
+    const Constants& Values() const noexcept { return c_; }
 
     /// The target value, saturated to the target's range.
-    double operator()(double source) const noexcept { return linear ? Linear(source) : Bent(source); }
+    double operator()(double source) const noexcept { return linear_ ? Linear(source) : Bent(source); }
 
     /// Only the linear case; inline, since it is the inner loop of every source without a table.
     double Linear(double source) const noexcept
     {
-        return Saturated(source * c.slope + c.shift + c.target.min);
+        return Saturated(source * c_.slope + c_.shift + c_.target.min);
     }
 
     /// Only the other case: an S between two bounds, followed by a power.
@@ -64,11 +65,11 @@ private:
     double Saturated(double value) const noexcept
     {
         // Written so that NaN becomes the lower end.
-        return value >= c.target.min ? (value < c.target.max ? value : c.target.max) : c.target.min;
+        return value >= c_.target.min ? (value < c_.target.max ? value : c_.target.max) : c_.target.min;
     }
 
-    bool linear;
-    Constants c;
+    bool linear_;
+    Constants c_;
 };
 
 } // namespace Mardu::Sentel::Tavlo

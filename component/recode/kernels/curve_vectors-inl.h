@@ -14,12 +14,16 @@ HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
 
+// What the curve's loops are made of. A source's units u are its values counted from the smallest one, 0 to
+// its span, as docs/recoding.md has them under "The tone curve".
+
 using Doubles = hn::ScalableTag<double>;
 using Vector = hn::Vec<Doubles>;
 using Mask = hn::Mask<Doubles>;
 
 constexpr Doubles doubles;
-constexpr std::size_t lanes = hn::MaxLanes(doubles);
+/// Doubles in a vector.
+constexpr std::size_t doubleLanes = hn::MaxLanes(doubles);
 
 constexpr double twoTo31 = 2147483648.0;
 
@@ -27,7 +31,9 @@ constexpr double twoTo31 = 2147483648.0;
 template <class T>
 using Few = hn::Rebind<T, Doubles>;
 
-/// Source values counted from the smallest one. Every step is exact.
+/// Units, exactly. Of integers v, whose sign bit ^ turns over:
+///   signed:   u = v + 2^31 = (v ^ 2^31) taken as unsigned
+///   unsigned: u = v        = (v ^ 2^31) taken as signed, + 2^31
 template <class S>
 HWY_INLINE Vector LoadUnits(const std::uint8_t* at)
 {
@@ -40,21 +46,18 @@ HWY_INLINE Vector LoadUnits(const std::uint8_t* at)
         const auto value = hn::LoadU(few, As<std::int32_t>(at));
         const auto turned = hn::Xor(value, hn::Set(few, std::numeric_limits<std::int32_t>::min()));
 #if HWY_TARGET <= HWY_AVX3_DL
-        // Signed values with their sign bit turned over are the unsigned ones 2^31 above.
         return Vector{_mm512_cvtepu32_pd(std::is_signed_v<S> ? turned.raw : value.raw)};
 #else
-        // Signed values are counted from -2^31 on; unsigned ones with their upper bit turned over are signed
-        // ones 2^31 below.
         return hn::Add(hn::PromoteTo(doubles, std::is_signed_v<S> ? value : turned),
                        hn::Set(doubles, twoTo31));
 #endif
     }
 }
 
-/// From here on doubles are whole, and the lower half of their bits counts how far above they are.
 constexpr double twoTo52 = 0x1p52;
 
-/// Numbers so far above, without a conversion.
+/// 2^52 + value, without a conversion: the lower 32 bits of the double 2^52 are 0, and its last bit stands
+/// for 1, so that the value's bits in their place add the value.
 HWY_INLINE Vector AboveTwoTo52(hn::Vec<Few<std::uint32_t>> value)
 {
     const hn::RebindToUnsigned<Doubles> longs;
@@ -62,7 +65,7 @@ HWY_INLINE Vector AboveTwoTo52(hn::Vec<Few<std::uint32_t>> value)
                        hn::Or(hn::PromoteTo(longs, value), hn::BitCast(longs, hn::Set(doubles, twoTo52))));
 }
 
-/// Values that fit, truncated; Highway's own conversion would look after larger ones too.
+/// Values that fit, truncated; Highway's own conversion takes care of larger ones too, and longer.
 HWY_INLINE hn::Vec<Few<std::int32_t>> ToIntegers(Vector y)
 {
 #if HWY_TARGET <= HWY_AVX3_DL
@@ -89,7 +92,7 @@ HWY_INLINE Integers ToIntegers(FloatVector v)
 #endif
 }
 
-/// Unsigned values 2^31 below, which have signed bits.
+/// Signed values as they are, unsigned ones minus 2^31: what fits a signed integer.
 template <class S, class D>
 HWY_INLINE hn::Vec<D> SignedValue(D tag, hn::Vec<D> value)
 {
@@ -103,27 +106,28 @@ struct PixelSource
 {
     static constexpr std::size_t size = sizeof(S);
     static constexpr bool isInteger = std::is_integral_v<S>;
-    /// How many units 0 is where integers are taken as signed ones.
+    /// Units where `Floats` has 0.
     static constexpr double unitsAtZero = std::is_integral_v<S> ? twoTo31 : 0.0;
-    /// Whether floats hold every value.
+    /// Whether `Floats` has every value exactly.
     static constexpr bool isExact = std::is_same_v<S, float>;
 
-    /// The units of vector `i` of doubles from an address on.
+    /// Vector `i` of u from an address on.
     HWY_INLINE Vector Units(const std::uint8_t* at, std::size_t i) const
     {
-        return LoadUnits<S>(at + i * lanes * size);
+        return LoadUnits<S>(at + i * doubleLanes * size);
     }
 
-    /// Of integers: whether the units nearby are converted ones. Vectors of 32 bytes are then faster than
-    /// those of 64.
+    /// Of integers: whether `BiasedUnits` takes a conversion. Vectors of 32 bytes are then 10 to 25 % faster
+    /// than those of 64.
     static constexpr bool isConverted = std::is_signed_v<S>;
 
-    /// Of integers: the units and this number, which takes least to compute.
-    static constexpr double nearby = isConverted ? -twoTo31 : twoTo52;
+    /// Of integers: vector `i` of u + bias, where the bias is what makes that cheapest. A signed value is
+    /// u - 2^31 already.
+    static constexpr double bias = isConverted ? -twoTo31 : twoTo52;
 
-    HWY_INLINE Vector NearbyUnits(const std::uint8_t* at, std::size_t i) const
+    HWY_INLINE Vector BiasedUnits(const std::uint8_t* at, std::size_t i) const
     {
-        at += i * lanes * size;
+        at += i * doubleLanes * size;
         if constexpr (isConverted)
             return hn::PromoteTo(doubles, hn::LoadU(Few<std::int32_t>(), As<std::int32_t>(at)));
         else
@@ -136,7 +140,7 @@ struct PixelSource
         return hn::LoadU(int32s, As<std::int32_t>(at + i * hn::MaxLanes(int32s) * size));
     }
 
-    /// Of types of 32 bits: vector `i` of floats, rounded to the nearest.
+    /// Of types of 32 bits: vector `i` of u - unitsAtZero, rounded to the nearest float.
     HWY_INLINE FloatVector Floats(const std::uint8_t* at, std::size_t i) const
     {
         if constexpr (std::is_same_v<S, float>)
@@ -146,7 +150,8 @@ struct PixelSource
     }
 };
 
-/// Fields of 16-bit elements as sources of the curve.
+/// Fields of 16-bit elements as sources of the curve, with the members of PixelSource. u is what
+/// sample_field::Index gives.
 class FieldSource
 {
 public:
@@ -167,9 +172,9 @@ public:
     }
 
     static constexpr bool isConverted = false;
-    static constexpr double nearby = twoTo52;
+    static constexpr double bias = twoTo52;
 
-    HWY_INLINE Vector NearbyUnits(const std::uint8_t* at, std::size_t i) const
+    HWY_INLINE Vector BiasedUnits(const std::uint8_t* at, std::size_t i) const
     {
         return AboveTwoTo52(hn::PromoteTo(Few<std::uint32_t>(), Positions(at, i)));
     }
@@ -187,7 +192,7 @@ private:
     HWY_INLINE hn::Vec<Few<std::uint16_t>> Positions(const std::uint8_t* at, std::size_t i) const
     {
         const Few<std::uint16_t> few;
-        const auto elements = hn::LoadU(few, As<std::uint16_t>(at + i * lanes * size));
+        const auto elements = hn::LoadU(few, As<std::uint16_t>(at + i * doubleLanes * size));
         return hn::Xor(hn::And(elements, Lower(few, mask_)), Lower(few, sign_));
     }
 
@@ -206,7 +211,8 @@ HWY_INLINE Integers ToIntegers(Vector first, Vector second)
     return hn::Combine(int32s, ToIntegers(second), ToIntegers(first));
 }
 
-/// Integers as a type of fewer bytes, the nearest it has.
+/// Integers as a type of fewer bytes, the nearest it has. Packing takes blocks of 16 bytes from both operands
+/// in turns, which the permutation undoes.
 template <class D>
 HWY_INLINE ByteVector Narrowed(Integers a, Integers b)
 {
@@ -229,16 +235,16 @@ HWY_INLINE ByteVector Narrowed(Integers a, Integers b, Integers c, Integers d)
 #if HWY_TARGET <= HWY_AVX3_DL
     const __m512i words = _mm512_packs_epi32(a.raw, b.raw);
     const __m512i more = _mm512_packs_epi32(c.raw, d.raw);
-    const __m512i together =
+    const __m512i inTurns =
         std::is_signed_v<D> ? _mm512_packs_epi16(words, more) : _mm512_packus_epi16(words, more);
     const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
-    return ByteVector{_mm512_permutexvar_epi32(order, together)};
+    return ByteVector{_mm512_permutexvar_epi32(order, inTurns)};
 #else
     const __m256i words = _mm256_packs_epi32(a.raw, b.raw);
     const __m256i more = _mm256_packs_epi32(c.raw, d.raw);
-    const __m256i together =
+    const __m256i inTurns =
         std::is_signed_v<D> ? _mm256_packs_epi16(words, more) : _mm256_packus_epi16(words, more);
-    return ByteVector{_mm256_permutevar8x32_epi32(together, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7))};
+    return ByteVector{_mm256_permutevar8x32_epi32(inTurns, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7))};
 #endif
 }
 
@@ -263,7 +269,7 @@ HWY_INLINE hn::Vec<Few<D>> Quantised(Vector y)
     } else if constexpr (std::is_same_v<D, float>) {
         return hn::DemoteTo(Few<float>(), y);
     } else if constexpr (std::is_same_v<D, std::uint32_t>) {
-        // Whole already, so that 2^31 less is exact and fits a signed integer.
+        // trunc(y) - 2^31 is exact and fits a signed integer; turning the sign bit over adds the 2^31 again.
         const Few<std::uint32_t> few;
         const auto below = ToIntegers(hn::Sub(hn::Trunc(y), hn::Set(doubles, twoTo31)));
         return hn::Xor(hn::BitCast(few, below), hn::Set(few, std::uint32_t{1} << 31));
@@ -273,7 +279,8 @@ HWY_INLINE hn::Vec<Few<D>> Quantised(Vector y)
     }
 }
 
-/// The processor's maximum gives its second operand where one is NaN.
+/// As ToneCurve has it: NaN becomes the lower end, for the processor's maximum gives its second operand where
+/// one is NaN.
 HWY_INLINE Vector Saturated(Vector y, Vector min, Vector max)
 {
     return hn::Min(hn::Max(y, min), max);

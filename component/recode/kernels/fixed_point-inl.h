@@ -5,8 +5,7 @@
 #define TAVLO_RECODE_FIXED_POINT_INL_H
 #endif
 
-#include "recode/curve/tone_curve.h"
-#include "recode/kernels/curve_vectors-inl.h"
+#include "recode/kernels/linear_curve-inl.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,9 +14,21 @@ HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
 
-/// The linear curve to bytes with half as wide arithmetic. Values are computed as
-/// fixed-point numbers with a known error; where this error reaches over a whole number, the caller takes the
-/// published arithmetic instead. So the bytes are the same.
+/// The linear curve to bytes in numbers of 16 bits before the point and 16 behind it, computed in single
+/// precision:
+/// 1. f = u - unitsAtZero, as a float; off by up to 2^-24 of itself, or by nothing.
+/// 2. 2^16 y = f * slope' + shift', one fused step, where slope' = 2^16 slope and
+///    shift' = 2^16 (unitsAtZero * slope + shift) are floats.
+/// 3. Where y is 0 to 256, the result is off by less than e, the sum of
+///      (2^-24 or 0, and what slope' is off by, relatively) * the largest product,
+///      what shift' is off by,
+///      3/4 for rounding the sum: to 1/2 from y = 128 on; to 1/4 and then to a whole number below,
+///      1/100 for the rounding of ToneCurve::Linear itself.
+/// 4. shift' also holds a margin m, the least power of 2 that is e or more: the result x is above 2^16 y and
+///    below 2^16 y + 2 m.
+/// 5. The byte is x >> 16, unless the fraction of x is below 2 m: then y may lie on the other side of the
+/// whole
+///    number, and the vector is doubtful.
 template <class Source>
 class FixedPointCurve
 {
@@ -26,21 +37,16 @@ public:
     {
         const double shift = Source::unitsAtZero * c.slope + c.shift;
         const auto slope = static_cast<float>(c.slope * one);
-        // Of products that give a byte, before the shift is added.
-        const double largest = std::max(std::abs(shift), std::abs(256.0 - shift)) + 1.0;
-        // Sources that are no floats are rounded to 24 bits, and so is the slope.
+        const double largestProduct = std::max(std::abs(shift), std::abs(256.0 - shift)) + 1.0;
         const double relative = (Source::isExact ? 0.0 : 0x1p-24) +
                                 (c.slope == 0.0 ? 0.0 : std::abs(slope / (c.slope * one) - 1.0));
-        // In units of the last bit, as are the following. The sum is rounded to a half from 128 on, and to a
-        // quarter and then to a whole number below; the published arithmetic rounds to far less than the
-        // rest.
-        const double errorOfValue = relative * largest * one + 0.75 + 0.01;
-        int bits = 0;
+        const double errorBesidesShift = relative * largestProduct * one + 0.75 + 0.01;
+        int bits = 0; // of 2 m
         double margin, error;
         do {
             margin = std::ldexp(1.0, bits++);
             const double exact = shift * one + margin;
-            error = errorOfValue + std::abs(static_cast<float>(exact) - exact);
+            error = errorBesidesShift + std::abs(static_cast<float>(exact) - exact);
         } while (bits < fractionBits && margin < error);
         const double size = std::abs(c.slope); // may be NaN, too
         isExactEnough_ =
@@ -50,10 +56,10 @@ public:
         close_ = hn::Set(int32s, (one - 1) & ~((1 << bits) - 1));
     }
 
+    /// Whether few vectors are doubtful.
     bool IsExactEnough() const { return isExactEnough_; }
 
-    /// The bytes for a whole vector of them. Some may be wrong if a pixel is too close to a whole number to
-    /// tell, which is noted.
+    /// The bytes for a whole vector of them; some may be wrong if it is doubtful.
     HWY_INLINE ByteVector operator()(const std::uint8_t* src, bool& isDoubtful) const
     {
         const Integers a = Fixed(src, 0), b = Fixed(src, 1), c = Fixed(src, 2), d = Fixed(src, 3);
@@ -80,7 +86,7 @@ private:
     HWY_INLINE Integers Fixed(const std::uint8_t* src, std::size_t i) const
     {
         const FloatVector y = hn::MulAdd(source_.Floats(src, i), slope_, shift_);
-        // NaN and what does not fit become the smallest integer.
+        // NaN and what does not fit become the smallest integer, whose fraction is 0.
 #if HWY_TARGET <= HWY_AVX3_DL
         return Integers{_mm512_cvtps_epi32(y.raw)};
 #else
@@ -88,8 +94,8 @@ private:
 #endif
     }
 
-    /// Which are close to a whole number. The smallest integer always is; what is up to 1/2 is not, since
-    /// everything below 1 becomes 0.
+    /// Whose fraction is below 2 m. Numbers up to 1/2 are taken for 1/2, whose fraction is not: whatever they
+    /// are off by, they become 0.
     HWY_INLINE auto Doubt(Integers fixed) const
     {
         const hn::ScalableTag<std::uint32_t> unsigneds;
@@ -108,6 +114,46 @@ private:
     FloatVector shift_;
     Integers close_;
     bool isExactEnough_;
+};
+
+template <class Source, class D>
+class FixedPoint : public NoPath
+{
+};
+
+/// Bytes by FixedPointCurve, doubtful vectors once more as LinearCurve has them. Not from doubles, which
+/// single precision would have to be made of first.
+template <class Source>
+requires(!std::is_same_v<Source, PixelSource<double>>) class FixedPoint<Source, std::uint8_t>
+{
+public:
+    static constexpr bool exists = true;
+
+    FixedPoint(const ToneCurve::Constants& c, const Source& source, double span)
+        : fast_(c, source), exact_(c, source, span)
+    {
+    }
+
+    bool Applies() const { return fast_.IsExactEnough(); }
+    static bool IsLeftToAvx2(std::size_t) { return false; }
+
+    HWY_INLINE ByteVector operator()(const std::uint8_t* src) const
+    {
+        bool isDoubtful;
+        ByteVector pixels = fast_(src, isDoubtful);
+        if (HWY_UNLIKELY(isDoubtful))
+            pixels = exact_(src);
+        return pixels;
+    }
+
+    void Run(const std::uint8_t* src, std::uint8_t* dst, std::size_t count) const
+    {
+        ConvertVectors<Source, std::uint8_t>(src, dst, count, *this);
+    }
+
+private:
+    FixedPointCurve<Source> fast_;
+    Computed<Source, std::uint8_t> exact_;
 };
 
 #endif

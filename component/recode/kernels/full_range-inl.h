@@ -5,37 +5,42 @@
 #define TAVLO_RECODE_FULL_RANGE_INL_H
 #endif
 
-#include "recode/curve/tone_curve.h"
-#include "recode/kernels/curve_vectors-inl.h"
+#include "recode/kernels/linear_curve-inl.h"
 #include "recode/pixels/value_range.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
 
-/// The linear curve without contrast and brightness, from integers of 32 bits to unsigned ones of 8 or 16. A
-/// step is (2^32 - 1) / (2^bits - 1) units then: a whole number whose bytes, or words, are all 1. With k
-/// steps and a rest, units less their 2^bits-th part begin with k: in u - (u >> bits) the steps become k
-/// times 2^(32 - bits), and the rest stays below that. The published arithmetic gives k at a step and k - 1
-/// before it, so it gives the same everywhere.
 template <class Source, class D>
-class FullRange
+class FullRange : public NoPath
 {
-public:
-    static constexpr bool exists = false;
 };
 
+/// Integers of 32 bits to unsigned ones of n = 8 or 16, without contrast and brightness:
+///   k = (u - (u >> n)) >> (32 - n)
+/// 1. The curve's step is s = (2^32 - 1) / (2^n - 1), a whole number whose bytes, or words, are all 1.
+/// 2. Let u = k s + r with 0 <= r < s. The curve rises, gives k at every k s and k - 1 just before it (a test
+///    tries them all), and so gives k for this u.
+/// 3. u - (u >> n) is u (1 - 2^-n), rounded up; and s (1 - 2^-n) is 2^(32-n) - 2^-n.
+/// 4. So it is k 2^(32-n) + x, where x is r (1 - 2^-n) - k 2^-n, rounded up. x is at least 0, for k < 2^n,
+/// and
+///    less than 2^(32-n), for r <= s - 1.
+/// 5. Shifted right by 32 - n this is k.
 template <class S, class D>
 requires(std::is_integral_v<S>&& std::is_unsigned_v<D> && sizeof(D) <= 2) class FullRange<PixelSource<S>, D>
 {
 public:
     static constexpr bool exists = true;
 
-    static bool Applies(const ToneCurve::Constants& c)
+    FullRange(const ToneCurve::Constants& c, const PixelSource<S>&, double)
+        : applies_(IsProduct(c) && c.target.max == value_range<D>.max &&
+                   c.slope == value_range<D>.span / value_range<S>.span)
     {
-        return c.shift == 0.0 && c.target.min == 0.0 && c.target.max == value_range<D>.max &&
-               c.slope == value_range<D>.span / value_range<S>.span;
     }
+
+    bool Applies() const { return applies_; }
+    static bool IsLeftToAvx2(std::size_t count) { return count >= farBytes / sizeof(D); }
 
     HWY_INLINE ByteVector operator()(const std::uint8_t* src) const { return NarrowedPixels<D>(*this, src); }
 
@@ -48,6 +53,14 @@ public:
         const auto less = hn::Sub(units, hn::ShiftRight<bits>(units));
         return hn::BitCast(int32s, hn::ShiftRight<32 - bits>(less));
     }
+
+    void Run(const std::uint8_t* src, std::uint8_t* dst, std::size_t count) const
+    {
+        ConvertVectors<PixelSource<S>, D>(src, dst, count, *this);
+    }
+
+private:
+    bool applies_;
 };
 
 #endif

@@ -6,8 +6,9 @@
 namespace Mardu::Sentel::Tavlo {
 namespace {
 
-const Kernels avx2Kernels{avx2Lookup, avx2Curve, avx2Cast, avx2Color, avx2Move, avx2Pick};
-const Kernels avx512Kernels{avx512Lookup, avx512Curve, avx512Cast, avx512Color, avx512Move, avx512Pick};
+const Kernels avx2Kernels{avx2Lookup, avx2Linear, avx2Bent, avx2Cast, avx2Color, avx2Move, avx2Pick};
+const Kernels avx512Kernels{avx512Lookup, avx512Linear, avx512Bent, avx512Cast,
+                            avx512Color,  avx512Move,   avx512Pick};
 
 } // namespace
 

@@ -12,7 +12,7 @@ namespace Mardu::Sentel::Tavlo {
 
 // The inner loops, all over packed pixels at any address. A loop reads what it needs of a
 // stretch of pixels before it writes that stretch, and never reads or writes beyond the last
-// pixel. The plain ones are the truth; a wide one gives the same bytes.
+// pixel. The plain ones are the truth; one in vectors gives the same bytes.
 
 class CompactColors;
 class SteppedTable;
@@ -52,29 +52,28 @@ struct LookupKernels
     Compact compact;
 };
 
-/// The tone curve, computed for every pixel or for the indices of a table.
+/// One case of the tone curve, computed for every pixel or for the indices of a table.
 struct CurveKernels
 {
     using Function = void (*)(const ToneCurve& curve, const std::uint8_t* src, std::uint8_t* dst,
                               std::size_t count);
     /// The source is one of 32-bit integers, signed and unsigned, and floats of 32 and 64 bits.
-    using Pairs = std::array<std::array<Function, elementCount>, 4>;
-    Pairs linear;
-    Pairs bent;
+    std::array<std::array<Function, elementCount>, 4> pairs;
 
     /// The fields of 16-bit elements, whose bits under the mask, with the sign bit turned over, are the
     /// source's units: what a table has for them without the table. Null where that is slower.
     using OfField = void (*)(const ToneCurve& curve, std::uint32_t mask, std::uint32_t sign,
                              const std::uint8_t* src, std::uint8_t* dst, std::size_t count);
-    std::array<OfField, elementCount> linearOfField;
+    std::array<OfField, elementCount> ofField;
 
     /// Source values `first`, `first` + 1 and so on.
     using Fill = void (*)(const ToneCurve& curve, std::size_t first, std::uint8_t* dst, std::size_t count);
-    std::array<Fill, elementCount> fillLinear;
-    std::array<Fill, elementCount> fillBent;
+    std::array<Fill, elementCount> fill;
 
-    template <class S>
-    static constexpr std::size_t SourceIndex = ElementIndex<S>() - ElementIndex<std::int32_t>();
+    static constexpr std::size_t SourceIndex(Element source) noexcept
+    {
+        return IndexOf(source) - ElementIndex<std::int32_t>();
+    }
 };
 
 /// Elements by their plain values, as PlainConversion has them.
@@ -144,11 +143,15 @@ struct PickKernels
 struct Kernels
 {
     const LookupKernels& lookup;
-    const CurveKernels& curve;
+    const CurveKernels& linear;
+    const CurveKernels& bent;
     const CastKernels& cast;
     const ColorKernels& color;
     const MoveKernels& move;
     const PickKernels& pick;
+
+    /// Those for the case of a curve.
+    const CurveKernels& Of(const ToneCurve& curve) const noexcept { return curve.IsLinear() ? linear : bent; }
 };
 
 const Kernels& KernelsOf(SimdLevel level) noexcept;

@@ -13,12 +13,8 @@ HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
 #if HWY_TARGET == HWY_AVX2
 
-/// Sources and targets of together this many bytes and more come from the third cache, unless they are
-/// streamed to. There it is a few percent faster to read a line in blocks of 16 bytes, and to write one, than
-/// to do both in whole vectors.
-constexpr std::size_t distantBytes = std::size_t{2} << 20;
-
-/// Whether rows are better converted by lines.
+/// Whether rows are better converted by lines: 1.03 instead of 0.99 of libyuv's speed for high bytes, 1.05
+/// instead of 0.99 for RGBA to BGRA, 1.01 instead of 0.98 for RGB to BGRA.
 inline bool IsDistant(const std::uint8_t* src, std::size_t sourceBytes, const std::uint8_t* dst,
                       std::size_t targetBytes)
 {
@@ -34,8 +30,8 @@ struct Line
 {
     Block block[blocks];
 
-    /// The compiler mixes no instructions that come before with such that come after.
-    HWY_INLINE void Complete()
+    /// The compiler moves nothing that makes these blocks, or uses them, to the other side of this.
+    HWY_INLINE void CompilerBarrier()
     {
         if constexpr (blocks == 2)
             asm volatile("" : "+x"(block[0].raw), "+x"(block[1].raw));
@@ -46,9 +42,9 @@ struct Line
     }
 };
 
-/// As above, for what counts on an address.
+/// As above, for what relies on an address.
 template <class Byte>
-HWY_INLINE void Complete(Byte*& address)
+HWY_INLINE void CompilerBarrier(Byte*& address)
 {
     asm volatile("" : "+r"(address));
 }
@@ -60,13 +56,13 @@ HWY_INLINE void EachLine(const std::uint8_t* src, std::uint8_t* dst, std::size_t
     const Blocks blocks;
     for (const std::uint8_t* const end = src + lines * 16 * sizeof...(from); src != end;) {
         Line<sizeof...(from)> source{hn::LoadU(blocks, src + 16 * from)...};
-        source.Complete();
-        Complete(src);
+        source.CompilerBarrier();
+        CompilerBarrier(src);
         src += 16 * sizeof...(from);
         Line<sizeof...(to)> target = convert(source);
-        target.Complete();
+        target.CompilerBarrier();
         (hn::StoreU(target.block[to], blocks, dst + 16 * to), ...);
-        Complete(dst);
+        CompilerBarrier(dst);
         dst += 16 * sizeof...(to);
     }
 }

@@ -6,20 +6,16 @@
 #endif
 
 #include "recode/curve/tone_curve.h"
-#include "recode/kernels/fixed_point-inl.h"
-#include "recode/kernels/full_range-inl.h"
-#include "recode/kernels/plain_loops.h"
-#include "recode/kernels/vector_kernels.h"
+#include "recode/kernels/curve_vectors-inl.h"
 
-#include <cmath>
-#include <limits>
+#include <type_traits>
 #include <utility>
 
 HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
 
-/// Where the linear curve takes its source units from, a vector of doubles at a time.
+/// Where the linear curve takes its units from, a vector of doubles at a time: the pixels at an address...
 template <class Source>
 struct UnitsAt
 {
@@ -29,18 +25,19 @@ struct UnitsAt
     HWY_INLINE Vector operator()(std::size_t i) const { return source.Units(at, i); }
 };
 
-/// first, first + 1 and so on.
+/// ...or first, first + 1 and so on.
 struct CountedUnits
 {
     std::size_t first;
 
     HWY_INLINE Vector operator()(std::size_t i) const
     {
-        return hn::Iota(doubles, static_cast<double>(first + i * lanes));
+        return hn::Iota(doubles, static_cast<double>(first + i * doubleLanes));
     }
 };
 
-/// Target pixels, as many as a vector has, of what `values` gives for each vector of source units.
+/// Target pixels of four or eight bytes, as many as a vector has, of what `values` gives for each vector of
+/// units.
 template <class D, class Values>
 HWY_INLINE ByteVector Pixels(const Values& values)
 {
@@ -51,7 +48,7 @@ HWY_INLINE ByteVector Pixels(const Values& values)
             bytes, hn::Combine(hn::ScalableTag<D>(), Quantised<D>(values(1)), Quantised<D>(values(0))));
 }
 
-/// The linear case: the same operations in the same order as ToneCurve::Linear.
+/// The linear case: the operations of ToneCurve::Linear in its order.
 template <class D>
 class LinearCurve
 {
@@ -99,9 +96,9 @@ private:
         }
     };
 
-    HWY_INLINE Vector Value(Vector source) const
+    HWY_INLINE Vector Value(Vector units) const
     {
-        const Vector y = hn::Add(hn::Mul(source, slope_), shift_);
+        const Vector y = hn::Add(hn::Mul(units, slope_), shift_);
         // Adding 0 would change the sign of 0, which integers do not show.
         return std::is_integral_v<D> && std::is_unsigned_v<D> ? y : hn::Add(y, min_);
     }
@@ -112,51 +109,114 @@ private:
     Vector max_;
 };
 
-/// The linear curve from integers to floats where it is a multiplication: nothing is added, and no product
-/// is beyond the target's range.
+/// Converts all pixels, as many at a time as a target vector has: `convert` makes such a vector of what lies
+/// at an address.
+template <class Source, class D, class Convert>
+HWY_INLINE void ConvertVectors(const std::uint8_t* src, std::uint8_t* dst, std::size_t count,
+                               const Convert& convert)
+{
+    EachVectorTo<true, vectorBytes / sizeof(D), Source::size, sizeof(D)>(
+        src, dst, count,
+        [convert](const std::uint8_t* s, std::uint8_t* d, auto store) { store(convert(s), d); });
+}
+
+/// Each product alone is the value: nothing is added.
+inline bool IsProduct(const ToneCurve::Constants& c)
+{
+    return c.shift == 0.0 && c.target.min == 0.0;
+}
+
+// Paths of the linear curve: what vector_linear.cpp chooses from. A path that is not there for a pair of
+// types says so by `exists`; for others `Applies` tells whether it gives the curve's values for these
+// constants.
+
+struct NoPath
+{
+    static constexpr bool exists = false;
+};
+
+/// Every vector as LinearCurve has it.
 template <class Source, class D>
-class Multiplication
+class Computed
 {
 public:
-    Multiplication(const ToneCurve::Constants& c, const Source& source, double sourceSpan)
-        : applies_(c.shift == 0.0 && c.target.min == 0.0 && c.slope > 0.0 &&
-                   c.slope * sourceSpan <= c.target.max),
+    static constexpr bool exists = true;
+
+    Computed(const ToneCurve::Constants& c, const Source& source, double) : linear_(c), source_(source) {}
+
+    static bool Applies() { return true; }
+    static bool IsLeftToAvx2(std::size_t) { return false; }
+
+    HWY_INLINE ByteVector operator()(const std::uint8_t* src) const
+    {
+        return linear_(UnitsAt<Source>{source_, src});
+    }
+
+    void Run(const std::uint8_t* src, std::uint8_t* dst, std::size_t count) const
+    {
+        ConvertVectors<Source, D>(src, dst, count, *this);
+    }
+
+private:
+    LinearCurve<D> linear_;
+    Source source_;
+};
+
+template <class Source, class D>
+class Multiplication : public NoPath
+{
+};
+
+/// Integers to floats where y = slope * u, and no y is beyond the target's range. Computed from u + bias:
+///   y = slope * (u + bias) - slope * bias
+/// in one fused step. Both products are as long as need be and their difference, which is slope * u exactly,
+/// is rounded once, as the plain product is.
+template <class Source, class D>
+requires(Source::isInteger&& std::is_floating_point_v<D>) class Multiplication<Source, D>
+{
+public:
+    static constexpr bool exists = true;
+
+    Multiplication(const ToneCurve::Constants& c, const Source& source, double span)
+        : applies_(IsProduct(c) && c.slope > 0.0 && c.slope * span <= c.target.max),
           source_(source),
           slope_(hn::Set(doubles, c.slope)),
-          ofNearby_(hn::Set(doubles, c.slope * Source::nearby))
+          productOfBias_(hn::Set(doubles, c.slope * Source::bias))
     {
     }
 
     bool Applies() const { return applies_; }
+    static bool IsLeftToAvx2(std::size_t) { return Source::isConverted; }
 
-    static constexpr std::size_t together = 2 * step / sizeof(D);
-
-    /// A line's worth of pixels. Floats are stored as they come, half a vector each.
-    template <class StoreVector>
-    HWY_INLINE void operator()(const std::uint8_t* src, std::uint8_t* dst, const StoreVector& store) const
+    /// A line at a time. Floats are stored as they come, half a vector each.
+    void Run(const std::uint8_t* src, std::uint8_t* dst, std::size_t count) const
     {
-        Store(src, dst, store, std::make_index_sequence<together / lanes>());
+        EachVectorTo<true, pixelsPerLine, Source::size, sizeof(D)>(
+            src, dst, count, [self = *this](const std::uint8_t* s, std::uint8_t* d, auto store) {
+                self.StoreLine(s, d, store, std::make_index_sequence<pixelsPerLine / doubleLanes>());
+            });
     }
 
 private:
+    static constexpr std::size_t pixelsPerLine = 2 * vectorBytes / sizeof(D);
+
     template <class StoreVector, std::size_t... i>
-    HWY_INLINE void Store(const std::uint8_t* src, std::uint8_t* dst, const StoreVector& store,
-                          std::index_sequence<i...>) const
+    HWY_INLINE void StoreLine(const std::uint8_t* src, std::uint8_t* dst, const StoreVector& store,
+                              std::index_sequence<i...>) const
     {
         const hn::Vec<Few<D>> pixels[] = {Quantised<D>(Product(src, i))...};
-        (store(pixels[i], dst + i * lanes * sizeof(D)), ...);
+        (store(pixels[i], dst + i * doubleLanes * sizeof(D)), ...);
     }
 
-    /// Both products are as long as need be, their difference is that of the units, and is rounded once.
     HWY_INLINE Vector Product(const std::uint8_t* src, std::size_t i) const
     {
-        return hn::MulSub(source_.NearbyUnits(src, i), slope_, ofNearby_);
+        return hn::MulSub(source_.BiasedUnits(src, i), slope_, productOfBias_);
     }
 
     bool applies_;
     Source source_;
     Vector slope_;
-    Vector ofNearby_;
+    Vector productOfBias_;
 };
 
 /// Computing is rounded toward negative infinity as long as this lives. What is computed then belongs into a
@@ -173,16 +233,25 @@ private:
     unsigned before_;
 };
 
-/// The linear curve from floats to unsigned integers of 8 and 16 bits where it is a multiplication by a
-/// number of at most 24 bits. Then a product has no more bits than a double, and single precision is
-/// enough to truncate it if it is rounded down. At the level whose instructions do not say how they round,
-/// the caller sees to it that it is down.
+template <class Source, class D>
+class TruncatedProduct : public NoPath
+{
+};
+
+/// Floats to unsigned integers of 8 and 16 bits where y = slope * u and the slope has 24 bits at most, in
+/// single precision:
+/// 1. u has 24 bits, so slope * u has 48 and is exact in double precision: the curve gives its whole part.
+/// 2. Rounded down to the 24 bits of a float, a product of 0 to 2^16 keeps its whole part, which is a float.
+/// 3. A product below 0 stays there, and becomes 0 as the curve has it.
+/// AVX-512's instructions say how they round. At AVX2 the thread is told.
 template <class D>
-class TruncatedProduct
+requires(std::is_unsigned_v<D> && sizeof(D) <= 2) class TruncatedProduct<PixelSource<float>, D>
 {
 public:
-    explicit TruncatedProduct(const ToneCurve::Constants& c)
-        : applies_(c.shift == 0.0 && c.target.min == 0.0 && c.slope >= 1.0 && c.slope <= 65536.0 &&
+    static constexpr bool exists = true;
+
+    TruncatedProduct(const ToneCurve::Constants& c, const PixelSource<float>&, double)
+        : applies_(IsProduct(c) && c.slope >= 1.0 && c.slope <= 65536.0 &&
                    static_cast<double>(static_cast<float>(c.slope)) == c.slope),
           slope_(hn::Set(floats, static_cast<float>(c.slope))),
           // Half a unit above the largest value, which is far more than this is rounded by.
@@ -191,6 +260,7 @@ public:
     }
 
     bool Applies() const { return applies_; }
+    static bool IsLeftToAvx2(std::size_t count) { return count >= farBytes / sizeof(D); }
 
     HWY_INLINE ByteVector operator()(const std::uint8_t* src) const { return NarrowedPixels<D>(*this, src); }
 
@@ -207,147 +277,29 @@ public:
 #endif
     }
 
+#if HWY_TARGET <= HWY_AVX3_DL
+    void Run(const std::uint8_t* src, std::uint8_t* dst, std::size_t count) const
+    {
+        ConvertVectors<PixelSource<float>, D>(src, dst, count, *this);
+    }
+#else
+    void Run(const std::uint8_t* src, std::uint8_t* dst, std::size_t count) const
+    {
+        const RoundingDown roundingDown;
+        ForEachVector(src, dst, count);
+    }
+
+private:
+    HWY_NOINLINE void ForEachVector(const std::uint8_t* src, std::uint8_t* dst, std::size_t count) const
+    {
+        ConvertVectors<PixelSource<float>, D>(src, dst, count, *this);
+    }
+#endif
+
 private:
     bool applies_;
     FloatVector slope_;
     FloatVector last_;
-};
-
-/// Computes every pixel of a source by the curve.
-template <class D, class Source>
-class LinearRun
-{
-public:
-    /// The source's units go from 0 to `span`. `atAvx2` does the same at that level.
-    template <class AtAvx2>
-    static void Run(const ToneCurve& curve, const Source& source, double span, const std::uint8_t* src,
-                    std::uint8_t* dst, std::size_t count, const AtAvx2& atAvx2)
-    {
-        const ToneCurve::Constants& c = curve.Values();
-        if constexpr (Source::isInteger && std::is_floating_point_v<D>) {
-            const Multiplication<Source, D> product(c, source, span);
-            if (product.Applies())
-                return step == 64 && Source::isConverted ? atAvx2() : EachLine(src, dst, count, product);
-        }
-        const bool isLeftToAvx2 = step == 64 && count >= farBytes / sizeof(D);
-        if constexpr (FullRange<Source, D>::exists)
-            if (FullRange<Source, D>::Applies(c))
-                return isLeftToAvx2 ? atAvx2() : Each(src, dst, count, FullRange<Source, D>());
-        if constexpr (std::is_same_v<Source, PixelSource<float>> && std::is_unsigned_v<D> && sizeof(D) <= 2) {
-            const TruncatedProduct<D> product(c);
-            if (product.Applies())
-                return isLeftToAvx2 ? atAvx2() : EachRoundedDown(src, dst, count, product);
-        }
-        const LinearCurve<D> linear(c);
-        if constexpr (std::is_same_v<D, std::uint8_t> && !std::is_same_v<Source, PixelSource<double>>) {
-            const FixedPointCurve<Source> fast(c, source);
-            if (fast.IsExactEnough())
-                return Each(src, dst, count, Checked{fast, {linear, source}});
-        }
-        Each(src, dst, count, Direct{linear, source});
-    }
-
-private:
-    struct Direct
-    {
-        LinearCurve<D> linear;
-        Source source;
-
-        HWY_INLINE ByteVector operator()(const std::uint8_t* src) const
-        {
-            return linear(UnitsAt<Source>{source, src});
-        }
-    };
-
-    struct Checked
-    {
-        FixedPointCurve<Source> fast;
-        Direct exact;
-
-        HWY_INLINE ByteVector operator()(const std::uint8_t* src) const
-        {
-            bool isDoubtful;
-            ByteVector pixels = fast(src, isDoubtful);
-            if (HWY_UNLIKELY(isDoubtful))
-                pixels = exact(src);
-            return pixels;
-        }
-    };
-
-#if HWY_TARGET <= HWY_AVX3_DL
-    static void EachRoundedDown(const std::uint8_t* src, std::uint8_t* dst, std::size_t count,
-                                const TruncatedProduct<D>& product)
-    {
-        Each(src, dst, count, product);
-    }
-#else
-    static void EachRoundedDown(const std::uint8_t* src, std::uint8_t* dst, std::size_t count,
-                                const TruncatedProduct<D>& product)
-    {
-        const RoundingDown roundingDown;
-        EachNow(src, dst, count, product);
-    }
-
-    static HWY_NOINLINE void EachNow(const std::uint8_t* src, std::uint8_t* dst, std::size_t count,
-                                     const TruncatedProduct<D>& product)
-    {
-        Each(src, dst, count, product);
-    }
-#endif
-
-    template <class Convert>
-    static HWY_INLINE void Each(const std::uint8_t* src, std::uint8_t* dst, std::size_t count,
-                                const Convert& convert)
-    {
-        EachVectorTo<true, step / sizeof(D), Source::size, sizeof(D)>(
-            src, dst, count,
-            [convert](const std::uint8_t* s, std::uint8_t* d, auto store) { store(convert(s), d); });
-    }
-
-    static HWY_INLINE void EachLine(const std::uint8_t* src, std::uint8_t* dst, std::size_t count,
-                                    const Multiplication<Source, D>& product)
-    {
-        EachVectorTo<true, Multiplication<Source, D>::together, Source::size, sizeof(D)>(
-            src, dst, count,
-            [product](const std::uint8_t* s, std::uint8_t* d, auto store) { product(s, d, store); });
-    }
-};
-
-template <class S, class D>
-struct Linear
-{
-    static void Run(const ToneCurve& curve, const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
-    {
-        LinearRun<D, PixelSource<S>>::Run(curve, {}, value_range<S>.span, src, dst, count, [&] {
-            avx2Curve.linear[CurveKernels::SourceIndex<S>][ElementIndex<D>()](curve, src, dst, count);
-        });
-    }
-};
-
-template <class D>
-struct LinearOfField
-{
-    static void Run(const ToneCurve& curve, std::uint32_t mask, std::uint32_t sign, const std::uint8_t* src,
-                    std::uint8_t* dst, std::size_t count)
-    {
-        LinearRun<D, FieldSource>::Run(curve, {mask, sign}, mask, src, dst, count, [&] {
-            avx2Curve.linearOfField[ElementIndex<D>()](curve, mask, sign, src, dst, count);
-        });
-    }
-};
-
-template <class D>
-struct FillLinear
-{
-    static void Run(const ToneCurve& curve, std::size_t first, std::uint8_t* dst, std::size_t count)
-    {
-        const LinearCurve<D> linear(curve.Values());
-        constexpr std::size_t together = step / sizeof(D);
-        std::size_t i = 0;
-        for (; i + together <= count; i += together)
-            hn::StoreU(linear(CountedUnits{first + i}), bytes, dst + sizeof(D) * i);
-        Plain::FillLinear<D>::Run(curve, first + i, dst + sizeof(D) * i, count - i);
-    }
 };
 
 #endif

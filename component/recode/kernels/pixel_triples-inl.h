@@ -12,7 +12,7 @@ namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
 
 // Three vectors hold as many three-byte pixels as one has bytes. Their bytes change places by a
-// Pattern, whose From says for a byte of the result which one it is. Patterns know one period of bytes.
+// Pattern: byte `to` of the result is byte Pattern::From(to), for one period of bytes.
 
 #if HWY_TARGET <= HWY_AVX3_DL
 
@@ -20,10 +20,10 @@ namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
 class PixelTriple
 {
 public:
-    static constexpr std::size_t period = 3 * step;
+    static constexpr std::size_t period = 3 * vectorBytes;
 
     HWY_INLINE explicit PixelTriple(const std::uint8_t* at)
-        : v_{hn::LoadU(bytes, at), hn::LoadU(bytes, at + step), hn::LoadU(bytes, at + 2 * step)}
+        : v_{hn::LoadU(bytes, at), hn::LoadU(bytes, at + vectorBytes), hn::LoadU(bytes, at + 2 * vectorBytes)}
     {
     }
 
@@ -42,8 +42,8 @@ public:
     HWY_INLINE void StorePermuted(std::uint8_t* at, const Store& store) const
     {
         store(Permuted<Pattern, 0>(), at);
-        store(Permuted<Pattern, 1>(), at + step);
-        store(Permuted<Pattern, 2>(), at + 2 * step);
+        store(Permuted<Pattern, 1>(), at + vectorBytes);
+        store(Permuted<Pattern, 2>(), at + 2 * vectorBytes);
     }
 
     /// A quarter of the pixels, in order, in four bytes each. The byte of a pixel that comes first,
@@ -52,10 +52,10 @@ public:
     HWY_INLINE ByteVector Expanded() const
     {
         constexpr std::size_t begin = part * period / 4;
-        constexpr std::size_t first = begin / step;
+        constexpr std::size_t first = begin / vectorBytes;
         static constexpr Index index([](std::size_t i) {
             constexpr std::size_t from[] = {b0, b1, b2, b3};
-            return begin - first * step + i / 4 * 3 + from[i % 4] % 3;
+            return begin - first * vectorBytes + i / 4 * 3 + from[i % 4] % 3;
         });
         return {_mm512_permutex2var_epi8(v_[first].raw, index.Load(), v_[first < 2 ? first + 1 : 2].raw)};
     }
@@ -63,13 +63,13 @@ public:
 private:
     struct Index
     {
-        alignas(step) std::uint8_t of[step];
+        alignas(vectorBytes) std::uint8_t of[vectorBytes];
 
         template <class From>
         constexpr explicit Index(const From& from) : of{}
         {
-            for (std::size_t i = 0; i < step; ++i)
-                of[i] = static_cast<std::uint8_t>(from(i) % (2 * step));
+            for (std::size_t i = 0; i < vectorBytes; ++i)
+                of[i] = static_cast<std::uint8_t>(from(i) % (2 * vectorBytes));
         }
 
         HWY_INLINE __m512i Load() const { return hn::LoadU(bytes, of).raw; }
@@ -78,11 +78,11 @@ private:
     template <class Pattern, std::size_t part>
     HWY_INLINE ByteVector Permuted() const
     {
-        static constexpr Index index([](std::size_t i) { return Pattern::From(part * step + i); });
+        static constexpr Index index([](std::size_t i) { return Pattern::From(part * vectorBytes + i); });
         constexpr std::uint64_t last = [] {
             std::uint64_t mask = 0;
-            for (std::size_t i = 0; i < step; ++i)
-                if (Pattern::From(part * step + i) >= 2 * step)
+            for (std::size_t i = 0; i < vectorBytes; ++i)
+                if (Pattern::From(part * vectorBytes + i) >= 2 * vectorBytes)
                     mask |= std::uint64_t{1} << i;
             return mask;
         }();
@@ -123,8 +123,8 @@ public:
         const ByteVector b = Permuted<Pattern, 1>();
         const ByteVector c = Permuted<Pattern, 2>();
         store(hn::ConcatLowerLower(bytes, b, a), at);
-        store(hn::ConcatUpperLower(bytes, a, c), at + step);
-        store(hn::ConcatUpperUpper(bytes, c, b), at + 2 * step);
+        store(hn::ConcatUpperLower(bytes, a, c), at + vectorBytes);
+        store(hn::ConcatUpperUpper(bytes, c, b), at + 2 * vectorBytes);
     }
 
     /// A quarter of the pixels of either period, in four bytes each. The byte of a pixel that

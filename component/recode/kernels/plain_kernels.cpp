@@ -19,11 +19,8 @@ constexpr LookupKernels lookup{.from8 = lookups<std::uint8_t>,
                                .stepped = nullptr,
                                .compact = nullptr};
 
-constexpr CurveKernels curve{.linear = EveryPair<Linear>(),
-                             .bent = EveryPair<Bent>(),
-                             .linearOfField = {},
-                             .fillLinear = EveryTarget<FillLinear>(),
-                             .fillBent = EveryTarget<FillBent>()};
+constexpr CurveKernels linear{.pairs = EveryPair<Linear>(), .ofField = {}, .fill = EveryTarget<FillLinear>()};
+constexpr CurveKernels bent{.pairs = EveryPair<Bent>(), .ofField = {}, .fill = EveryTarget<FillBent>()};
 
 constexpr CastKernels cast{CastTable<Cast>()};
 
@@ -42,6 +39,6 @@ constexpr PickKernels pick{Pick<2>, Pick<3>, Pick<4>};
 
 } // namespace
 
-const Kernels plainKernels{lookup, curve, cast, color, move, pick};
+const Kernels plainKernels{lookup, linear, bent, cast, color, move, pick};
 
 } // namespace Mardu::Sentel::Tavlo

@@ -11,8 +11,6 @@
 /// The loops as a reader would write them, in the language alone: what every other one is compared with.
 namespace Mardu::Sentel::Tavlo::Plain {
 
-// Tables.
-
 template <class S, class D>
 void Lookup(const void* table, std::uint32_t mask, const std::uint8_t* src, std::uint8_t* dst,
             std::size_t count)
@@ -35,8 +33,6 @@ void LookupThree(const void* table, std::uint32_t mask, const std::uint8_t* src,
         StorePixel<std::uint32_t>(dst + 3 * i, entries[LoadPixel<S>(src + i * sizeof(S)) & mask]);
     std::memcpy(dst + 3 * last, &entries[LoadPixel<S>(src + last * sizeof(S)) & mask], 3);
 }
-
-// The tone curve.
 
 /// Signed sources are shifted so that their smallest value is 0.
 template <class S>
@@ -84,8 +80,6 @@ struct FillBent
     }
 };
 
-// Plain values.
-
 template <class S, class D>
 struct Cast
 {
@@ -94,8 +88,6 @@ struct Cast
         ForEachPixel<S, D>(src, dst, count, [](S v) { return PlainConversion<D>(v); });
     }
 };
-
-// Colours.
 
 template <bool swapped, std::size_t srcBytes, std::size_t dstBytes>
 void ConvertColor(const std::uint8_t* table, const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
@@ -131,8 +123,6 @@ void Grey(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
         return static_cast<std::uint8_t>((77 * p.r + 150 * p.g + 29 * p.b) >> 8);
     });
 }
-
-// Moves.
 
 template <std::size_t size>
 using Bytes = std::array<std::uint8_t, size>;

@@ -16,7 +16,8 @@ HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
 
-/// Blocks of 16 bytes, as vectors have them, of as many rows as a block has elements.
+/// Blocks of 16 bytes, as vectors have them, of as many rows as a block has elements. The same is done in all
+/// blocks of a vector at once.
 template <std::size_t size>
 class BlockRows
 {
@@ -29,8 +30,12 @@ public:
 private:
     using Elements = hn::ScalableTag<hwy::UnsignedFromSize<size>>;
 
-    /// Interleaving the first half of the rows with the second one moves the highest bit of an element's
-    /// row to the lowest of its column: as often as a row has bits, and they have changed places.
+    /// Rows and columns change places in log2(count) rounds. Let an element lie in row R and column C,
+    /// numbers of n = log2(count) bits, and read R and C as one number of 2 n bits, R before C.
+    /// 1. Interleaving row p of the first half with row p of the second one puts its elements into rows 2 p
+    /// and
+    ///    2 p + 1: the element's number is turned left by one bit.
+    /// 2. After n rounds it is turned by n bits, which is C before R.
     template <std::size_t rowsLeft>
     static HWY_INLINE void Interleave(ByteVector* rows)
     {
@@ -52,8 +57,11 @@ private:
     }
 };
 
-/// Squares of a line each way, of elements of one or two bytes: more of them than registers, so that
-/// blocks meet in memory.
+/// Squares of a line each way, of elements of one or two bytes. They have more vectors than there are
+/// registers:
+/// 1. blocks are turned one vector of rows at a time, and stored where the turned square has them, in a
+/// buffer;
+/// 2. the buffer's lines are the target's.
 template <std::size_t size>
 class LineSquare
 {
@@ -66,14 +74,14 @@ public:
     {
         HWY_ALIGN std::uint8_t lines[extent * 64];
         for (std::size_t x = 0; x < extent; x += Blocks::count)
-            for (std::size_t y = 0; y < extent; y += step / size) {
+            for (std::size_t y = 0; y < extent; y += vectorBytes / size) {
                 ByteVector v[Blocks::count];
                 Load(src + static_cast<std::ptrdiff_t>(x) * srcStride + y * size, srcStride, v, Rows());
                 Blocks::Turn(v);
                 Store(v, lines + y * 64 + x * size, Rows());
             }
         for (std::size_t y = 0; y < extent; ++y, dst += dstStride)
-            for (std::size_t i = 0; i < 64; i += step)
+            for (std::size_t i = 0; i < 64; i += vectorBytes)
                 store(hn::Load(bytes, lines + y * 64 + i), dst + i);
     }
 
@@ -94,7 +102,8 @@ private:
         (StoreBlocks(bytes, v[column], lines + column * 64), ...);
     }
 
-    /// The blocks of a vector belong to columns that are so many rows of blocks apart.
+    /// Block b of a vector, b blocks to the right in its source row, belongs b * Blocks::count lines further
+    /// down.
     template <class D>
     static HWY_INLINE void StoreBlocks(D d, hn::Vec<D> v, std::uint8_t* at)
     {
@@ -103,7 +112,7 @@ private:
         } else {
             constexpr hn::Half<D> half;
             StoreBlocks(half, hn::LowerHalf(half, v), at);
-            StoreBlocks(half, hn::UpperHalf(half, v), at + hn::MaxLanes(half) * Blocks::count * 4);
+            StoreBlocks(half, hn::UpperHalf(half, v), at + hn::MaxLanes(half) / 16 * Blocks::count * 64);
         }
     }
 };
@@ -124,10 +133,10 @@ struct Packed
 
 /// Places of elements of one size as elements of another.
 template <std::size_t from, std::size_t to>
-constexpr std::array<std::uint8_t, step> placesBySize = [] {
-    std::array<std::uint8_t, step> places{};
-    for (std::size_t i = 0; i < step; ++i)
-        places[i] = static_cast<std::uint8_t>((i / to * from + i % to) % step);
+constexpr std::array<std::uint8_t, vectorBytes> placesBySize = [] {
+    std::array<std::uint8_t, vectorBytes> places{};
+    for (std::size_t i = 0; i < vectorBytes; ++i)
+        places[i] = static_cast<std::uint8_t>((i / to * from + i % to) % vectorBytes);
     return places;
 }();
 
@@ -172,7 +181,7 @@ private:
                                                            14, 15, 15, 15, 15, 0,  1,  2,  4,  5,  6,
                                                            8,  9,  10, 12, 13, 14, 15, 15, 15, 15};
         const ByteVector packed = hn::TableLookupBytes(v, hn::Load(bytes, order));
-        // The upper half's first bytes take the place of what the lower half has too many.
+        // Each half has 12 bytes; the upper one's begin where those of the lower one end.
         hn::StoreU(hn::LowerHalf(half, packed), half, at);
         const auto upper = hn::UpperHalf(half, packed);
         const hwy::HWY_NAMESPACE::FixedTag<std::uint8_t, 8> eight;
@@ -188,7 +197,10 @@ private:
 #endif
 };
 
-/// Squares of a line each way, of larger elements: made of squares of a vector each way.
+/// Squares of a line each way, of larger elements: made of squares of a vector each way, in registers.
+/// 1. Rows are loaded, each a vector.
+/// 2. Blocks are turned in themselves.
+/// 3. Blocks change places, and columns are stored.
 template <std::size_t size>
 class VectorSquares
 {
@@ -208,7 +220,7 @@ public:
 private:
     using Blocks = BlockRows<Packed<size>::inVector>;
 
-    static constexpr std::size_t inVector = step / Packed<size>::inVector;
+    static constexpr std::size_t inVector = vectorBytes / Packed<size>::inVector;
 
     template <class StoreVector>
     static HWY_INLINE void TurnOne(const std::uint8_t* src, std::ptrdiff_t srcStride, std::uint8_t* dst,
@@ -216,7 +228,7 @@ private:
     {
         ByteVector v[inVector];
         Load(src, srcStride, v, std::make_index_sequence<inVector>());
-        TurnBlocks(v, std::make_index_sequence<step / 16>());
+        TurnBlocks(v, std::make_index_sequence<vectorBytes / 16>());
         Store(v, dst, dstStride, store, std::make_index_sequence<Blocks::count>());
     }
 
@@ -242,7 +254,8 @@ private:
          ...);
     }
 
-    /// Columns whose blocks are in the same vectors, one vector of each group of rows.
+    /// Step 3 for the columns whose blocks are in v[0], v[count], v[2 count] and so on: block b of the vector
+    /// g becomes block g of the column b.
     template <class StoreVector>
     static HWY_INLINE void StoreColumns(const ByteVector* v, std::uint8_t* dst, std::ptrdiff_t stride,
                                         const StoreVector& store)

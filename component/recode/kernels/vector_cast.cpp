@@ -16,7 +16,11 @@ HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
 
-/// PlainConversion without branches, so that the compiler makes vectors of it.
+// Gains are rows of docs/performance.md at 1920x1080, as multiples of the plain loop's speed at AVX-512 and
+// at AVX2.
+
+/// PlainConversion without branches, so that the compiler makes vectors of it: "cast 16 to 8" gains 8.5
+/// and 5.1 times.
 template <class D, class S>
 HWY_INLINE D Converted(S value)
 {
@@ -41,15 +45,15 @@ HWY_INLINE D Converted(S value)
     }
 }
 
-/// Floats as integers of fewer bytes.
+/// Floats as integers of fewer bytes: "cast float to 8" gains 9.8 and 9.7 times.
 template <class D>
 struct FloatCast
 {
     static void Run(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
     {
-        if (step == 64 && count >= farBytes / sizeof(D))
+        if (isAvx512 && count >= farBytes / sizeof(D))
             return avx2Cast.cast[ElementIndex<float>()][ElementIndex<D>()](src, dst, count);
-        EachVectorTo<true, step / sizeof(D), sizeof(float), sizeof(D)>(
+        EachVectorTo<true, vectorBytes / sizeof(D), sizeof(float), sizeof(D)>(
             src, dst, count, [](const std::uint8_t* s, std::uint8_t* d, auto store) {
                 store(NarrowedPixels<D>(FloatCast(), s), d);
             });
@@ -65,19 +69,19 @@ struct FloatCast
     }
 };
 
-/// Integers of fewer bytes as floats.
+/// Integers of fewer bytes as floats: "cast 8 to float" gains 6.4 and 6.3 times.
 template <class S>
 struct CastToFloat
 {
     static void Run(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
     {
-        constexpr std::size_t together = 2 * hn::MaxLanes(floats);
-        EachVectorTo<true, together, sizeof(S), sizeof(float)>(
+        constexpr std::size_t pixelsPerCall = 2 * hn::MaxLanes(floats);
+        EachVectorTo<true, pixelsPerCall, sizeof(S), sizeof(float)>(
             src, dst, count, [](const std::uint8_t* s, std::uint8_t* d, auto store) {
                 const FloatVector first = Floats(s);
-                const FloatVector second = Floats(s + together / 2 * sizeof(S));
+                const FloatVector second = Floats(s + pixelsPerCall / 2 * sizeof(S));
                 store(first, d);
-                store(second, d + step);
+                store(second, d + vectorBytes);
             });
     }
 
@@ -96,13 +100,13 @@ struct Cast
     {
         // So many that every number of lanes divides them. A stretch is read before it is written, as it may
         // be the same.
-        constexpr std::size_t together = 64;
+        constexpr std::size_t pixelsPerCall = 64;
         std::size_t i = 0;
-        for (; i + together <= count; i += together) {
+        for (; i + pixelsPerCall <= count; i += pixelsPerCall) {
             typedef S AnyS __attribute__((aligned(1), may_alias));
             const auto* in = reinterpret_cast<const AnyS*>(src + i * sizeof(S));
-            HWY_ALIGN D out[together];
-            for (std::size_t k = 0; k < together; ++k)
+            HWY_ALIGN D out[pixelsPerCall];
+            for (std::size_t k = 0; k < pixelsPerCall; ++k)
                 out[k] = Converted<D, S>(in[k]);
             std::memcpy(dst + i * sizeof(D), out, sizeof out);
         }

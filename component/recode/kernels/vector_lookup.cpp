@@ -14,35 +14,38 @@ HWY_BEFORE_NAMESPACE();
 namespace Mardu::Sentel::Tavlo::HWY_NAMESPACE {
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3_DL
 
+// Gains are rows of docs/performance.md at 1920x1080, as multiples of the plain loop's speed.
+
 using Words = hn::ScalableTag<std::uint16_t>;
 
 void LookupByte(const void* entries, std::uint32_t, const std::uint8_t* src, std::uint8_t* dst,
                 std::size_t count)
 {
     const ByteTable table(static_cast<const std::uint8_t*>(entries));
-    EachVector<step, 1, 1>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
+    EachVector<vectorBytes, 1, 1>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
         hn::StoreU(table(hn::LoadU(bytes, s)), bytes, d);
     });
 }
 
-/// As many bytes as eight bytes hold entries, and one store; the plain loop makes one store a pixel.
+/// As many bytes as eight bytes hold entries, and one store; the plain loop makes one store a pixel. At AVX2
+/// "8 to 16" gains 1.2 times, "8 to RGBA, ramp" 1.1 times.
 template <class Entry>
 void LookupTogether(const void* table, std::uint32_t mask, const std::uint8_t* src, std::uint8_t* dst,
                     std::size_t count)
 {
     const auto* entries = static_cast<const Entry*>(table);
-    constexpr std::size_t together = 8 / sizeof(Entry);
+    constexpr std::size_t pixelsPerCall = 8 / sizeof(Entry);
     std::size_t i = 0;
-    for (; i + together <= count; i += together) {
+    for (; i + pixelsPerCall <= count; i += pixelsPerCall) {
         std::uint64_t out = 0;
-        for (std::size_t k = 0; k < together; ++k)
+        for (std::size_t k = 0; k < pixelsPerCall; ++k)
             out |= static_cast<std::uint64_t>(entries[src[i + k]]) << (8 * sizeof(Entry) * k);
         std::memcpy(dst + i * sizeof(Entry), &out, sizeof out);
     }
     Plain::Lookup<std::uint8_t, Entry>(table, mask, src + i, dst + i * sizeof(Entry), count - i);
 }
 
-/// Four elements a load; the plain loop makes one load a pixel.
+/// Four elements a load; the plain loop makes one load a pixel. "16 to 8, gamma and sigma" gains 1.3 times.
 template <class Entry>
 void LookupWords(const void* table, std::uint32_t mask, const std::uint8_t* src, std::uint8_t* dst,
                  std::size_t count)
@@ -65,10 +68,8 @@ void LookupWords(const void* table, std::uint32_t mask, const std::uint8_t* src,
 
 #if HWY_TARGET <= HWY_AVX3_DL
 
-/// Taking a table apart pays from here on.
-constexpr std::size_t worthSplitting = 256;
-
-/// The tables of an entry's bytes.
+/// The tables of an entry's bytes. By them "8 to 16" gains 13.5 times, "8 to RGB, ramp" 4.2 times and "8 to
+/// RGBA, ramp" 3.2 times.
 template <std::size_t size>
 struct Planes
 {
@@ -76,7 +77,7 @@ struct Planes
 
     explicit Planes(const std::uint8_t* entries)
     {
-        for (std::size_t i = 0; i < 256; i += step) {
+        for (std::size_t i = 0; i < 256; i += vectorBytes) {
             ByteVector v[4];
             if constexpr (size == 2)
                 hn::LoadInterleaved2(bytes, entries + 2 * i, v[0], v[1]);
@@ -91,11 +92,11 @@ struct Planes
 void LookupTwo(const void* entries, std::uint32_t mask, const std::uint8_t* src, std::uint8_t* dst,
                std::size_t count)
 {
-    if (count < worthSplitting)
+    if (count < splitTablePixels)
         return LookupTogether<std::uint16_t>(entries, mask, src, dst, count);
     const Planes<2> planes(static_cast<const std::uint8_t*>(entries));
     const ByteTable low(planes.plane[0]), high(planes.plane[1]);
-    EachVector<step, 1, 2>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
+    EachVector<vectorBytes, 1, 2>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
         const ByteVector index = hn::LoadU(bytes, s);
         hn::StoreInterleaved2(low(index), high(index), bytes, d);
     });
@@ -104,11 +105,11 @@ void LookupTwo(const void* entries, std::uint32_t mask, const std::uint8_t* src,
 void LookupFour(const void* entries, std::uint32_t mask, const std::uint8_t* src, std::uint8_t* dst,
                 std::size_t count)
 {
-    if (count < worthSplitting)
+    if (count < splitTablePixels)
         return LookupTogether<std::uint32_t>(entries, mask, src, dst, count);
     const Planes<4> planes(static_cast<const std::uint8_t*>(entries));
     const ByteTable b0(planes.plane[0]), b1(planes.plane[1]), b2(planes.plane[2]), b3(planes.plane[3]);
-    EachVector<step, 1, 4>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
+    EachVector<vectorBytes, 1, 4>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
         const ByteVector index = hn::LoadU(bytes, s);
         hn::StoreInterleaved4(b0(index), b1(index), b2(index), b3(index), bytes, d);
     });
@@ -117,17 +118,17 @@ void LookupFour(const void* entries, std::uint32_t mask, const std::uint8_t* src
 void LookupThree(const void* entries, std::uint32_t mask, const std::uint8_t* src, std::uint8_t* dst,
                  std::size_t count)
 {
-    if (count < worthSplitting)
+    if (count < splitTablePixels)
         return Plain::LookupThree<std::uint8_t>(entries, mask, src, dst, count);
     const Planes<4> planes(static_cast<const std::uint8_t*>(entries));
     const ByteTable b0(planes.plane[0]), b1(planes.plane[1]), b2(planes.plane[2]);
-    EachVector<step, 1, 3>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
+    EachVector<vectorBytes, 1, 3>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
         const ByteVector index = hn::LoadU(bytes, s);
         hn::StoreInterleaved3(b0(index), b1(index), b2(index), bytes, d);
     });
 }
 
-/// Two vectors of elements at a time give one of bytes.
+/// Two vectors of elements at a time give one of bytes. "16 to 8, gamma and sigma" gains 5.0 times.
 void Stepped(const SteppedTable& table, const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
 {
     const ByteTable first(table.First().data());
@@ -135,9 +136,9 @@ void Stepped(const SteppedTable& table, const std::uint8_t* src, std::uint8_t* d
     const __m128i shift = _mm_cvtsi32_si128(table.Shift());
     const ByteVector places = hn::Add(hn::Iota(bytes, 0), hn::Iota(bytes, 0));
     const ByteVector blocks = hn::Add(places, hn::Set(bytes, 1));
-    EachVector<step, 2, 1>(src, dst, count, [=, &table](const std::uint8_t* s, std::uint8_t* d) {
+    EachVector<vectorBytes, 2, 1>(src, dst, count, [=, &table](const std::uint8_t* s, std::uint8_t* d) {
         const __m512i a = _mm512_sll_epi16(hn::LoadU(bytes, s).raw, shift);
-        const __m512i b = _mm512_sll_epi16(hn::LoadU(bytes, s + step).raw, shift);
+        const __m512i b = _mm512_sll_epi16(hn::LoadU(bytes, s + vectorBytes).raw, shift);
         const ByteVector block{_mm512_permutex2var_epi8(a, blocks.raw, b)};
         const ByteVector place{_mm512_permutex2var_epi8(a, places.raw, b)};
         ByteVector value = first(block);
@@ -157,36 +158,6 @@ constexpr auto LookupThree = Plain::LookupThree<std::uint8_t>;
 constexpr auto LookupFour = LookupTogether<std::uint32_t>;
 
 #endif
-
-template <class V>
-HWY_INLINE V Widened(hn::ScalableTag<std::int32_t>, V index)
-{
-    return index;
-}
-
-template <class V>
-HWY_INLINE auto Widened(hn::ScalableTag<std::int64_t> wide, V index)
-{
-    return hn::PromoteTo(wide, index);
-}
-
-/// Entries of four and eight bytes by the processor's own gathering, a whole vector a store.
-template <class Entry>
-void Gather(const void* table, std::uint32_t mask, const std::uint8_t* src, std::uint8_t* dst,
-            std::size_t count)
-{
-    const hn::ScalableTag<Entry> entries;
-    const hn::Rebind<std::uint16_t, decltype(entries)> elements;
-    constexpr std::size_t together = hn::MaxLanes(entries);
-    const auto field = hn::Set(elements, static_cast<std::uint16_t>(mask));
-    EachVector<together, 2, sizeof(Entry)>(src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d) {
-        const auto picked = hn::And(hn::LoadU(elements, reinterpret_cast<const std::uint16_t*>(s)), field);
-        const auto index =
-            Widened(entries, hn::PromoteTo(hn::Rebind<std::int32_t, decltype(entries)>(), picked));
-        const auto found = hn::GatherIndex(entries, static_cast<const Entry*>(table), index);
-        hn::StoreU(found, entries, reinterpret_cast<Entry*>(d));
-    });
-}
 
 /// The blocks at the lowest two offsets of 16 bits.
 HWY_INLINE __m128i TwoBlocks(const std::uint8_t* blocks, std::uint64_t offsets)
@@ -229,25 +200,27 @@ HWY_INLINE hn::Vec<Blocks> ColorsOf(const std::uint8_t* blocks, std::uint16_t ma
     return hn::Add(found, more);
 }
 
+/// "16 to RGBA, ramp" gains 1.7 times, 1.5 times at AVX2.
 void Compact(const CompactColors& table, std::uint32_t mask, const std::uint8_t* src, std::uint8_t* dst,
              std::size_t count)
 {
     constexpr hn::Repartition<std::uint32_t, Blocks> colors;
-    constexpr std::size_t together = hn::MaxLanes(colors);
+    constexpr std::size_t pixelsPerCall = hn::MaxLanes(colors);
     const auto* blocks = reinterpret_cast<const std::uint8_t*>(table.Blocks());
     const auto field = static_cast<std::uint16_t>(mask);
-    EachVectorTo<true, together, 2, 4>(
+    EachVectorTo<true, pixelsPerCall, 2, 4>(
         src, dst, count, [=](const std::uint8_t* s, std::uint8_t* d, auto store) {
             const auto low = hn::BitCast(colors, ColorsOf(blocks, field, s));
-            const auto high = hn::BitCast(colors, ColorsOf(blocks, field, s + together));
+            const auto high = hn::BitCast(colors, ColorsOf(blocks, field, s + pixelsPerCall));
             store(hn::BitCast(bytes, hn::ConcatEven(colors, high, low)), d);
         });
 }
 
+/// A part of "the same with powers", which gains 23.7 times.
 IndexRange Range(std::uint32_t mask, std::uint32_t sign, const std::uint8_t* src, std::size_t count)
 {
     const Words words;
-    const std::size_t lanes = hn::Lanes(words);
+    constexpr std::size_t lanes = hn::MaxLanes(words);
     if (count < lanes)
         return Plain::Range(mask, sign, src, count);
     const auto maskVector = hn::Set(words, static_cast<std::uint16_t>(mask));
@@ -271,7 +244,7 @@ IndexRange Range(std::uint32_t mask, std::uint32_t sign, const std::uint8_t* src
 constexpr LookupKernels lookupKernels{
     .from8 = {LookupByte, LookupTwo, LookupThree, LookupFour, Plain::Lookup<std::uint8_t, std::uint64_t>},
     .from16 = {LookupWords<std::uint8_t>, LookupWords<std::uint16_t>, Plain::LookupThree<std::uint16_t>,
-               Gather<std::int32_t>, Gather<std::int64_t>},
+               LookupWords<std::uint32_t>, LookupWords<std::uint64_t>},
     .rangeOf16 = Range,
     .stepped = Stepped,
     .compact = Compact};

@@ -24,12 +24,14 @@ HWY_INLINE ByteVector Picked(const std::uint8_t* src)
     return v[0];
 }
 
+/// No row of the bench. At AVX2 one channel of three was picked with 4 times the plain loop's speed, one of four with
+/// 3 times.
 template <std::size_t distance>
 void Pick(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
 {
     // Of the last group only the first byte is there for sure.
-    const std::size_t whole = count == 0 ? 0 : (count - 1) / step * step;
-    EachVectorTo<true, step, distance, 1>(
+    const std::size_t whole = count == 0 ? 0 : (count - 1) / vectorBytes * vectorBytes;
+    EachVectorTo<true, vectorBytes, distance, 1>(
         src, dst, whole,
         [](const std::uint8_t* s, std::uint8_t* d, auto store) { store(Picked<distance>(s), d); });
     Plain::Pick<distance>(src + distance * whole, dst + whole, count - whole);
@@ -43,8 +45,8 @@ HWY_INLINE ByteVector OfWords(const std::uint8_t* src)
 {
     const ByteVector even = hn::Add(hn::Iota(bytes, 0), hn::Iota(bytes, 0));
     const ByteVector order = hn::Add(even, hn::Set(bytes, upper ? 1 : 0));
-    return ByteVector{
-        _mm512_permutex2var_epi8(hn::LoadU(bytes, src).raw, order.raw, hn::LoadU(bytes, src + step).raw)};
+    return ByteVector{_mm512_permutex2var_epi8(hn::LoadU(bytes, src).raw, order.raw,
+                                               hn::LoadU(bytes, src + vectorBytes).raw)};
 }
 
 #else
@@ -59,7 +61,8 @@ HWY_INLINE __m256i ByteOfWords(const std::uint8_t* src)
 template <bool upper>
 HWY_INLINE ByteVector OfWords(const std::uint8_t* src)
 {
-    const __m256i packed = _mm256_packus_epi16(ByteOfWords<upper>(src), ByteOfWords<upper>(src + step));
+    const __m256i packed =
+        _mm256_packus_epi16(ByteOfWords<upper>(src), ByteOfWords<upper>(src + vectorBytes));
     return ByteVector{_mm256_permute4x64_epi64(packed, _MM_SHUFFLE(3, 1, 2, 0))};
 }
 
@@ -83,35 +86,36 @@ void EachOfWords(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
 {
 #if HWY_TARGET == HWY_AVX2
     if (IsDistant(src, 2 * count, dst, count))
-        return EachLine<4, 2>(src, dst, count / step, [](const Line<4>& words) {
+        return EachLine<4, 2>(src, dst, count / vectorBytes, [](const Line<4>& words) {
             return Line<2>{OfWords<upper>(words.block[0], words.block[1]),
                            OfWords<upper>(words.block[2], words.block[3])};
         });
 #endif
-    EachVectorTo<true, step, 2, 1>(src, dst, count, [](const std::uint8_t* s, std::uint8_t* d, auto store) {
-        store(OfWords<upper>(s), d);
-    });
+    EachVectorTo<true, vectorBytes, 2, 1>(
+        src, dst, count,
+        [](const std::uint8_t* s, std::uint8_t* d, auto store) { store(OfWords<upper>(s), d); });
 }
 
+/// "16 to 8, high byte" gains 9.1 times the plain loop's speed at both levels.
 void PickOfTwo(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
 {
-    if (count <= step)
+    if (count <= vectorBytes)
         return Plain::Pick<2>(src, dst, count);
-    if (step == 64 && count >= farBytes)
+    if (isAvx512 && count >= farBytes)
         return avx2Pick.ofTwo(src, dst, count);
     // The last vector ends with the one byte of the last group that is there for sure. It is read before
     // anything is written.
-    const ByteVector last = OfWords<true>(src + 2 * (count - step) - 1);
-    const std::size_t whole = (count - 1) / step * step;
+    const ByteVector last = OfWords<true>(src + 2 * (count - vectorBytes) - 1);
+    const std::size_t whole = (count - 1) / vectorBytes * vectorBytes;
     if (reinterpret_cast<std::uintptr_t>(src) % 2 == 0) {
         EachOfWords<false>(src, dst, whole);
     } else {
         // Upper bytes of words: behind the first vector a load may begin with the byte before, where words
         // do, and so need not reach into another line of the cache.
         hn::StoreU(OfWords<false>(src), bytes, dst);
-        EachOfWords<true>(src + 2 * step - 1, dst + step, whole - step);
+        EachOfWords<true>(src + 2 * vectorBytes - 1, dst + vectorBytes, whole - vectorBytes);
     }
-    hn::StoreU(last, bytes, dst + count - step);
+    hn::StoreU(last, bytes, dst + count - vectorBytes);
 }
 
 constexpr PickKernels pickKernels{PickOfTwo, Pick<3>, Pick<4>};

@@ -1,10 +1,12 @@
 // Included once for each level, so that its guard changes with the level.
-#if defined(TAVLO_RECODE_WIDE_ROWS_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef TAVLO_RECODE_WIDE_ROWS_INL_H
-#undef TAVLO_RECODE_WIDE_ROWS_INL_H
+#if defined(TAVLO_RECODE_VECTOR_ROWS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef TAVLO_RECODE_VECTOR_ROWS_INL_H
+#undef TAVLO_RECODE_VECTOR_ROWS_INL_H
 #else
-#define TAVLO_RECODE_WIDE_ROWS_INL_H
+#define TAVLO_RECODE_VECTOR_ROWS_INL_H
 #endif
+
+#include "recode/kernels/thresholds.h"
 
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
@@ -23,7 +25,9 @@ using Bytes = hn::ScalableTag<std::uint8_t>;
 using ByteVector = hn::Vec<Bytes>;
 
 constexpr Bytes bytes;
-constexpr std::size_t step = hn::MaxLanes(bytes);
+constexpr std::size_t vectorBytes = hn::MaxLanes(bytes);
+constexpr bool isAvx512 = HWY_TARGET <= HWY_AVX3_DL;
+static_assert(vectorBytes == (isAvx512 ? 64 : 32));
 
 template <class T>
 const T* As(const std::uint8_t* p)
@@ -37,19 +41,20 @@ T* As(std::uint8_t* p)
     return reinterpret_cast<T*>(p);
 }
 
-/// Calls `vector` for every `together` pixels and, for what is left, once more with copies of
+/// Calls `convert` for every `pixelsPerCall` pixels and, for what is left, once more with copies of
 /// it, so that nothing beyond the last pixel is touched. The one call in the text is expanded there, with
 /// what the function object holds in registers.
-template <std::size_t together, std::size_t sourceSize, std::size_t targetSize, class Vector>
-HWY_INLINE void EachVector(const std::uint8_t* src, std::uint8_t* dst, std::size_t count, const Vector vector)
+template <std::size_t pixelsPerCall, std::size_t sourceSize, std::size_t targetSize, class Convert>
+HWY_INLINE void EachVector(const std::uint8_t* src, std::uint8_t* dst, std::size_t count,
+                           const Convert convert)
 {
-    HWY_ALIGN std::uint8_t source[together * sourceSize];
-    HWY_ALIGN std::uint8_t target[together * targetSize];
-    const std::size_t rest = count % together;
+    HWY_ALIGN std::uint8_t source[pixelsPerCall * sourceSize];
+    HWY_ALIGN std::uint8_t target[pixelsPerCall * targetSize];
+    const std::size_t rest = count % pixelsPerCall;
     std::uint8_t* const last = dst + targetSize * (count - rest);
-    for (std::size_t whole = count / together;; whole = 1) {
-        for (; whole != 0; --whole, src += together * sourceSize, dst += together * targetSize)
-            vector(src, dst);
+    for (std::size_t whole = count / pixelsPerCall;; whole = 1) {
+        for (; whole != 0; --whole, src += pixelsPerCall * sourceSize, dst += pixelsPerCall * targetSize)
+            convert(src, dst);
         if (dst != last || rest == 0)
             break;
         std::memset(source, 0, sizeof source);
@@ -60,14 +65,6 @@ HWY_INLINE void EachVector(const std::uint8_t* src, std::uint8_t* dst, std::size
     if (rest != 0)
         std::memcpy(last, target, targetSize * rest);
 }
-
-/// Targets of this many bytes and more displace each other in most caches before anybody reads them. They
-/// are written past the caches, which saves reading their lines first.
-constexpr std::size_t streamedBytes = std::size_t{12} << 20;
-
-/// Targets of this many bytes and more come, with their sources, from beyond the second cache. There, vectors
-/// of 32 bytes are as fast as such memory is, and those of 64 a few percent slower where they compute little.
-constexpr std::size_t farBytes = std::size_t{128} << 10;
 
 /// Of whole and of shorter vectors.
 struct CachedStore
@@ -108,27 +105,28 @@ struct EitherStore
 template <std::size_t pixelSize>
 std::size_t PixelsToAlignment(const std::uint8_t* at, std::size_t count)
 {
-    for (std::size_t i = 0; i < step; ++i)
-        if (reinterpret_cast<std::uintptr_t>(at + i * pixelSize) % step == 0)
+    for (std::size_t i = 0; i < vectorBytes; ++i)
+        if (reinterpret_cast<std::uintptr_t>(at + i * pixelSize) % vectorBytes == 0)
             return i;
     return count;
 }
 
-/// As above, with a third argument for `vector`: what stores whole vectors one behind the other. Large
-/// targets are streamed to, if `vector` outruns the memory, but not in place, where lines are in the cache
+/// As above, with a third argument for `convert`: what stores whole vectors one behind the other. Large
+/// targets are streamed to, if `convert` outruns the memory, but not in place, where lines are in the cache
 /// anyway.
-template <bool outrunsMemory, std::size_t together, std::size_t sourceSize, std::size_t targetSize,
-          class Vector>
+template <bool outrunsMemory, std::size_t pixelsPerCall, std::size_t sourceSize, std::size_t targetSize,
+          class Convert>
 HWY_INLINE void EachVectorTo(const std::uint8_t* src, std::uint8_t* dst, std::size_t count,
-                             const Vector vector)
+                             const Convert convert)
 {
-    static_assert(together * targetSize % step == 0);
+    static_assert(pixelsPerCall * targetSize % vectorBytes == 0);
     const bool large = outrunsMemory && count >= streamedBytes / targetSize && src != dst;
     std::size_t now = large ? PixelsToAlignment<targetSize>(dst, count) : count;
     EitherStore store;
     for (;;) {
-        EachVector<together, sourceSize, targetSize>(
-            src, dst, now, [vector, store](const std::uint8_t* s, std::uint8_t* d) { vector(s, d, store); });
+        EachVector<pixelsPerCall, sourceSize, targetSize>(
+            src, dst, now,
+            [convert, store](const std::uint8_t* s, std::uint8_t* d) { convert(s, d, store); });
         if (now == count)
             break;
         src += sourceSize * now;

@@ -2,7 +2,6 @@
 
 #include "image/encoding.h"
 
-#include <array>
 #include <stdexcept>
 
 namespace Mardu::Sentel::Tavlo {
@@ -56,11 +55,37 @@ PixelType PixelTypeOf(std::int32_t encoding, std::int32_t bits)
     throw std::invalid_argument("Unsupported Tavlo encoding/bits");
 }
 
-int ElementSize(PixelType type) noexcept
+std::optional<PackedSize> ElementSize(PixelType type) noexcept
 {
-    // By code. 64-bit integers and 128-bit complex numbers are not copied, on purpose.
-    static constexpr std::array<int, 20> sizes = {1, 2, 4, 0, 1, 2, 4, 0, 4, 8, 8, 8, 8, 0, 0, 0, 3, 4, 3, 4};
-    return sizes[static_cast<std::size_t>(type)];
+    switch (type) {
+    case PixelType::unsigned8:
+    case PixelType::signed8:
+        return PackedSize(1);
+    case PixelType::unsigned16:
+    case PixelType::signed16:
+        return PackedSize(2);
+    case PixelType::rgb:
+    case PixelType::bgr:
+        return PackedSize(3);
+    case PixelType::unsigned32:
+    case PixelType::signed32:
+    case PixelType::float32:
+    case PixelType::rgba:
+    case PixelType::bgra:
+        return PackedSize(4);
+    case PixelType::float64:
+    case PixelType::complex64:
+    case PixelType::complex64HalfEven:
+    case PixelType::complex64HalfOdd:
+        return PackedSize(8);
+    case PixelType::unsigned64:
+    case PixelType::signed64:
+    case PixelType::complex128:
+    case PixelType::complex128HalfEven:
+    case PixelType::complex128HalfOdd:
+        break; // not copied, on purpose
+    }
+    return std::nullopt;
 }
 
 } // namespace Mardu::Sentel::Tavlo

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "recode/pixels/element.h"
+
 #include <cstdint>
 #include <optional>
 
@@ -37,7 +39,7 @@ std::optional<PixelType> FindPixelType(std::int32_t encoding, std::int32_t bits)
 /// std::invalid_argument "Unsupported Tavlo encoding/bits" for a pair that is no pixel type.
 PixelType PixelTypeOf(std::int32_t encoding, std::int32_t bits);
 
-/// The bytes of one element in a copy; 0 for the types that cannot be copied.
-int ElementSize(PixelType type) noexcept;
+/// The size of one element in a copy; nothing for the types that cannot be copied.
+std::optional<PackedSize> ElementSize(PixelType type) noexcept;
 
 } // namespace Mardu::Sentel::Tavlo

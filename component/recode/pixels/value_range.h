@@ -1,5 +1,8 @@
 #pragma once
 
+#include "recode/pixels/element.h"
+
+#include <array>
 #include <cstdint>
 #include <limits>
 #include <type_traits>
@@ -22,6 +25,15 @@ inline constexpr ValueRange value_range =
                                              static_cast<double>(std::numeric_limits<T>::max()),
                                              static_cast<double>(std::numeric_limits<T>::max()) -
                                                  static_cast<double>(std::numeric_limits<T>::min())};
+
+constexpr ValueRange RangeOf(Element element) noexcept
+{
+    constexpr std::array<ValueRange, elementCount> ranges{
+        value_range<std::int8_t>,   value_range<std::uint8_t>, value_range<std::int16_t>,
+        value_range<std::uint16_t>, value_range<std::int32_t>, value_range<std::uint32_t>,
+        value_range<float>,         value_range<double>};
+    return ranges[IndexOf(element)];
+}
 
 /// The range of an unsigned field of this many bits.
 constexpr ValueRange UnsignedFieldRange(int bits) noexcept

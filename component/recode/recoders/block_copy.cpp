@@ -112,20 +112,20 @@ void PickRows(const Blocks& b) noexcept
 
 } // namespace
 
-void CopyBlock(const SourceBlock& source, const TargetBlock& target, std::size_t elementSize,
+void CopyBlock(const SourceBlock& source, const TargetBlock& target, PackedSize elementSize,
                std::uint64_t width, std::uint64_t height) noexcept
 {
     if (width == 0 || height == 0)
         return;
     Blocks b{source, target, width, height};
     FollowTarget(b);
-    const auto size = static_cast<std::ptrdiff_t>(elementSize);
-    const std::size_t index = SizeIndex(elementSize);
+    const auto size = static_cast<std::ptrdiff_t>(elementSize.Bytes());
+    const std::size_t index = elementSize.Index();
     const MoveKernels& move = ActiveKernels().move;
     if (b.target.strideX != size)
         strided[index](b);
     else if (b.source.strideX == size)
-        CopyRows(b, elementSize * b.width);
+        CopyRows(b, elementSize.Bytes() * b.width);
     else if (b.source.strideX == -size)
         ReverseRows(b, move.reverse[index]);
     else if (b.source.strideY == size)

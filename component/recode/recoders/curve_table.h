@@ -7,15 +7,18 @@
 namespace Mardu::Sentel::Tavlo {
 
 /// The tone curve over all values of an integer field.
-template <class D>
 class CurveTable
 {
 public:
     /// `sign` is the field's sign bit, 0 for unsigned ones.
-    CurveTable(std::size_t count, std::uint32_t sign) : table_(count, sign) {}
+    CurveTable(Element entry, std::size_t count, std::uint32_t sign)
+        : entry_(entry), table_(count, sign, SizeOf(entry))
+    {
+    }
 
+    Element Entry() const noexcept { return entry_; }
     std::size_t Count() const noexcept { return table_.Count(); }
-    const D* Entries() const noexcept { return table_.Entries(); }
+    const std::uint8_t* Entries() const noexcept { return table_.Entries(); }
     bool IsComplete() const noexcept { return table_.IsComplete(); }
 
     /// From now on all entries belong to this curve.
@@ -31,17 +34,16 @@ public:
     /// Makes the entries of these positions valid.
     void Require(const IndexRange& range)
     {
-        table_.Require(range, [this](std::size_t first, std::size_t count, D* entries) {
-            const CurveKernels& kernels = ActiveKernels().curve;
-            const auto& fill = curve_->IsLinear() ? kernels.fillLinear : kernels.fillBent;
-            fill[ElementIndex<D>()](*curve_, first, reinterpret_cast<std::uint8_t*>(entries), count);
+        table_.Require(range, [this](std::size_t first, std::size_t count, std::uint8_t* entries) {
+            ActiveKernels().Of(*curve_).fill[IndexOf(entry_)](*curve_, first, entries, count);
         });
     }
 
     void RequireAll() { Require({0, Count() - 1}); }
 
 private:
-    LazyTable<D> table_;
+    Element entry_;
+    LazyTable table_;
     std::optional<ToneCurve> curve_;
 };
 

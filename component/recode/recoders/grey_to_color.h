@@ -2,185 +2,64 @@
 
 #include "recode/curve/color_ramp.h"
 #include "recode/curve/compact_colors.h"
-#include "recode/recoders/color_recoders.h"
 #include "recode/recoders/lazy_table.h"
-#include "recode/recoders/smaller_form.h"
+#include "recode/recoders/packed_rows.h"
+#include "recode/recoders/recoder_base.h"
 
-#include <array>
-#include <bit>
+#include <memory>
+#include <optional>
 
 namespace Mardu::Sentel::Tavlo {
 
-/// Floats from 0 to 1 share 65536 entries, as many as the finest integer source has;
-/// values outside, and NaN, take the nearest end, NaN the lower one.
-inline constexpr int floatColorBits = 16;
-
 /// Grey to colour, through a table that the colour ramp and the tone curve fill.
+class GreyToColorRecoder : public recoder_base, public recoder_to_color
+{
+public:
+    RecodeResult Recode(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
+                        std::uint64_t height) override;
+    RecodeResult Cast(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
+                      std::uint64_t height) override;
+    void UpdateLUT() override;
+
+protected:
+    GreyToColorRecoder(const TavloDescriptorData& source, const TavloDescriptorData& target,
+                       Element sourceElement);
+
+private:
+    double LastSource() const noexcept;
+    ToneCurve CurveOfTable() const noexcept;
+    void RequireEntries(const SourceBlock& source, std::uint64_t width, std::uint64_t height);
+
+    /// The smaller form of the table, where it serves, or null. It is made for images that it pays for.
+    const CompactColors* Compact(std::uint64_t width, std::uint64_t height);
+
+    bool WritesAlpha() const noexcept;
+    PackedSize TargetSize() const noexcept { return WritesAlpha() ? PackedSize(4) : PackedSize(3); }
+
+    void Run(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
+             std::uint64_t height, PackedConversion convert);
+
+    /// As Run, for a conversion of positions in the table.
+    void RunIndexed(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
+                    std::uint64_t height, PackedConversion convert);
+
+    Element source_;
+    bool swapRB_;
+    LazyTable lut_;
+    /// Nothing: not known yet. Null: this table has no such form.
+    std::optional<std::unique_ptr<CompactColors>> compact_;
+    ColorWalk colors_;
+    ToneCurve curve_;
+};
+
 template <class S, class D>
-class recoder_g2col final : public recoder_base, public recoder_to_color
+class recoder_g2col final : public GreyToColorRecoder
 {
 public:
     recoder_g2col(const TavloDescriptorData& source, const TavloDescriptorData& target)
-        : recoder_base(source, target),
-          swapRB(KeyByte(target.Encoding) == Tavlo_BGR),
-          lut(std::size_t{1} << (isFloat ? floatColorBits : KeyByte(source.Bits)), 0),
-          colors(Colors()),
-          curve(CurveOfTable())
+        : GreyToColorRecoder(source, target, ElementOf<S>())
     {
     }
-
-    RecodeResult Recode(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
-                        std::uint64_t height) override
-    {
-        if (width == 0 || height == 0)
-            return RecodeResult::done;
-        RequireEntries(From(srcPixels), width, height);
-        const LookupKernels& kernels = ActiveKernels().lookup;
-        const auto mask = static_cast<std::uint32_t>(lut.Count() - 1);
-        if (const CompactColors* table = Compact(width, height)) {
-            RunIndexed(srcPixels, dstPixels, width, height,
-                       [&](const std::uint8_t* indices, std::uint8_t* to, std::size_t count) {
-                           kernels.compact(*table, mask, indices, to, count);
-                       });
-            return RecodeResult::done;
-        }
-        const auto lookup = (sizeof(S) == 1 ? kernels.from8 : kernels.from16)[SizeIndex(TargetSize())];
-        RunIndexed(srcPixels, dstPixels, width, height,
-                   [&](const std::uint8_t* indices, std::uint8_t* to, std::size_t count) {
-                       lookup(lut.Entries(), mask, indices, to, count);
-                   });
-        return RecodeResult::done;
-    }
-
-    RecodeResult Cast(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
-                      std::uint64_t height) override
-    {
-        const auto toColor = [bits = KeyByte(src.Bits)](S v) {
-            S value = v;
-            if constexpr (!isFloat)
-                value = sample_field<S>(bits).Value(v);
-            return OpaqueGrey(PlainConversion<D>(value));
-        };
-        Run(srcPixels, dstPixels, width, height,
-            [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-                if (TargetSize() == 4)
-                    ForEachPixel<S, PackedColor>(from, to, count, toColor);
-                else
-                    ForEachPixel<S, std::array<std::uint8_t, 3>>(from, to, count, [&](S v) {
-                        const PackedColor grey = toColor(v);
-                        std::array<std::uint8_t, 3> bytes;
-                        std::memcpy(bytes.data(), &grey, 3);
-                        return bytes;
-                    });
-            });
-        return RecodeResult::done;
-    }
-
-    void UpdateLUT() override
-    {
-        colors = Colors();
-        curve = CurveOfTable();
-        lut.Clear();
-        compact.Clear();
-    }
-
-private:
-    static constexpr bool isFloat = std::is_floating_point_v<S>;
-    static_assert(std::endian::native == std::endian::little, "the lowest byte of a colour comes first");
-
-    /// The linear case counts entries, the other one positions: that is the order of operations that each
-    /// is published with.
-    double LastSource() const noexcept
-    {
-        return Tone().IsLinear() ? static_cast<double>(lut.Count() - 1) : 1.0;
-    }
-
-    ToneCurve CurveOfTable() const noexcept
-    {
-        return ToneCurve(Tone(), LastSource(), value_range<double>, ToneCurve::Bounds::exact);
-    }
-
-    void RequireEntries(const SourceBlock& source, std::uint64_t width, std::uint64_t height)
-    {
-        if (lut.IsComplete())
-            return;
-        const auto needed = sizeof(S) == 2 ? NeededEntries(lut.Count(), 0, source, width, height)
-                                           : IndexRange{0, lut.Count() - 1};
-        const double unit = curve.IsLinear() ? 1.0 : static_cast<double>(lut.Count() - 1);
-        lut.Require(needed, [this, unit](std::size_t first, std::size_t count, PackedColor* entries) {
-            for (std::size_t i = 0; i < count; ++i) {
-                const PackedColor color = colors(curve(static_cast<double>(first + i) / unit));
-                entries[i] = swapRB ? WithRedAndBlueSwapped(color) : color;
-            }
-        });
-    }
-
-    /// The smaller form of the table, where it serves, or null. It is made for images that it pays for.
-    const CompactColors* Compact(std::uint64_t width, std::uint64_t height)
-    {
-        const std::uint64_t enough = 8 * lut.Count();
-        if (sizeof(S) == 1 || TargetSize() != 4 || ActiveKernels().lookup.compact == nullptr ||
-            height < enough / width)
-            return nullptr;
-        return compact.Get([this](CompactColors& table) { return table.Build(lut.Entries(), lut.Count()); });
-    }
-
-    static constexpr PackedColor WithRedAndBlueSwapped(PackedColor c) noexcept
-    {
-        return (c & 0xFF00FF00) | (c & 0xFF) << 16 | (c >> 16 & 0xFF);
-    }
-
-    /// A fourth byte belongs to a pixel by its encoding, and only where the pixels are that far
-    /// apart: a descriptor of 24 bits with smaller strides describes no memory for it.
-    bool WritesAlpha() const noexcept
-    {
-        return HasAlpha(dst) && (KeyByte(dst.Bits) == 32 || dst.Stride_x >= 4);
-    }
-
-    std::size_t TargetSize() const noexcept { return WritesAlpha() ? 4 : 3; }
-
-    void Run(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
-             std::uint64_t height, PackedConversion convert)
-    {
-        ConvertPacked(From(srcPixels), sizeof(S), To(dstPixels), TargetSize(), width, height, convert);
-    }
-
-    /// As Run, for a conversion of positions in the table.
-    template <class Convert>
-    void RunIndexed(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
-                    std::uint64_t height, const Convert& convert)
-    {
-        if constexpr (isFloat)
-            Run(srcPixels, dstPixels, width, height,
-                [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-                    InStretches(from, to, count, convert);
-                });
-        else
-            Run(srcPixels, dstPixels, width, height, convert);
-    }
-
-    /// Turns floats into 16-bit positions in the table, in stretches that stay in the fastest cache.
-    template <class FromIndices>
-    void InStretches(const std::uint8_t* from, std::uint8_t* to, std::size_t count,
-                     const FromIndices& fromIndices)
-    {
-        static const ToneCurve scale({}, 1.0, value_range<std::uint16_t>, ToneCurve::Bounds::exact);
-        const auto toIndex =
-            ActiveKernels().curve.linear[CurveKernels::SourceIndex<float>][ElementIndex<std::uint16_t>()];
-        std::uint16_t indices[1024];
-        for (std::size_t done = 0; done < count; done += std::size(indices)) {
-            const std::size_t now = std::min(count - done, std::size(indices));
-            auto* staged = reinterpret_cast<std::uint8_t*>(indices);
-            toIndex(scale, from + sizeof(float) * done, staged, now);
-            fromIndices(staged, to + TargetSize() * done, now);
-        }
-    }
-
-    bool swapRB;
-    LazyTable<PackedColor> lut;
-    SmallerForm<CompactColors> compact;
-    ColorWalk colors;
-    ToneCurve curve;
 };
 
 } // namespace Mardu::Sentel::Tavlo

@@ -10,16 +10,18 @@ namespace Mardu::Sentel::Tavlo {
 
 /// An entry for every value of an integer field, computed when it is needed first. Entries stand where the
 /// bits of their value, taken as an unsigned number, point; positions count from the smallest value on.
-template <class Entry>
 class LazyTable
 {
 public:
     /// `sign` is the field's sign bit, 0 for unsigned ones.
-    LazyTable(std::size_t count, std::uint32_t sign) : count_(count), sign_(sign) {}
+    LazyTable(std::size_t count, std::uint32_t sign, PackedSize entry)
+        : count_(count), sign_(sign), entrySize_(entry.Bytes())
+    {
+    }
 
     std::size_t Count() const noexcept { return count_; }
     /// Only the required ones are valid.
-    const Entry* Entries() const noexcept { return entries_.get(); }
+    const std::uint8_t* Entries() const noexcept { return entries_.get(); }
 
     bool IsComplete() const noexcept { return begin_ == 0 && end_ == count_; }
 
@@ -32,7 +34,7 @@ public:
     void Require(const IndexRange& range, const Fill& fill)
     {
         if (entries_ == nullptr)
-            entries_ = std::make_unique_for_overwrite<Entry[]>(count_);
+            entries_ = std::make_unique_for_overwrite<std::uint8_t[]>(count_ * entrySize_);
         if (begin_ == end_)
             begin_ = end_ = range.first;
         if (range.first < begin_) {
@@ -52,16 +54,17 @@ private:
     {
         const std::size_t middle = std::clamp<std::size_t>(sign_, begin, end);
         if (begin != middle)
-            fill(begin, middle - begin, &entries_[begin ^ sign_]);
+            fill(begin, middle - begin, &entries_[(begin ^ sign_) * entrySize_]);
         if (middle != end)
-            fill(middle, end - middle, &entries_[middle ^ sign_]);
+            fill(middle, end - middle, &entries_[(middle ^ sign_) * entrySize_]);
     }
 
     std::size_t count_;
     std::size_t sign_;
+    std::size_t entrySize_;
     std::size_t begin_ = 0; ///< the valid positions
     std::size_t end_ = 0;
-    std::unique_ptr<Entry[]> entries_;
+    std::unique_ptr<std::uint8_t[]> entries_;
 };
 
 /// The positions that a block of fields of 16-bit elements needs. A block of fewer pixels than entries needs

@@ -1,190 +1,127 @@
 #pragma once
 
-#include "recode/curve/plain_conversion.h"
 #include "recode/curve/stepped_table.h"
 #include "recode/pixels/sample_field.h"
 #include "recode/recoders/curve_table.h"
 #include "recode/recoders/packed_rows.h"
 #include "recode/recoders/recoder_base.h"
-#include "recode/recoders/smaller_form.h"
+
+#include <memory>
+#include <optional>
 
 namespace Mardu::Sentel::Tavlo {
 
 /// What the families with a table share: an entry for every value of a source of up to
 /// 16 bits, so that a pixel costs one load and one store whatever the parameters are.
-template <class S, class D>
-class recoder_lut : public recoder_base
+class TableRecoder : public recoder_base
 {
 public:
     RecodeResult Recode(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
-                        std::uint64_t height) override
-    {
-        if (const SteppedTable* table = Stepped(width, height)) {
-            const auto byStep = ActiveKernels().lookup.stepped;
-            Run(srcPixels, dstPixels, width, height,
-                [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-                    byStep(*table, from, to, count);
-                });
-            return RecodeResult::done;
-        }
-        if (const auto compute = ComputingLoop()) {
-            Run(srcPixels, dstPixels, width, height,
-                [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-                    compute(lut.Curve(), field.Mask(), field.Sign(), from, to, count);
-                });
-            return RecodeResult::done;
-        }
-        RequireEntries(From(srcPixels), width, height);
-        const LookupKernels& kernels = ActiveKernels().lookup;
-        const auto lookup = (sizeof(S) == 1 ? kernels.from8 : kernels.from16)[SizeIndex(sizeof(D))];
-        Run(srcPixels, dstPixels, width, height,
-            [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-                lookup(lut.Entries(), field.Mask(), from, to, count);
-            });
-        return RecodeResult::done;
-    }
-
+                        std::uint64_t height) override;
     RecodeResult Cast(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
-                      std::uint64_t height) override
-    {
-        if (field.Bits() == 8 * sizeof(S)) {
-            const auto cast = ActiveKernels().cast.cast[ElementIndex<S>()][ElementIndex<D>()];
-            Run(srcPixels, dstPixels, width, height, cast);
-            return RecodeResult::done;
-        }
-        Run(srcPixels, dstPixels, width, height,
-            [f = field](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-                ForEachPixel<S, D>(from, to, count, [f](S v) { return PlainConversion<D>(f.Value(v)); });
-            });
-        return RecodeResult::done;
-    }
-
-    void UpdateLUT() override
-    {
-        const auto last = static_cast<double>(lut.Count() - 1);
-        lut.Use(ToneCurve(Tone(), last, range, ToneCurve::Bounds::whole));
-        stepped.Clear();
-    }
+                      std::uint64_t height) override;
+    void UpdateLUT() override;
 
 protected:
-    recoder_lut(const TavloDescriptorData& source, const TavloDescriptorData& target, int sourceBits,
-                const ValueRange& targetRange)
-        : recoder_base(source, target),
-          field(sourceBits),
-          range(targetRange),
-          lut(field.Count(), field.Sign())
+    /// Which bits of a source's elements hold a value.
+    struct Source
     {
-        UpdateLUT();
+        Element element;
+        SampleField field;
+    };
+
+    template <class S>
+    static constexpr Source Field(int bits)
+    {
+        return {ElementOf<S>(), SampleField(bits, std::is_signed_v<S>)};
     }
+
+    TableRecoder(const TavloDescriptorData& source, const TavloDescriptorData& target,
+                 const Source& sourceField, Element targetElement, const ValueRange& targetRange);
 
 private:
     void Run(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
-             std::uint64_t height, PackedConversion convert)
-    {
-        ConvertPacked(From(srcPixels), sizeof(S), To(dstPixels), sizeof(D), width, height, convert);
-    }
+             std::uint64_t height, PackedConversion convert);
+
+    bool HasWords() const noexcept { return SizeOf(source_.element).Bytes() == 2; }
 
     /// What computes entries of pixels faster than they could be looked up, or null.
-    CurveKernels::OfField ComputingLoop() const
-    {
-        if constexpr (sizeof(S) == 2) {
-            if (lut.Curve().IsLinear())
-                return ActiveKernels().curve.linearOfField[ElementIndex<D>()];
-        }
-        return nullptr;
-    }
+    CurveKernels::OfField ComputingLoop() const;
 
-    void RequireEntries(const SourceBlock& source, std::uint64_t width, std::uint64_t height)
-    {
-        if (lut.IsComplete() || width == 0 || height == 0)
-            return;
-        if constexpr (sizeof(S) == 1)
-            lut.RequireAll();
-        else
-            lut.Require(NeededEntries(lut.Count(), field.Sign(), source, width, height));
-    }
+    void RequireEntries(const SourceBlock& source, std::uint64_t width, std::uint64_t height);
 
     /// The smaller form of the table, where it serves, or null. It is made for images that it pays for.
-    const SteppedTable* Stepped(std::uint64_t width, std::uint64_t height)
-    {
-        if constexpr (sizeof(S) == 2 && sizeof(D) == 1) {
-            const std::uint64_t enough = 2 * lut.Count();
-            if (ActiveKernels().lookup.stepped == nullptr || width == 0 || height < enough / width)
-                return nullptr;
-            lut.RequireAll();
-            return stepped.Get([this](SteppedTable& table) {
-                return table.Build(reinterpret_cast<const std::uint8_t*>(lut.Entries()), field.Bits());
-            });
-        }
-        return nullptr;
-    }
+    const SteppedTable* Stepped(std::uint64_t width, std::uint64_t height);
 
-    sample_field<S> field;
-    ValueRange range;
-    CurveTable<D> lut;
-    SmallerForm<SteppedTable> stepped;
+    Source source_;
+    ValueRange range_;
+    CurveTable lut_;
+    /// Nothing: not known yet. Null: this table has no such form.
+    std::optional<std::unique_ptr<SteppedTable>> stepped_;
 };
 
 /// Sources that use every bit of an 8- or 16-bit element.
 template <class S, class D>
-class recoder final : public recoder_lut<S, D>
+class recoder final : public TableRecoder
 {
 public:
     recoder(const TavloDescriptorData& source, const TavloDescriptorData& target)
-        : recoder_lut<S, D>(source, target, 8 * sizeof(S), value_range<D>)
+        : TableRecoder(source, target, Field<S>(8 * sizeof(S)), ElementOf<D>(), value_range<D>)
     {
     }
 };
 
 /// Sources of 9 to 15 bits, stored in 16-bit elements whose upper bits may hold anything.
 template <class S, class D>
-class recoder_bits final : public recoder_lut<S, D>
+class recoder_bits final : public TableRecoder
 {
 public:
     recoder_bits(const TavloDescriptorData& source, const TavloDescriptorData& target)
-        : recoder_lut<S, D>(source, target, KeyByte(source.Bits), value_range<D>)
+        : TableRecoder(source, target, Field<S>(KeyByte(source.Bits)), ElementOf<D>(), value_range<D>)
     {
     }
 };
 
 /// To targets of 9 to 15 bits: the range ends where the target's field does.
 template <class S, class D>
-class recoder_bits_d final : public recoder_lut<S, D>
+class recoder_bits_d final : public TableRecoder
 {
 public:
     recoder_bits_d(const TavloDescriptorData& source, const TavloDescriptorData& target)
-        : recoder_lut<S, D>(source, target, 8 * sizeof(S), UnsignedFieldRange(KeyByte(target.Bits)))
+        : TableRecoder(source, target, Field<S>(8 * sizeof(S)), ElementOf<D>(),
+                       UnsignedFieldRange(KeyByte(target.Bits)))
     {
     }
 };
 
 /// 32-bit integer and float sources, for which a table would be too large.
-template <class S, class D>
-class recoder_long final : public recoder_base
+class ComputingRecoder : public recoder_base
 {
 public:
-    using recoder_base::recoder_base;
-
     RecodeResult Recode(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
-                        std::uint64_t height) override
+                        std::uint64_t height) override;
+    RecodeResult Cast(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
+                      std::uint64_t height) override;
+
+protected:
+    ComputingRecoder(const TavloDescriptorData& source, const TavloDescriptorData& target,
+                     Element sourceElement, Element targetElement)
+        : recoder_base(source, target), source_(sourceElement), target_(targetElement)
     {
-        const ToneCurve curve(Tone(), value_range<S>.span, value_range<D>, ToneCurve::Bounds::exact);
-        const CurveKernels& kernels = ActiveKernels().curve;
-        const auto& pairs = curve.IsLinear() ? kernels.linear : kernels.bent;
-        const auto convert = pairs[CurveKernels::SourceIndex<S>][ElementIndex<D>()];
-        ConvertPacked(From(srcPixels), sizeof(S), To(dstPixels), sizeof(D), width, height,
-                      [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-                          convert(curve, from, to, count);
-                      });
-        return RecodeResult::done;
     }
 
-    RecodeResult Cast(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
-                      std::uint64_t height) override
+private:
+    Element source_;
+    Element target_;
+};
+
+template <class S, class D>
+class recoder_long final : public ComputingRecoder
+{
+public:
+    recoder_long(const TavloDescriptorData& source, const TavloDescriptorData& target)
+        : ComputingRecoder(source, target, ElementOf<S>(), ElementOf<D>())
     {
-        const auto cast = ActiveKernels().cast.cast[ElementIndex<S>()][ElementIndex<D>()];
-        ConvertPacked(From(srcPixels), sizeof(S), To(dstPixels), sizeof(D), width, height, cast);
-        return RecodeResult::done;
     }
 };
 

@@ -35,14 +35,13 @@ Tile TileFor(const SourceBlock& source, std::size_t pixelSize, std::uint64_t wid
 
 } // namespace
 
-void ConvertPacked(const SourceBlock& source, std::size_t sourceSize, const TargetBlock& target,
-                   std::size_t targetSize, std::uint64_t width, std::uint64_t height,
-                   PackedConversion convert)
+void ConvertPacked(const SourceBlock& source, PackedSize sourceSize, const TargetBlock& target,
+                   PackedSize targetSize, std::uint64_t width, std::uint64_t height, PackedConversion convert)
 {
     if (width == 0 || height == 0)
         return;
-    const auto s = static_cast<std::ptrdiff_t>(sourceSize);
-    const auto d = static_cast<std::ptrdiff_t>(targetSize);
+    const auto s = static_cast<std::ptrdiff_t>(sourceSize.Bytes());
+    const auto d = static_cast<std::ptrdiff_t>(targetSize.Bytes());
     const bool sourcePacked = source.strideX == s;
     const bool targetPacked = target.strideX == d;
     if (sourcePacked && targetPacked) {
@@ -56,7 +55,7 @@ void ConvertPacked(const SourceBlock& source, std::size_t sourceSize, const Targ
 
     Staging before;
     Staging after;
-    const Tile tile = TileFor(source, std::max(sourceSize, targetSize), width);
+    const Tile tile = TileFor(source, std::max(sourceSize.Bytes(), targetSize.Bytes()), width);
     for (std::uint64_t top = 0; top < height; top += tile.height) {
         const std::uint64_t rows = std::min(tile.height, height - top);
         for (std::uint64_t left = 0; left < width; left += tile.width) {
@@ -73,6 +72,18 @@ void ConvertPacked(const SourceBlock& source, std::size_t sourceSize, const Targ
             if (!targetPacked)
                 CopyBlock({after.bytes, d, stagedRow * d}, to, targetSize, columns, rows);
         }
+    }
+}
+
+void ConvertTwice(const Way& way, const std::uint8_t* src, std::uint8_t* dst, std::size_t count,
+                  PackedConversion first, PackedConversion second)
+{
+    alignas(64) std::uint8_t between[2048];
+    const std::size_t stretch = sizeof between / way.between.Bytes();
+    for (std::size_t done = 0; done < count; done += stretch) {
+        const std::size_t now = std::min(count - done, stretch);
+        first(src + way.source.Bytes() * done, between, now);
+        second(between, dst + way.target.Bytes() * done, now);
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "recode/pixels/element.h"
 #include "recode/pixels/strided.h"
 
 #include <cstddef>
@@ -30,11 +31,23 @@ private:
     void (*call_)(const void*, const std::uint8_t*, std::uint8_t*, std::size_t);
 };
 
-/// Walks two blocks of pixels of these sizes, 1, 2, 3, 4 or 8 bytes each, and hands packed
+/// Walks two blocks of pixels of these sizes and hands packed
 /// stretches to a conversion: all pixels at once where they follow one another, rows where those are packed,
 /// and else copies of rows or tiles.
-void ConvertPacked(const SourceBlock& source, std::size_t sourceSize, const TargetBlock& target,
-                   std::size_t targetSize, std::uint64_t width, std::uint64_t height,
+void ConvertPacked(const SourceBlock& source, PackedSize sourceSize, const TargetBlock& target,
+                   PackedSize targetSize, std::uint64_t width, std::uint64_t height,
                    PackedConversion convert);
+
+/// The sizes of packed pixels on their way through two conversions.
+struct Way
+{
+    PackedSize source;
+    PackedSize between;
+    PackedSize target;
+};
+
+/// Two conversions one after the other, in stretches whose pixels between them stay in the fastest cache.
+void ConvertTwice(const Way& way, const std::uint8_t* src, std::uint8_t* dst, std::size_t count,
+                  PackedConversion first, PackedConversion second);
 
 } // namespace Mardu::Sentel::Tavlo

@@ -1,14 +1,16 @@
 #include "recode/recoders/recoder_table.h"
 
+#include "recode/recoders/color_recoders.h"
 #include "recode/recoders/grey_to_color.h"
+#include "recode/recoders/numeric_recoders.h"
 
 #include <algorithm>
 
 namespace Mardu::Sentel::Tavlo {
 namespace {
 
-/// The kinds of pixels that the table tells apart. The first ten are the rows and columns of
-/// the numeric table, in its order.
+/// The kinds of pixels that the table tells apart. They are not PixelType's: recoders know 16 bits from 9 to
+/// 15, and go by low bytes. The first ten are the rows and columns of the numeric table, in its order.
 enum Kind
 {
     unsigned8,
@@ -69,7 +71,7 @@ Kind KindOf(const TavloDescriptorData& descriptor) noexcept
 template <class Recoder>
 std::unique_ptr<recoder_base> New(const TavloDescriptorData& src, const TavloDescriptorData& dst)
 {
-    return std::make_unique<Recoder>(src, dst);
+    return std::unique_ptr<recoder_base>(new Recoder(src, dst));
 }
 
 // The element types, one letter each so that a row of the table fits on a line.

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "image/layout.h"
+#include "tests/component/recode/first_difference.h"
 #include "tests/component/recode/reference.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <random>
+#include <span>
 #include <vector>
 
 /// How the pixels of an image lie in memory.
@@ -52,6 +54,25 @@ public:
     void Set(int x, int y, const reference::Bytes& pixel)
     {
         std::copy_n(pixel.data, pixel.count, Pixel(x, y));
+    }
+
+    /// Equality of all bytes. A failure tells the pixel whose bytes differ, or where between pixels they are.
+    friend testing::AssertionResult SameImage(const MemoryImage& actual, const MemoryImage& expected)
+    {
+        const auto& d = expected.descriptor;
+        const std::ptrdiff_t size = (d.Bits + 7) / 8;
+        for (int y = 0; y < d.Height; ++y)
+            for (int x = 0; x < d.Width; ++x) {
+                const std::ptrdiff_t at =
+                    d.Offset + x * std::ptrdiff_t{d.Stride_x} + y * std::ptrdiff_t{d.Stride_y};
+                const auto pixel = [&](const MemoryImage& image) {
+                    return std::span(image.bytes)
+                        .subspan(static_cast<std::size_t>(at), static_cast<std::size_t>(size));
+                };
+                if (const auto same = SameBytes(pixel(actual), pixel(expected)); !same)
+                    return testing::AssertionFailure() << same.message() << ", at (" << x << ", " << y << ")";
+            }
+        return SameBytes(actual.bytes, expected.bytes, {1, 0, static_cast<std::size_t>(d.Offset)});
     }
 
     Mardu::Sentel::Tavlo::TavloDescriptorData descriptor;

@@ -1,5 +1,7 @@
 #include "recode/recoder_plan.h"
+#include "recode/recoders/color_recoders.h"
 #include "recode/recoders/grey_to_color.h"
+#include "recode/recoders/numeric_recoders.h"
 #include "recode/recoders/recoder_table.h"
 #include "tests/component/recode/reference.h"
 
@@ -146,7 +148,7 @@ void ExpectMadeOrRefused(const Kind& source, const Kind& target)
 
 } // namespace
 
-TEST(Dispatch, HasNinetySixClassesAndNoOther)
+TEST(RecoderTable, HasNinetySixClassesAndNoOther)
 {
     std::set<std::string> used;
     for (const auto& [source, target] : reference::Pairs())
@@ -158,7 +160,7 @@ TEST(Dispatch, HasNinetySixClassesAndNoOther)
         EXPECT_TRUE(classes.contains(name)) << name;
 }
 
-TEST(Dispatch, MakesThePublishedClassOfEveryPair)
+TEST(RecoderTable, MakesTheClassOfEveryPair)
 {
     const Classes classes = AllClasses();
     for (const auto& [source, target] : reference::Pairs())
@@ -166,7 +168,7 @@ TEST(Dispatch, MakesThePublishedClassOfEveryPair)
             << reference::Text(source) << " to " << reference::Text(target);
 }
 
-TEST(Dispatch, KnowsNoOtherPairOfBitsAndEncodings)
+TEST(RecoderTable, KnowsNoOtherPairOfBitsAndEncodings)
 {
     const std::vector<Kind> probes = Probes();
     const std::set<Kind> known(probes.begin(), probes.end());
@@ -191,34 +193,34 @@ TEST(Dispatch, KnowsNoOtherPairOfBitsAndEncodings)
         }
 }
 
-TEST(Dispatch, RefusesEveryOtherTargetWithItsMessage)
+TEST(RecoderPlan, RefusesEveryOtherTargetWithItsMessage)
 {
     for (const Kind& source : Probes())
         for (const Kind& target : EveryKind())
             ExpectMadeOrRefused(source, target);
 }
 
-TEST(Dispatch, RefusesEveryOtherSourceWithItsMessage)
+TEST(RecoderPlan, RefusesEveryOtherSourceWithItsMessage)
 {
     for (const Kind& target : Probes())
         for (const Kind& source : EveryKind())
             ExpectMadeOrRefused(source, target);
 }
 
-TEST(Dispatch, RefusesSixteenBitsToFourByteBGRA)
+TEST(RecoderPlan, RefusesSixteenBitsToFourByteBGRA)
 {
     EXPECT_EQ(Refusal(Descriptor({16, Tavlo_Unsigned}), Descriptor({32, Tavlo_BGRA})),
               "No recoder implemented from Unsigned(16) to BGRA(32)");
     EXPECT_EQ(Refusal(Descriptor({16, Tavlo_Unsigned}), Descriptor({24, Tavlo_BGRA})), "");
 }
 
-TEST(Dispatch, PrintsTwentyFourBitsForThreeChannelsInFourBytes)
+TEST(RecoderPlan, PrintsTwentyFourBitsForThreeChannelsInFourBytes)
 {
     EXPECT_EQ(Refusal(Descriptor({32, Tavlo_RGB}), Descriptor({8, Tavlo_Signed})),
               "No recoder implemented from RGB(24) to Signed(8)");
 }
 
-TEST(Dispatch, TellsPixelTypesApartByOneByteOfEachField)
+TEST(RecoderPlan, TellsPixelTypesApartByOneByteOfEachField)
 {
     EXPECT_EQ(ClassFor({8 + 256, Tavlo_Unsigned + 512}, {24, Tavlo_BGR - 256}),
               ClassFor({8, 0}, {24, Tavlo_BGR}));
@@ -226,7 +228,7 @@ TEST(Dispatch, TellsPixelTypesApartByOneByteOfEachField)
               "No recoder implemented from Unsigned(263) to Unsigned(8)");
 }
 
-TEST(Dispatch, TreatsThreeChannelsInFourBytesAsTwentyFourBits)
+TEST(RecoderPlan, TreatsThreeChannelsInFourBytesAsTwentyFourBits)
 {
     const RecoderPlan plan = MakeRecoder(Descriptor({32, Tavlo_RGB}), Descriptor({32, Tavlo_BGR}));
     EXPECT_EQ(plan.recoder->src.Bits, 24);
@@ -234,7 +236,7 @@ TEST(Dispatch, TreatsThreeChannelsInFourBytesAsTwentyFourBits)
     EXPECT_EQ(ClassFor({32, Tavlo_RGB}, {8, Tavlo_Unsigned}), ClassFor({24, Tavlo_RGB}, {8, Tavlo_Unsigned}));
 }
 
-TEST(Dispatch, PlansTheWholeSourceOfTheCaller)
+TEST(RecoderPlan, PlansTheWholeSourceOfTheCaller)
 {
     const RecoderPlan plan =
         MakeRecoder({7, 5, 8, Tavlo_Unsigned, 0, 1, 7}, {7, 5, 16, Tavlo_Unsigned, 0, 10, 2});
@@ -244,7 +246,7 @@ TEST(Dispatch, PlansTheWholeSourceOfTheCaller)
     EXPECT_EQ(plan.origin, (PixelPoint{0, 0}));
 }
 
-TEST(Dispatch, StartsARecoderAtTheDefaults)
+TEST(RecoderPlan, StartsARecoderAtTheDefaults)
 {
     const RecoderPlan plan = MakeRecoder(Descriptor({8, Tavlo_Unsigned}), Descriptor({16, Tavlo_Unsigned}));
     EXPECT_EQ(plan.recoder->contrast, 1.0);

@@ -8,7 +8,7 @@
 namespace reference {
 namespace {
 
-// Encodings by their published numbers.
+// Encodings by their numbers in the type library.
 constexpr int Unsigned = 0, Signed = 1, Float = 2, RGB = 3, RGBA = 4, BGR = 5, BGRA = 13;
 
 const char* const numericColumns[] = {"8 Unsigned",  "8 Signed",  "9-15 Unsigned", "9-15 Signed",

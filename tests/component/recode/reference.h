@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-// The published rules once more: slow, one pixel at a time, sharing nothing with the product.
+// The rules of docs/recoding.md once more: slow, one pixel at a time, sharing nothing with the product.
 namespace reference {
 
 /// Bits and encoding of a pixel.

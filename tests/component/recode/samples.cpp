@@ -84,7 +84,7 @@ void AppendRandomFloats(Samples& samples, int count, std::mt19937_64& random)
     }
 }
 
-Samples WideSamples(const reference::Kind& kind, int randomCount)
+Samples EdgesAndRandomSamples(const reference::Kind& kind, int randomCount)
 {
     Samples samples{kind, {}};
     std::mt19937_64 random(20240611);
@@ -124,10 +124,11 @@ Samples Elements(const reference::Kind& kind, int count)
 
 Samples ExhaustiveSamples(const reference::Kind& kind, int randomCount)
 {
-    return kind.bits <= 16 ? Elements(kind, kind.bits == 8 ? 256 : 65536) : WideSamples(kind, randomCount);
+    return kind.bits <= 16 ? Elements(kind, kind.bits == 8 ? 256 : 65536)
+                           : EdgesAndRandomSamples(kind, randomCount);
 }
 
 Samples DistinctSamples(const reference::Kind& kind, int randomCount)
 {
-    return kind.bits <= 16 ? Elements(kind, 1 << kind.bits) : WideSamples(kind, randomCount);
+    return kind.bits <= 16 ? Elements(kind, 1 << kind.bits) : EdgesAndRandomSamples(kind, randomCount);
 }

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "recode/kernels/kernels.h"
+#include "recode/kernels/thresholds.h"
+#include "tests/component/recode/first_difference.h"
 
 #include <gtest/gtest.h>
 
@@ -16,9 +18,7 @@
 
 using namespace Mardu::Sentel::Tavlo;
 
-inline constexpr std::size_t sizes[sizeCount] = {1, 2, 3, 4, 8};
-
-/// Every count up to several vectors of the widest level, and some beyond.
+/// Every count up to several vectors of the highest level, and some beyond.
 inline std::vector<std::size_t> Counts()
 {
     std::vector<std::size_t> counts;
@@ -28,18 +28,19 @@ inline std::vector<std::size_t> Counts()
     return counts;
 }
 
-/// Sources and targets of together this many bytes may be gone through in another way.
-inline constexpr std::size_t distantBytes = std::size_t{3} << 20;
+/// Sources and targets together that come from the third cache.
+inline constexpr std::size_t distantImages = distantBytes / 2 * 3;
 
-/// Targets of this many bytes may be written in another way.
-inline constexpr std::size_t largeTarget = std::size_t{16} << 20;
+/// Targets that are written past the caches.
+inline constexpr std::size_t largeTarget = streamedBytes / 3 * 4;
 
-/// With some more, for distant and large ones.
+/// With some more, for far, distant and large ones.
 inline std::vector<std::size_t> CountsAndLargeOnes(std::size_t sourceSize, std::size_t targetSize)
 {
     std::vector<std::size_t> counts = Counts();
     for (std::size_t i = 0; i < 8; ++i)
-        counts.push_back(distantBytes / (sourceSize + targetSize) + 9 * i);
+        counts.push_back(distantImages / (sourceSize + targetSize) + 9 * i);
+    counts.push_back(farBytes / targetSize + 1);
     counts.push_back(largeTarget / targetSize + 100);
     return counts;
 }
@@ -68,13 +69,16 @@ public:
     std::uint8_t* Data() { return all_.get() + misalignment_; }
     const std::uint8_t* Data() const { return all_.get() + misalignment_; }
 
-    friend bool operator==(const Bytes& a, const Bytes& b)
+    /// Equality, of what lies before them, too. `grid` tells a failure where pixels are.
+    friend testing::AssertionResult Same(const Bytes& actual, const Bytes& expected, PixelGrid grid)
     {
-        return std::equal(a.all_.get(), a.all_.get() + a.misalignment_ + a.size_, b.all_.get(),
-                          b.all_.get() + b.misalignment_ + b.size_);
+        grid.first = expected.misalignment_;
+        return SameBytes(actual.All(), expected.All(), grid);
     }
 
 private:
+    std::span<const std::uint8_t> All() const { return {all_.get(), misalignment_ + size_}; }
+
     static constexpr std::align_val_t alignment{64};
 
     struct Delete
@@ -96,7 +100,7 @@ private:
 class Kernel : public testing::TestWithParam<SimdLevel>
 {
 protected:
-    const Kernels& wide_ = KernelsOf(GetParam());
+    const Kernels& vectors_ = KernelsOf(GetParam());
     const Kernels& plain_ = KernelsOf(SimdLevel::plain);
     std::mt19937 random_{7};
 };
@@ -104,7 +108,7 @@ protected:
 /// Loops over packed pixels give the same bytes, for every count, at odd addresses and, where `inPlace`,
 /// with the source as the target. `run` takes the loops, the source, the target and the count.
 template <class Run>
-void ExpectSamePixels(const Kernels& wide, const Kernels& plain, std::size_t sourceSize,
+void ExpectSamePixels(const Kernels& vectors, const Kernels& plain, std::size_t sourceSize,
                       std::size_t targetSize, bool inPlace, std::mt19937& random, const Run& run,
                       const std::vector<std::size_t>& counts = Counts())
 {
@@ -114,20 +118,20 @@ void ExpectSamePixels(const Kernels& wide, const Kernels& plain, std::size_t sou
         Bytes expected(count * targetSize, random() % 64, random);
         Bytes actual = expected;
         run(plain, source.Data(), expected.Data(), count);
-        run(wide, source.Data(), actual.Data(), count);
-        ASSERT_TRUE(actual == expected);
+        run(vectors, source.Data(), actual.Data(), count);
+        ASSERT_TRUE(Same(actual, expected, {targetSize}));
         if (inPlace) {
             Bytes expectedThere = source;
             Bytes actualThere = source;
             run(plain, expectedThere.Data(), expectedThere.Data(), count);
-            run(wide, actualThere.Data(), actualThere.Data(), count);
-            ASSERT_TRUE(actualThere == expectedThere) << "in place";
+            run(vectors, actualThere.Data(), actualThere.Data(), count);
+            ASSERT_TRUE(Same(actualThere, expectedThere, {targetSize})) << "in place";
         }
     }
 }
 
 /// The levels above the plain one that this machine has.
-inline std::vector<SimdLevel> WideLevels()
+inline std::vector<SimdLevel> VectorLevels()
 {
     std::vector<SimdLevel> levels;
     for (const SimdLevel level : simdLevels)

@@ -16,10 +16,10 @@ class LookupKernel : public Kernel
 TEST_P(LookupKernel, LooksUpBytes)
 {
     for (std::size_t i = 0; i < sizeCount; ++i) {
-        SCOPED_TRACE(sizes[i]);
-        const Bytes table(256 * (sizes[i] == 3 ? 4 : sizes[i]), 8, random_);
+        SCOPED_TRACE(packedSizes[i]);
+        const Bytes table(256 * (packedSizes[i] == 3 ? 4 : packedSizes[i]), 8, random_);
         ExpectSamePixels(
-            wide_, plain_, 1, sizes[i], sizes[i] == 1, random_,
+            vectors_, plain_, 1, packedSizes[i], packedSizes[i] == 1, random_,
             [&](const Kernels& kernels, const std::uint8_t* src, std::uint8_t* dst, std::size_t count) {
                 kernels.lookup.from8[i](table.Data(), 0xFF, src, dst, count);
             });
@@ -30,11 +30,12 @@ TEST_P(LookupKernel, LooksUpFieldsOfEveryWidth)
 {
     for (int bits = 9; bits <= 16; ++bits)
         for (std::size_t i = 0; i < sizeCount; ++i) {
-            SCOPED_TRACE(std::to_string(bits) + " bits to " + std::to_string(sizes[i]));
-            const Bytes table((std::size_t{1} << bits) * (sizes[i] == 3 ? 4 : sizes[i]), 8, random_);
+            SCOPED_TRACE(std::to_string(bits) + " bits to " + std::to_string(packedSizes[i]));
+            const Bytes table((std::size_t{1} << bits) * (packedSizes[i] == 3 ? 4 : packedSizes[i]), 8,
+                              random_);
             const std::uint32_t mask = (1u << bits) - 1;
             ExpectSamePixels(
-                wide_, plain_, 2, sizes[i], sizes[i] == 2, random_,
+                vectors_, plain_, 2, packedSizes[i], packedSizes[i] == 2, random_,
                 [&](const Kernels& kernels, const std::uint8_t* src, std::uint8_t* dst, std::size_t count) {
                     kernels.lookup.from16[i](table.Data(), mask, src, dst, count);
                 });
@@ -50,7 +51,7 @@ TEST_P(LookupKernel, FindsTheRangeOfFields)
         for (const auto& [mask, sign] :
              {std::pair{0xFFFFu, 0u}, {0xFFFFu, 0x8000u}, {0xFFFu, 0x800u}, {0x1FFu, 0u}}) {
             const IndexRange expected = plain_.lookup.rangeOf16(mask, sign, source.Data(), count);
-            const IndexRange actual = wide_.lookup.rangeOf16(mask, sign, source.Data(), count);
+            const IndexRange actual = vectors_.lookup.rangeOf16(mask, sign, source.Data(), count);
             ASSERT_EQ(actual.first, expected.first) << count;
             ASSERT_EQ(actual.last, expected.last) << count;
         }
@@ -59,7 +60,7 @@ TEST_P(LookupKernel, FindsTheRangeOfFields)
 
 TEST_P(LookupKernel, StepsThroughATableLikeLookingItUp)
 {
-    if (wide_.lookup.stepped == nullptr)
+    if (vectors_.lookup.stepped == nullptr)
         return; // This level looks all bytes up.
     std::vector<std::uint8_t> source(2 * 65536 + 2 * 77);
     for (std::size_t i = 0; i < source.size() / 2; ++i) {
@@ -68,7 +69,6 @@ TEST_P(LookupKernel, StepsThroughATableLikeLookingItUp)
     }
     std::vector<std::uint8_t> expected(source.size() / 2);
     std::vector<std::uint8_t> actual(source.size() / 2);
-    SteppedTable stepped;
     int built = 0;
     for (int bits = 9; bits <= 16; ++bits)
         for (const double contrast : {1.0, 1.2, 0.3, -1.0, 2.9, 7.5, 30.0}) {
@@ -77,33 +77,34 @@ TEST_P(LookupKernel, StepsThroughATableLikeLookingItUp)
             const ToneCurve curve({contrast, contrast < 0 ? 1.0 : 0.0, 1.0, 1.0},
                                   static_cast<double>(table.size() - 1), value_range<std::uint8_t>,
                                   ToneCurve::Bounds::whole);
-            plain_.curve.fillLinear[ElementIndex<std::uint8_t>()](curve, 0, table.data(), table.size());
-            if (!stepped.Build(table.data(), bits))
+            plain_.linear.fill[ElementIndex<std::uint8_t>()](curve, 0, table.data(), table.size());
+            const auto stepped = SteppedTable::Of(table.data(), bits);
+            if (stepped == nullptr)
                 continue;
             ++built;
             const auto mask = static_cast<std::uint32_t>(table.size() - 1);
             plain_.lookup.from16[0](table.data(), mask, source.data(), expected.data(), expected.size());
-            wide_.lookup.stepped(stepped, source.data(), actual.data(), actual.size());
-            ASSERT_EQ(actual, expected);
+            vectors_.lookup.stepped(*stepped, source.data(), actual.data(), actual.size());
+            ASSERT_TRUE(SamePixels(actual, expected));
         }
     EXPECT_GE(built, 30);
 }
 
 TEST(SteppedTable, HasNoFormForManyStepsOrLargeOnes)
 {
-    SteppedTable stepped;
     std::vector<std::uint8_t> table(65536);
-    EXPECT_TRUE(stepped.Build(table.data(), 16));
-    EXPECT_EQ(stepped.Steps(), 0u);
+    const auto flat = SteppedTable::Of(table.data(), 16);
+    ASSERT_NE(flat, nullptr);
+    EXPECT_EQ(flat->Steps(), 0u);
 
     table[300] = 2; // by two, and back
-    EXPECT_FALSE(stepped.Build(table.data(), 16));
+    EXPECT_EQ(SteppedTable::Of(table.data(), 16), nullptr);
     table[300] = 1; // up and down
-    EXPECT_FALSE(stepped.Build(table.data(), 16));
+    EXPECT_EQ(SteppedTable::Of(table.data(), 16), nullptr);
 
     for (std::size_t i = 0; i < table.size(); ++i)
         table[i] = static_cast<std::uint8_t>(std::min<std::size_t>(i / 16, 255));
-    EXPECT_FALSE(stepped.Build(table.data(), 16)) << "sixteen in a block";
+    EXPECT_EQ(SteppedTable::Of(table.data(), 16), nullptr) << "sixteen in a block";
 }
 
 TEST_P(LookupKernel, LooksColorsUpInTheCompactTable)
@@ -117,16 +118,16 @@ TEST_P(LookupKernel, LooksColorsUpInTheCompactTable)
             for (std::size_t k = 0; k < CompactColors::blockSize; ++k)
                 table[i + k] = smallest + (static_cast<PackedColor>(random_()) & 0x01010101);
         }
-        CompactColors compact;
-        ASSERT_TRUE(compact.Build(table.data(), table.size()));
+        const auto compact = CompactColors::Of(table.data(), table.size());
+        ASSERT_NE(compact, nullptr);
         const auto mask = static_cast<std::uint32_t>(table.size() - 1);
         ExpectSamePixels(
-            wide_, plain_, 2, 4, false, random_,
+            vectors_, plain_, 2, 4, false, random_,
             [&](const Kernels& kernels, const std::uint8_t* src, std::uint8_t* dst, std::size_t count) {
-                if (&kernels == &wide_)
-                    kernels.lookup.compact(compact, mask, src, dst, count);
+                if (&kernels == &vectors_)
+                    kernels.lookup.compact(*compact, mask, src, dst, count);
                 else
-                    kernels.lookup.from16[SizeIndex(4)](table.data(), mask, src, dst, count);
+                    kernels.lookup.from16[PackedSize(4).Index()](table.data(), mask, src, dst, count);
             },
             CountsAndLargeOnes(2, 4));
     }
@@ -134,23 +135,25 @@ TEST_P(LookupKernel, LooksColorsUpInTheCompactTable)
 
 TEST(CompactColors, HasNoFormWhereNeighboursDifferByMoreThanOne)
 {
-    CompactColors compact;
+    const auto hasForm = [](const std::vector<PackedColor>& entries) {
+        return CompactColors::Of(entries.data(), entries.size()) != nullptr;
+    };
     std::vector<PackedColor> table(512, 0xFE00FE01);
-    EXPECT_TRUE(compact.Build(table.data(), table.size()));
+    EXPECT_TRUE(hasForm(table));
     for (int byte = 0; byte < 4; ++byte)
         for (const std::size_t i : {std::size_t{0}, std::size_t{13}, std::size_t{511}}) {
             std::vector<PackedColor> steep = table;
             steep[i] ^= PackedColor{1} << (8 * byte);
-            EXPECT_TRUE(compact.Build(steep.data(), steep.size())) << byte << ", " << i;
+            EXPECT_TRUE(hasForm(steep)) << byte << ", " << i;
             steep[i] = table[i] ^ PackedColor { 2 } << (8 * byte);
-            EXPECT_FALSE(compact.Build(steep.data(), steep.size())) << byte << ", " << i;
+            EXPECT_FALSE(hasForm(steep)) << byte << ", " << i;
             steep[i] = table[i] ^ PackedColor { 0x80 } << (8 * byte);
-            EXPECT_FALSE(compact.Build(steep.data(), steep.size())) << byte << ", " << i;
+            EXPECT_FALSE(hasForm(steep)) << byte << ", " << i;
         }
     for (std::size_t i = 0; i < table.size(); ++i)
         table[i] = static_cast<PackedColor>(i / CompactColors::blockSize % 2) * 0xFFFFFFFF;
-    EXPECT_TRUE(compact.Build(table.data(), table.size())) << "blocks may be anything";
+    EXPECT_TRUE(hasForm(table)) << "blocks may be anything";
 }
 
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(LookupKernel);
-INSTANTIATE_TEST_SUITE_P(Levels, LookupKernel, testing::ValuesIn(WideLevels()), LevelName);
+INSTANTIATE_TEST_SUITE_P(Levels, LookupKernel, testing::ValuesIn(VectorLevels()), LevelName);

@@ -10,8 +10,8 @@ using namespace Mardu::Sentel::Tavlo;
 
 namespace {
 
-/// The published code of a pair; -1 for one that has none.
-int PublishedCode(int encoding, int bits)
+/// The code of a pair as clients know it; -1 for one that has none.
+int KnownCode(int encoding, int bits)
 {
     switch (encoding * 1000 + bits) {
     case 8:
@@ -66,11 +66,11 @@ int CodeOf(int encoding, int bits)
 
 } // namespace
 
-TEST(PixelTypeOf, GivesThePublishedCodeOfEveryPair)
+TEST(PixelTypeOf, GivesTheKnownCodeOfEveryPair)
 {
     for (int encoding = 0; encoding < 20; ++encoding)
         for (int bits = 0; bits < 300; ++bits)
-            ASSERT_EQ(CodeOf(encoding, bits), PublishedCode(encoding, bits)) << encoding << ", " << bits;
+            ASSERT_EQ(CodeOf(encoding, bits), KnownCode(encoding, bits)) << encoding << ", " << bits;
 }
 
 TEST(PixelTypeOf, RefusesAnUnknownPairByName)

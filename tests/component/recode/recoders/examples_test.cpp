@@ -12,7 +12,7 @@
 
 using namespace Mardu::Sentel::Tavlo;
 
-// Single pixels whose results are known by heart, and the decisions that no published rule makes.
+// Single pixels whose results are known by heart, and those of docs/recoding.md, "Decisions".
 namespace {
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
