@@ -5,17 +5,18 @@
 
 namespace Mardu::Sentel::Tavlo {
 
-/// As long as this lives, the thread computes as conversions are described: to the nearest, with the smallest numbers,
-/// in full precision, and without exceptions of the processor. Then it computes as it did before.
+/// As long as this lives, the thread computes as conversions are described: to the nearest, with the smallest
+/// numbers, in full precision, and without exceptions of the processor. Then it computes as it did before.
 ///
-/// The compiler knows nothing of such modes. What is computed meanwhile is in functions that are not expanded where
-/// this lives: see InDefaultArithmetic.
+/// The compiler knows nothing of such modes. What is computed meanwhile is in functions that are not expanded
+/// where this lives: see InDefaultArithmetic.
 class DefaultArithmetic
 {
 public:
     DefaultArithmetic() noexcept : vectors_(_mm_getcsr())
     {
-        // Usually nothing is to be done, and reading costs least. Notes of what happened stay as they are then.
+        // Usually nothing is to be done, and reading costs least. Notes of what happened stay as they are
+        // then.
         asm volatile("fnstcw %0" : "=m"(x87_));
         if (AreVectorsSet())
             _mm_setcsr(defaultVectors);
@@ -57,7 +58,7 @@ template <class Compute>
 auto InDefaultArithmetic(const Compute& compute)
 {
     // By a pointer that the compiler cannot see through, so that nothing of it comes before or behind.
-    auto (*call)(const Compute&) = +[](const Compute& c) { return c(); };
+    auto(*call)(const Compute&) = +[](const Compute& c) { return c(); };
     asm volatile("" : "+r"(call));
     const DefaultArithmetic arithmetic;
     return call(compute);

@@ -24,8 +24,8 @@ HWY_INLINE ByteVector Picked(const std::uint8_t* src)
     return v[0];
 }
 
-/// No row of the bench. At AVX2 one channel of three was picked with 4 times the plain loop's speed, one of four with
-/// 3 times.
+/// No row of the bench. At AVX2 one channel of three was picked with 4 times the plain loop's speed, one of
+/// four with 3 times.
 template <std::size_t distance>
 void Pick(const std::uint8_t* src, std::uint8_t* dst, std::size_t count)
 {
