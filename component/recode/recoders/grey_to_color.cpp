@@ -4,6 +4,7 @@
 
 #include <array>
 #include <bit>
+#include <optional>
 
 namespace Mardu::Sentel::Tavlo {
 namespace {
@@ -58,11 +59,18 @@ RecodeResult GreyToColorRecoder::Recode(const std::uint8_t* srcPixels, std::uint
 {
     if (width == 0 || height == 0)
         return RecodeResult::done;
-    RequireEntries(From(srcPixels), width, height);
+    std::optional<PixelsRead> pixels;
+    if (!lut_.IsComplete() && source_ == Element::unsigned16) {
+        pixels.emplace(lut_.Count(), From(srcPixels), width, height);
+        RequireEntries(pixels->NeededEntries(lut_.Count(), 0, width, height));
+    } else {
+        RequireEntries({0, lut_.Count() - 1});
+    }
+    const SourceBlock source = pixels ? pixels->Source() : From(srcPixels);
     const LookupKernels& kernels = ActiveKernels().lookup;
     const auto mask = static_cast<std::uint32_t>(lut_.Count() - 1);
     if (const CompactColors* table = Compact(width, height)) {
-        RunIndexed(srcPixels, dstPixels, width, height,
+        RunIndexed(source, dstPixels, width, height,
                    [&](const std::uint8_t* indices, std::uint8_t* to, std::size_t count) {
                        kernels.compact(*table, mask, indices, to, count);
                    });
@@ -70,7 +78,7 @@ RecodeResult GreyToColorRecoder::Recode(const std::uint8_t* srcPixels, std::uint
     }
     const auto& lookups = source_ == Element::unsigned8 ? kernels.from8 : kernels.from16;
     const auto lookup = lookups[TargetSize().Index()];
-    RunIndexed(srcPixels, dstPixels, width, height,
+    RunIndexed(source, dstPixels, width, height,
                [&](const std::uint8_t* indices, std::uint8_t* to, std::size_t count) {
                    lookup(lut_.Entries(), mask, indices, to, count);
                });
@@ -84,7 +92,7 @@ RecodeResult GreyToColorRecoder::Cast(const std::uint8_t* srcPixels, std::uint8_
     const Way way{SizeOf(source_), PackedSize(1), TargetSize()};
     const auto toBytes = ActiveKernels().cast.cast[IndexOf(source_)][IndexOf(Element::unsigned8)];
     const auto toGreys = way.target.Bytes() == 4 ? GreysOfFourBytes : GreysOfThreeBytes;
-    Run(srcPixels, dstPixels, width, height,
+    Run(From(srcPixels), dstPixels, width, height,
         [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
             ConvertTwice(way, from, to, count, toBytes, toGreys);
         });
@@ -111,12 +119,8 @@ ToneCurve GreyToColorRecoder::CurveOfTable() const noexcept
     return ToneCurve(Tone(), LastSource(), value_range<double>, ToneCurve::Bounds::exact);
 }
 
-void GreyToColorRecoder::RequireEntries(const SourceBlock& source, std::uint64_t width, std::uint64_t height)
+void GreyToColorRecoder::RequireEntries(const IndexRange& needed)
 {
-    if (lut_.IsComplete())
-        return;
-    const auto needed = source_ == Element::unsigned16 ? NeededEntries(lut_.Count(), 0, source, width, height)
-                                                       : IndexRange{0, lut_.Count() - 1};
     const double unit = curve_.IsLinear() ? 1.0 : static_cast<double>(lut_.Count() - 1);
     lut_.Require(needed, [this, unit](std::size_t first, std::size_t count, std::uint8_t* entries) {
         for (std::size_t i = 0; i < count; ++i) {
@@ -144,23 +148,22 @@ bool GreyToColorRecoder::WritesAlpha() const noexcept
     return HasAlpha(dst) && (KeyByte(dst.Bits) == 32 || dst.Stride_x >= 4);
 }
 
-void GreyToColorRecoder::Run(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
+void GreyToColorRecoder::Run(const SourceBlock& source, std::uint8_t* dstPixels, std::uint64_t width,
                              std::uint64_t height, PackedConversion convert)
 {
-    ConvertPacked(From(srcPixels), SizeOf(source_), To(dstPixels), TargetSize(), width, height, convert);
+    ConvertPacked(source, SizeOf(source_), To(dstPixels), TargetSize(), width, height, convert);
 }
 
-void GreyToColorRecoder::RunIndexed(const std::uint8_t* srcPixels, std::uint8_t* dstPixels,
-                                    std::uint64_t width, std::uint64_t height, PackedConversion convert)
+void GreyToColorRecoder::RunIndexed(const SourceBlock& source, std::uint8_t* dstPixels, std::uint64_t width,
+                                    std::uint64_t height, PackedConversion convert)
 {
     if (source_ != Element::float32)
-        return Run(srcPixels, dstPixels, width, height, convert);
+        return Run(source, dstPixels, width, height, convert);
     const Way way{SizeOf(source_), PackedSize(2), TargetSize()};
     const auto toIndices = IndicesOfFloats;
-    Run(srcPixels, dstPixels, width, height,
-        [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-            ConvertTwice(way, from, to, count, toIndices, convert);
-        });
+    Run(source, dstPixels, width, height, [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+        ConvertTwice(way, from, to, count, toIndices, convert);
+    });
 }
 
 } // namespace Mardu::Sentel::Tavlo

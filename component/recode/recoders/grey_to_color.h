@@ -28,7 +28,7 @@ protected:
 private:
     double LastSource() const noexcept;
     ToneCurve CurveOfTable() const noexcept;
-    void RequireEntries(const SourceBlock& source, std::uint64_t width, std::uint64_t height);
+    void RequireEntries(const IndexRange& needed);
 
     /// The smaller form of the table, where it serves, or null. It is made for images that it pays for.
     const CompactColors* Compact(std::uint64_t width, std::uint64_t height);
@@ -36,11 +36,11 @@ private:
     bool WritesAlpha() const noexcept;
     PackedSize TargetSize() const noexcept { return WritesAlpha() ? PackedSize(4) : PackedSize(3); }
 
-    void Run(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
-             std::uint64_t height, PackedConversion convert);
+    void Run(const SourceBlock& source, std::uint8_t* dstPixels, std::uint64_t width, std::uint64_t height,
+             PackedConversion convert);
 
     /// As Run, for a conversion of positions in the table.
-    void RunIndexed(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
+    void RunIndexed(const SourceBlock& source, std::uint8_t* dstPixels, std::uint64_t width,
                     std::uint64_t height, PackedConversion convert);
 
     Element source_;

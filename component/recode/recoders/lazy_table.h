@@ -4,6 +4,7 @@
 #include "recode/pixels/strided.h"
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 
 namespace Mardu::Sentel::Tavlo {
@@ -67,20 +68,42 @@ private:
     std::unique_ptr<std::uint8_t[]> entries_;
 };
 
-/// The positions that a block of fields of 16-bit elements needs. A block of fewer pixels than entries needs
-/// few of them, mostly close to each other; for others it is not looked at.
-inline IndexRange NeededEntries(std::size_t count, std::uint32_t sign, const SourceBlock& source,
-                                std::uint64_t width, std::uint64_t height)
+/// Pixels of 16-bit elements whose entries alone are made. Images are shared memory, which may be written
+/// while it is read: what a value was when its entry was made is no rule for what it is when it is looked
+/// up. So these pixels are read once, into memory of this thread's own, and both are done there.
+class PixelsRead
 {
-    if (width == 0 || source.strideX != 2 || height >= count / width)
-        return {0, count - 1};
-    const auto rangeOf = ActiveKernels().lookup.rangeOf16;
-    IndexRange needed{count - 1, 0};
-    for (std::uint64_t y = 0; y < height; ++y) {
-        const IndexRange row = rangeOf(static_cast<std::uint32_t>(count - 1), sign, source.Row(y), width);
-        needed = {std::min(needed.first, row.first), std::max(needed.last, row.last)};
+public:
+    /// Of a block that is not empty. Leaves the pixels where they are if the table is better made whole: if
+    /// there are as many of them as entries, or they are far apart.
+    PixelsRead(std::size_t entries, const SourceBlock& source, std::uint64_t width, std::uint64_t height)
+        : source_(source)
+    {
+        if (source.strideX != 2 || height >= entries / width)
+            return;
+        const auto row = static_cast<std::size_t>(2 * width);
+        pixels_ = std::make_unique_for_overwrite<std::uint8_t[]>(row * static_cast<std::size_t>(height));
+        for (std::uint64_t y = 0; y < height; ++y)
+            std::memcpy(&pixels_[row * static_cast<std::size_t>(y)], source.Row(y), row);
+        source_ = {pixels_.get(), 2, static_cast<std::ptrdiff_t>(row)};
     }
-    return needed;
-}
+
+    /// Where they are to be looked up from.
+    const SourceBlock& Source() const noexcept { return source_; }
+
+    /// The positions in a table of these many entries that they need.
+    IndexRange NeededEntries(std::size_t entries, std::uint32_t sign, std::uint64_t width,
+                             std::uint64_t height) const
+    {
+        if (pixels_ == nullptr)
+            return {0, entries - 1};
+        return ActiveKernels().lookup.rangeOf16(static_cast<std::uint32_t>(entries - 1), sign, pixels_.get(),
+                                                static_cast<std::size_t>(width * height));
+    }
+
+private:
+    std::unique_ptr<std::uint8_t[]> pixels_;
+    SourceBlock source_;
+};
 
 } // namespace Mardu::Sentel::Tavlo

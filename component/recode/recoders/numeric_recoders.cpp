@@ -15,6 +15,8 @@ TableRecoder::TableRecoder(const TavloDescriptorData& source, const TavloDescrip
 RecodeResult TableRecoder::Recode(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
                                   std::uint64_t height)
 {
+    if (width == 0 || height == 0)
+        return RecodeResult::done;
     const SampleField& field = source_.field;
     const LookupKernels& kernels = ActiveKernels().lookup;
     if (const SteppedTable* table = Stepped(width, height)) {
@@ -31,12 +33,18 @@ RecodeResult TableRecoder::Recode(const std::uint8_t* srcPixels, std::uint8_t* d
             });
         return RecodeResult::done;
     }
-    RequireEntries(From(srcPixels), width, height);
     const auto lookup = (HasWords() ? kernels.from16 : kernels.from8)[SizeOf(lut_.Entry()).Index()];
-    Run(srcPixels, dstPixels, width, height,
-        [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-            lookup(lut_.Entries(), field.Mask(), from, to, count);
-        });
+    const auto look = [&](const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+        lookup(lut_.Entries(), field.Mask(), from, to, count);
+    };
+    if (lut_.IsComplete() || !HasWords()) {
+        lut_.RequireAll();
+        Run(srcPixels, dstPixels, width, height, look);
+        return RecodeResult::done;
+    }
+    const PixelsRead pixels(lut_.Count(), From(srcPixels), width, height);
+    lut_.Require(pixels.NeededEntries(lut_.Count(), field.Sign(), width, height));
+    RunFrom(pixels.Source(), dstPixels, width, height, look);
     return RecodeResult::done;
 }
 
@@ -71,8 +79,14 @@ void TableRecoder::UpdateLUT()
 void TableRecoder::Run(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
                        std::uint64_t height, PackedConversion convert)
 {
-    ConvertPacked(From(srcPixels), SizeOf(source_.element), To(dstPixels), SizeOf(lut_.Entry()), width,
-                  height, convert);
+    RunFrom(From(srcPixels), dstPixels, width, height, convert);
+}
+
+void TableRecoder::RunFrom(const SourceBlock& source, std::uint8_t* dstPixels, std::uint64_t width,
+                           std::uint64_t height, PackedConversion convert)
+{
+    ConvertPacked(source, SizeOf(source_.element), To(dstPixels), SizeOf(lut_.Entry()), width, height,
+                  convert);
 }
 
 CurveKernels::OfField TableRecoder::ComputingLoop() const
@@ -80,21 +94,11 @@ CurveKernels::OfField TableRecoder::ComputingLoop() const
     return HasWords() ? ActiveKernels().Of(lut_.Curve()).ofField[IndexOf(lut_.Entry())] : nullptr;
 }
 
-void TableRecoder::RequireEntries(const SourceBlock& source, std::uint64_t width, std::uint64_t height)
-{
-    if (lut_.IsComplete() || width == 0 || height == 0)
-        return;
-    if (HasWords())
-        lut_.Require(NeededEntries(lut_.Count(), source_.field.Sign(), source, width, height));
-    else
-        lut_.RequireAll();
-}
-
 const SteppedTable* TableRecoder::Stepped(std::uint64_t width, std::uint64_t height)
 {
     const std::uint64_t enough = 2 * lut_.Count();
     if (!HasWords() || SizeOf(lut_.Entry()).Bytes() != 1 || ActiveKernels().lookup.stepped == nullptr ||
-        width == 0 || height < enough / width)
+        height < enough / width)
         return nullptr;
     if (!stepped_) {
         lut_.RequireAll();

@@ -42,13 +42,13 @@ protected:
 private:
     void Run(const std::uint8_t* srcPixels, std::uint8_t* dstPixels, std::uint64_t width,
              std::uint64_t height, PackedConversion convert);
+    void RunFrom(const SourceBlock& source, std::uint8_t* dstPixels, std::uint64_t width,
+                 std::uint64_t height, PackedConversion convert);
 
     bool HasWords() const noexcept { return SizeOf(source_.element).Bytes() == 2; }
 
     /// What computes entries of pixels faster than they could be looked up, or null.
     CurveKernels::OfField ComputingLoop() const;
-
-    void RequireEntries(const SourceBlock& source, std::uint64_t width, std::uint64_t height);
 
     /// The smaller form of the table, where it serves, or null. It is made for images that it pays for.
     const SteppedTable* Stepped(std::uint64_t width, std::uint64_t height);
