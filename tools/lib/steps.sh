@@ -34,4 +34,4 @@ start_wine() {
   tools/wine net start RpcSs </dev/null >/dev/null 2>&1 || true
 }
 
-stop_wine() { [ ! -e "$TAVLO_WINEPREFIX" ] || wine_server -k || true; }
+stop_wine() { [ ! -e "${TAVLO_WINEPREFIX:-}" ] || wine_server -k || true; }
