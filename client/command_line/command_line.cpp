@@ -82,8 +82,9 @@ private:
     std::string Version(bool isJson) const
     {
         const std::string version(program_.version);
-        return isJson ? JsonLine({{"program", programName}, {"version", version}})
-                      : std::string(programName) + ' ' + version + '\n';
+        if (isJson)
+            return JsonLine({{"program", programName}, {"version", version}});
+        return std::string(programName) + ' ' + version + '\n';
     }
 
     Invocation NoCommand(const std::string& name, bool isJson) const;
