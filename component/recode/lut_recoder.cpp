@@ -1,5 +1,6 @@
 #include "recode/lut_recoder.h"
 
+#include "recode/curve/default_arithmetic.h"
 #include "recode/run_plan.h"
 
 namespace Mardu::Sentel::Tavlo {
@@ -23,10 +24,12 @@ RecodeResult LUTRecoder::Cast(const std::uint8_t* src, std::uint8_t* dst, const 
 
 PackedColor LUTRecoder::GetColor(double position) const
 {
-    if (ramp_ != nullptr)
-        return ramp_->ColorAt(position);
-    const ToneCurve curve(plan_.recoder->Tone(), 1.0, value_range<double>, ToneCurve::Bounds::exact);
-    return OpaqueGrey(Quantise<std::uint8_t>(curve(position) * 255.0));
+    return InDefaultArithmetic([&]() -> PackedColor {
+        if (ramp_ != nullptr)
+            return ramp_->ColorAt(position);
+        const ToneCurve curve(plan_.recoder->Tone(), 1.0, value_range<double>, ToneCurve::Bounds::exact);
+        return OpaqueGrey(Quantise<std::uint8_t>(curve(position) * 255.0));
+    });
 }
 
 RecodeResult LUTRecoder::SetColor(double position, PackedColor color)

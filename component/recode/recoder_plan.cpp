@@ -2,6 +2,7 @@
 
 #include "image/encoding.h"
 #include "image/wrapping.h"
+#include "recode/curve/default_arithmetic.h"
 #include "recode/recoders/recoder_table.h"
 
 #include <stdexcept>
@@ -67,7 +68,7 @@ RecoderPlan MakeRecoder(const TavloDescriptorData& srcDescriptor, const TavloDes
     const RecoderMaker make = FindRecoder(src, dst);
     if (make == nullptr)
         throw std::runtime_error("No recoder implemented from " + NameOf(src) + " to " + NameOf(dst));
-    plan.recoder = make(src, dst);
+    plan.recoder = InDefaultArithmetic([&] { return make(src, dst); });
     return plan;
 }
 

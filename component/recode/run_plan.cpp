@@ -1,5 +1,6 @@
 #include "recode/run_plan.h"
 
+#include "recode/curve/default_arithmetic.h"
 #include "recode/pixels/strided.h"
 #include "recode/rewrite.h"
 
@@ -164,11 +165,13 @@ RecodeResult RunRecoder(RecoderPlan& plan, const std::uint8_t* src, std::uint8_t
     const auto walk = WalkOf(plan, src, dst, task);
     if (!walk)
         return RecodeResult::invalidArgument;
-    if (recoder.lutStale) {
-        recoder.UpdateLUT();
-        recoder.lutStale = false;
-    }
-    return recoder.Recode(walk->src, walk->dst, walk->width, walk->height);
+    return InDefaultArithmetic([&] {
+        if (recoder.lutStale) {
+            recoder.UpdateLUT();
+            recoder.lutStale = false;
+        }
+        return recoder.Recode(walk->src, walk->dst, walk->width, walk->height);
+    });
 }
 
 RecodeResult RunCast(RecoderPlan& plan, const std::uint8_t* src, std::uint8_t* dst, const PixelRect* rect,
@@ -181,8 +184,9 @@ RecodeResult RunCast(RecoderPlan& plan, const std::uint8_t* src, std::uint8_t* d
     if (HasSamePixelType(recoder))
         return CopyTurned(plan, recoder.src, src, dst, task);
     const auto walk = WalkOf(plan, src, dst, task);
-    return walk ? recoder.Cast(walk->src, walk->dst, walk->width, walk->height)
-                : RecodeResult::invalidArgument;
+    if (!walk)
+        return RecodeResult::invalidArgument;
+    return InDefaultArithmetic([&] { return recoder.Cast(walk->src, walk->dst, walk->width, walk->height); });
 }
 
 } // namespace Mardu::Sentel::Tavlo
