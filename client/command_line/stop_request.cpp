@@ -17,9 +17,8 @@ BOOL WINAPI OnControl(DWORD signal)
     return (signal == CTRL_C_EVENT || signal == CTRL_BREAK_EVENT) && event != nullptr && SetEvent(event);
 }
 
-void ReadToTheEnd() noexcept
+void ReadToTheEnd(HANDLE input) noexcept
 {
-    const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
     char c = 0;
     DWORD count = 0;
     while (ReadFile(input, &c, 1, &count, nullptr) && count == 1 && c != '\n' && c != '\r') {
@@ -31,18 +30,22 @@ void ReadToTheEnd() noexcept
 StopRequest::StopRequest() : event_(CreateEventW(nullptr, TRUE, FALSE, nullptr))
 {
     constexpr std::string_view purpose = "wait for the end of the input";
-    HANDLE forReader = nullptr;
-    if (!event_ || !DuplicateHandle(GetCurrentProcess(), event_.get(), GetCurrentProcess(), &forReader, 0,
-                                    FALSE, DUPLICATE_SAME_ACCESS))
+    if (!event_)
         ThrowLastError(purpose);
-    // Nothing takes a thread out of a read of a pipe or a console: it may outlive this object.
-    const std::shared_ptr<void> done(forReader, CloseHandle);
-    RunUnattended(
-        [done] {
-            ReadToTheEnd();
-            SetEvent(done.get());
-        },
-        purpose);
+    if (const HANDLE input = GetStdHandle(STD_INPUT_HANDLE); TellsOfTheEnd(input)) {
+        HANDLE forReader = nullptr;
+        if (!DuplicateHandle(GetCurrentProcess(), event_.get(), GetCurrentProcess(), &forReader, 0, FALSE,
+                             DUPLICATE_SAME_ACCESS))
+            ThrowLastError(purpose);
+        // Nothing takes a thread out of a read of a pipe or a console: it may outlive this object.
+        const std::shared_ptr<void> done(forReader, CloseHandle);
+        RunUnattended(
+            [done, input] {
+                ReadToTheEnd(input);
+                SetEvent(done.get());
+            },
+            purpose);
+    }
     interrupted = event_.get();
     SetConsoleCtrlHandler(OnControl, TRUE);
 }
@@ -51,6 +54,12 @@ StopRequest::~StopRequest()
 {
     SetConsoleCtrlHandler(OnControl, FALSE);
     interrupted = nullptr;
+}
+
+bool TellsOfTheEnd(HANDLE input) noexcept
+{
+    DWORD mode = 0;
+    return GetFileType(input) == FILE_TYPE_PIPE || GetConsoleMode(input, &mode);
 }
 
 } // namespace Mardu::Sentel::Tavlo::Client

@@ -4,9 +4,9 @@
 
 namespace Mardu::Sentel::Tavlo::Client {
 
-/// How a user ends a command that goes on until then: Enter, the end of the input, or
-/// Ctrl+C, which ends the program no other way as long as this object lives. One object
-/// at a time; it takes the standard input.
+/// How a user ends a command that goes on until then: Enter or the end of the input, where that is a
+/// console or a pipe, and Ctrl+C, which ends the program no other way as long as this object lives.
+/// One object at a time; it takes the standard input.
 class StopRequest
 {
 public:
@@ -23,5 +23,9 @@ public:
 private:
     Handle event_;
 };
+
+/// Whether the end of such an input is somebody's wish. A file and the null device, which services
+/// and build machines give to programs, are at their end from the start, and tell nothing.
+bool TellsOfTheEnd(HANDLE input) noexcept;
 
 } // namespace Mardu::Sentel::Tavlo::Client

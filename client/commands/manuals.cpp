@@ -23,8 +23,8 @@ const Manual publishManual = {
                 "publish PICTURE --section SECTION [OPTION...]",
     .description =
         "Makes an image of the first picture in the file, and keeps it until Enter or Ctrl+C is pressed "
-        "or the input ends. Prints how the other commands take the image, a line for --section and one "
-        "for --name.\n\n"
+        "or an input that is a console or a pipe ends. Prints how the other commands take the image, a line "
+        "for --section and one for --name.\n\n"
         "A name or section that is in use already is an error, and what has it stays as it is.",
     .examples = {{"Publish under a name", "tavlo publish scan.tif --name scan"},
                  {"For programs that open the memory themselves", "tavlo publish scan.tif --section scan"},
@@ -62,9 +62,10 @@ const Manual watchManual = {
     .synopsis = "watch NAME [OPTION...]",
     .description =
         "Prints left, top, right and bottom of every update of a published image as soon as somebody "
-        "reports it, until Enter or Ctrl+C is pressed, the input ends, or --count updates have come. Fails "
-        "when "
-        "the publishing process ends.\n\n"
+        "reports it, until Enter or Ctrl+C is pressed, an input that is a console or a pipe ends, or --count "
+        "updates have come. Fails when the publishing process or the subscription ends.\n\n"
+        "Of updates that come faster than they are printed, 4096 wait; further ones are merged into the "
+        "last rectangle, and a note says how many.\n\n"
         "A section alone has nobody who tells of updates, so the image is named.",
     .examples = {{"Every update", "tavlo watch scan"},
                  {"The next one only, without the note before it", "tavlo watch scan --count 1 --quiet"},

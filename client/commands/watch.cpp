@@ -40,19 +40,32 @@ void PrintStart(const std::string& name, DWORD process, const Descriptor& geomet
                   {"geometry", JsonOf(geometry)}});
 }
 
-/// Waits for one of the events. When the process behind the image is not known, the image
-/// itself is asked every second whether it is still there.
-DWORD WaitForAny(std::vector<HANDLE> events, HANDLE publisher, ITavlo2& image, std::string_view purpose)
+/// What a reader who has fallen behind did not see one by one.
+void PrintMerged(std::int64_t count, const Console& console)
 {
+    console.Note("merged " + std::to_string(count) + (count == 1 ? " update" : " updates") +
+                     " into the last rectangle\n",
+                 {{"event", "merged"}, {"count", count}});
+}
+
+/// Waits for one of the events. The subscription is asked every second whether it goes on, and so is
+/// the image whether it is still there, when the process behind it is not known.
+DWORD WaitForAny(std::vector<HANDLE> events, HANDLE publisher, ITavlo2& image,
+                 const tavlo::subscription& subscription, std::string_view purpose)
+{
+    constexpr DWORD period = 1000;
     if (publisher != nullptr)
         events.push_back(publisher);
     for (;;) {
-        const DWORD came = WaitForMultipleObjects(static_cast<DWORD>(events.size()), events.data(), FALSE,
-                                                  publisher == nullptr ? 1000 : INFINITE);
+        const DWORD came =
+            WaitForMultipleObjects(static_cast<DWORD>(events.size()), events.data(), FALSE, period);
         if (came == WAIT_FAILED)
             ThrowLastError(purpose);
         if (came != WAIT_TIMEOUT)
             return came - WAIT_OBJECT_0;
+        CheckSubscription(subscription, purpose);
+        if (publisher != nullptr)
+            continue;
         tavlo::com_ptr<ITavloDescriptor2> descriptor;
         Check(image.get_Descriptor(descriptor.put()), purpose);
     }
@@ -84,12 +97,16 @@ void Watch(const WatchOptions& options, const Console& console)
     const std::string purpose = "watch '" + options.name + "' any longer";
     std::int32_t count = 0;
     for (;;) {
-        const DWORD came = WaitForAny({updates.Event(), end.Event()}, publisher.get(), *image.get(), purpose);
-        for (const Rectangle& dirty : updates.Take()) {
+        const DWORD came =
+            WaitForAny({updates.Event(), end.Event()}, publisher.get(), *image.get(), subscription, purpose);
+        const UpdateQueue::Updates changes = updates.Take();
+        for (const Rectangle& dirty : changes.rectangles) {
             PrintUpdate(dirty, ++count, console);
             if (count == options.count)
                 return;
         }
+        if (changes.merged > 0)
+            PrintMerged(changes.merged, console);
         if (came == Ended)
             return;
         if (came != Updated)

@@ -104,15 +104,17 @@ TEST_F(CommandProgressTest, Publish)
 {
     // An input that has ended: publish waits for nothing.
     const HANDLE before = GetStdHandle(STD_INPUT_HANDLE);
-    const HANDLE nothing = CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                       OPEN_EXISTING, 0, nullptr);
-    SetStdHandle(STD_INPUT_HANDLE, nothing);
+    HANDLE ended = nullptr;
+    HANDLE writing = nullptr;
+    ASSERT_TRUE(CreatePipe(&ended, &writing, nullptr, 0));
+    CloseHandle(writing);
+    SetStdHandle(STD_INPUT_HANDLE, ended);
     const std::string picture = Picture();
     const std::string name = "tavlo-test-published-" + std::to_string(GetCurrentProcessId());
     ExpectProgress({"publish", picture, "--name", name}, {"reading"});
     ExpectProgress({"publish", picture, "--section", name}, {"reading"});
     SetStdHandle(STD_INPUT_HANDLE, before);
-    CloseHandle(nothing);
+    CloseHandle(ended);
 }
 
 TEST_F(CommandProgressTest, List)

@@ -7,6 +7,7 @@ named_test.py [--group NAME] -- RUNNER... PROGRAM
 import os
 import signal
 import struct
+import subprocess
 import uuid
 
 from program import ProgramTest, Running, main, pictures
@@ -152,6 +153,45 @@ class Listing(NamedTest):
             result = self.run_program("list", *arguments)
             self.assertEqual((result.code, result.output), (2, ""))
             self.assertIn(part, result.errors)
+
+
+class NoInput(NamedTest):
+    """Services and build machines start programs with the null device, or a file, as their input: it is
+    at its end at once, and that is nobody's wish to stop."""
+
+    def inputs(self):
+        with open(self.path("input.txt"), "wb") as file:
+            file.write(b"\n")
+        yield subprocess.DEVNULL
+        with open(self.path("input.txt"), "rb") as file:
+            yield file
+
+    def test_publish_goes_on(self):
+        for stdin in self.inputs():
+            name = self.unused_name()
+            with self.start("publish", self.grey16(), "--name", name, stdin=stdin) as publisher:
+                self.assertIn("--name", publisher.next_line())
+                self.assert_done(self.run_program("info", name))
+                self.assertIsNone(publisher.process.poll())
+                self.assert_done(publisher.end())
+
+    def test_watch_goes_on(self):
+        with self.publish_named() as publisher:
+            for stdin in self.inputs():
+                with self.start("watch", publisher.name, stdin=stdin) as watcher:
+                    self.assertTrue(watcher.next_line().startswith("watching "))
+                    for rectangle in ("1,2,3,4", "5,6,7,8"):
+                        self.paint(publisher.name, "--rect", rectangle)
+                        self.assertEqual(watcher.next_line(), rectangle + "\n")
+                    self.assert_done(watcher.end())
+
+    def test_a_script_goes_on(self):
+        self.write("wait.js", b"WScript.Echo('begins'); WScript.Sleep(100); WScript.Echo('ends');")
+        with self.publish_named() as publisher:
+            for stdin in self.inputs():
+                with self.start("script", "wait.js", publisher.name, stdin=stdin) as script:
+                    self.assertEqual([script.next_line().rstrip() for _ in range(2)], ["begins", "ends"])
+                    self.assert_done(script.wait())
 
 
 class Foreign(NamedTest):

@@ -2,6 +2,7 @@
 
 import os
 import queue
+import signal
 import struct
 import subprocess
 import sys
@@ -93,14 +94,14 @@ class Output:
 class Running:
     """A process of the program that goes on until the with block ends, or the process itself."""
 
-    def __init__(self, folder, *arguments, other=None):
+    def __init__(self, folder, *arguments, other=None, stdin=subprocess.PIPE):
         """other: a program that is run in the client's place."""
         self.output, self.errors = Output(), Output()
         self.process = subprocess.Popen(
             (program[:-1] + [other] if other else program) + list(arguments),
             cwd=folder,
             env=ENVIRONMENT,
-            stdin=subprocess.PIPE,
+            stdin=stdin,
             stdout=self.output.target,
             stderr=self.errors.target,
         )
@@ -117,10 +118,14 @@ class Running:
         return None if line is None else line.decode("utf-8")
 
     def end(self, last_input=b""):
-        """Its result, with the lines that nobody has taken, once it has ended."""
+        """Its result, with the lines that nobody has taken, once it has ended: with its input, or by Ctrl+C
+        where that is none of ours."""
         try:
-            self.process.stdin.write(last_input)
-            self.process.stdin.close()
+            if self.process.stdin is None:
+                self.process.send_signal(signal.SIGINT)
+            else:
+                self.process.stdin.write(last_input)
+                self.process.stdin.close()
         except OSError:
             pass  # it has ended already
         return self.wait()
@@ -144,7 +149,8 @@ class Running:
         self.output.finish()
         self.errors.finish()
         try:
-            self.process.stdin.close()
+            if self.process.stdin is not None:
+                self.process.stdin.close()
         except OSError:
             pass
 
@@ -204,8 +210,8 @@ class ProgramTest(unittest.TestCase):
     def publish(self, picture, *options, **more):
         return Publisher(self.folder, picture, *options, **more)
 
-    def start(self, *arguments):
-        return Running(self.folder, *arguments)
+    def start(self, *arguments, **more):
+        return Running(self.folder, *arguments, **more)
 
     def run_program(self, *arguments):
         return run(*arguments, folder=self.folder)
