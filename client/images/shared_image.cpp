@@ -42,6 +42,10 @@ std::int64_t ReadableBytes(const void* base)
 void CheckSamples(const Descriptor& descriptor, std::int64_t sampleSize, const void* base,
                   std::string_view purpose)
 {
+    if (!HasPixels(descriptor))
+        throw Failure(E_INVALIDARG, purpose,
+                      "it has " + std::to_string(descriptor.width) + " x " +
+                          std::to_string(descriptor.height) + " pixels");
     const ByteRange range = BytesTouched(descriptor, sampleSize);
     const std::int64_t size = ReadableBytes(base);
     if (range.begin < 0 || range.end > size) {

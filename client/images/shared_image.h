@@ -39,7 +39,8 @@ OpenedImage Open(const ImageOptions& options, TavloAccess access = Tavlo_ReadOnl
 /// Decodes a picture into an image of the picture's geometry.
 void Fill(const tavlo::image& image, const PictureFile& picture, const PartsDone& rowsDone = {});
 
-/// Read access to an image of which every sample is known to lie in its section.
+/// Read access to an image of which every sample is known to lie in its section, whatever its
+/// geometry says: that comes from users and from other processes.
 class Reader
 {
 public:

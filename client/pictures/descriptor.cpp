@@ -129,6 +129,8 @@ std::optional<Descriptor> PackedGeometry(std::int32_t width, std::int32_t height
 
 ByteRange BytesTouched(const Descriptor& descriptor, std::int64_t sampleSize) noexcept
 {
+    if (!HasPixels(descriptor))
+        return {descriptor.offset, descriptor.offset};
     const std::int64_t dx = (std::int64_t{descriptor.width} - 1) * descriptor.strideX;
     const std::int64_t dy = (std::int64_t{descriptor.height} - 1) * descriptor.strideY;
     const std::int64_t first = descriptor.offset;

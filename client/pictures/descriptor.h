@@ -76,6 +76,12 @@ inline constexpr std::string_view imageSizeLimit = "an image has at most 2147483
 std::optional<Descriptor> PackedGeometry(std::int32_t width, std::int32_t height,
                                          const PixelType& type) noexcept;
 
+/// Whether there is anything to be read at all; another process may say that there is not.
+inline bool HasPixels(const Descriptor& descriptor) noexcept
+{
+    return descriptor.width > 0 && descriptor.height > 0;
+}
+
 /// Bytes of an image's memory, counted from its byte 0; end is exclusive.
 struct ByteRange
 {
@@ -85,7 +91,7 @@ struct ByteRange
     friend bool operator==(const ByteRange&, const ByteRange&) = default;
 };
 
-/// The bytes that reading every sample of sampleSize bytes touches.
+/// The bytes that reading every sample of sampleSize bytes touches; none of an image without pixels.
 ByteRange BytesTouched(const Descriptor& descriptor, std::int64_t sampleSize) noexcept;
 
 /// The size in bytes of the image's memory: the end of its furthest element.

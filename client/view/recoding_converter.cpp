@@ -3,22 +3,39 @@
 #include "client/images/shared_image.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <limits>
 
 namespace Mardu::Sentel::Tavlo::Client::View {
 namespace {
 
 constexpr std::string_view purpose = "convert the image's pixels into colours";
 
-/// Every step-th pixel of every step-th row, as an image of its own.
-Descriptor Sampled(Descriptor d, std::int32_t step) noexcept
+/// Whether a descriptor can hold this stride.
+bool Fits(std::int64_t stride) noexcept
 {
-    d.offset += FirstSample(d.width, step) * d.strideX + FirstSample(d.height, step) * d.strideY;
-    const Size samples = {SamplesOf(d.width, step), SamplesOf(d.height, step)};
-    d.strideX = samples.width > 1 ? d.strideX * step : d.strideX;
-    d.strideY = samples.height > 1 ? d.strideY * step : d.strideY;
-    d.width = samples.width;
-    d.height = samples.height;
-    return d;
+    return stride >= std::numeric_limits<std::int32_t>::min() &&
+           stride <= std::numeric_limits<std::int32_t>::max();
+}
+
+/// How many samples at this distance may be converted at once, so that the ways along both axes
+/// together stay within the 32 bits that the component counts in.
+std::int32_t AtOnce(std::int32_t samples, std::int64_t stride) noexcept
+{
+    constexpr std::int64_t reach = 1 << 30;
+    const std::int64_t fitting = reach / std::max<std::int64_t>(std::abs(stride), 1);
+    return static_cast<std::int32_t>(std::clamp<std::int64_t>(fitting, 1, std::max(samples, 1)));
+}
+
+/// The samples as an image of its own that begins at byte 0. A stride that a descriptor cannot hold
+/// is left out: of such samples only one at a time is walked over.
+Descriptor DescriptorOf(const SampledGeometry& sampled, const PixelType& type) noexcept
+{
+    const auto held = [](std::int64_t stride) {
+        return Fits(stride) ? static_cast<std::int32_t>(stride) : 0;
+    };
+    return {sampled.samples.width, sampled.samples.height, type.bits, type.encoding, 0,
+            held(sampled.strideX), held(sampled.strideY)};
 }
 
 Route RequiredRoute(const Descriptor& descriptor)
@@ -88,7 +105,8 @@ void RecodingConverter::Prepare(std::int32_t step, std::ptrdiff_t rowPixels)
 {
     if (step == step_ && rowPixels == rowPixels_)
         return;
-    const Descriptor samples = Sampled(image_, step);
+    sampled_ = SampledOf(image_, step);
+    const Descriptor samples = DescriptorOf(sampled_, image_.Type());
     const auto row = static_cast<std::int32_t>(rowPixels);
     // Three bytes in four, with blue first, are what windows show; alpha takes the fourth.
     const bool hasAlpha = route_ == Route::Alpha;
@@ -113,20 +131,37 @@ void RecodingConverter::Prepare(std::int32_t step, std::ptrdiff_t rowPixels)
 void RecodingConverter::Convert(const Rectangle& samples, std::int32_t step, const Surface& out)
 {
     Prepare(step, out.rowPixels);
-    const tavlo::rect part = {samples.left, samples.top, samples.right, samples.bottom};
-    const tavlo::recode_source source(source_, base_);
+    const std::int32_t width = samples.right - samples.left;
+    const std::int32_t height = samples.bottom - samples.top;
+    const std::int32_t columns = AtOnce(width, sampled_.strideX);
+    const std::int32_t rows = AtOnce(height, sampled_.strideY);
+    for (std::int32_t y = 0; y < height; y += rows) {
+        for (std::int32_t x = 0; x < width; x += columns) {
+            const std::uint8_t* const first = base_ + sampled_.At(samples.left + x, samples.top + y);
+            ConvertBlock(first, {std::min(columns, width - x), std::min(rows, height - y)},
+                         {out.Row(y) + x, out.rowPixels});
+        }
+    }
+    if (route_ == Route::Alpha)
+        ShowThrough(samples, out);
+}
+
+/// first is the first sample of a block, wherever in the image's memory: nothing but the block is
+/// computed in the 32 bits that the component has.
+void RecodingConverter::ConvertBlock(const std::uint8_t* first, const Size& block, const Surface& out)
+{
+    const tavlo::rect part = {0, 0, block.width, block.height};
+    const tavlo::recode_source source(source_, first);
     const tavlo::recode_target target(colors_, out.pixels);
     if (!ramp_) {
         Attempt(purpose, [&] { tone_.recode(source, target, {.from = part}); });
-        if (route_ == Route::Alpha)
-            ShowThrough(samples, out);
         return;
     }
-    const std::int32_t height = samples.bottom - samples.top;
-    grey_.resize(std::max(grey_.size(), static_cast<std::size_t>(out.rowPixels * height)));
+    grey_.resize(std::max(grey_.size(),
+                          static_cast<std::size_t>(out.rowPixels) * static_cast<std::size_t>(block.height)));
     Attempt(purpose, [&] {
         tone_.recode(source, {greys_, grey_.data()}, {.from = part});
-        ramp_.recode({greys_, grey_.data()}, target, {.from = tavlo::rect{0, 0, part.width(), height}});
+        ramp_.recode({greys_, grey_.data()}, target, {.from = part});
     });
 }
 

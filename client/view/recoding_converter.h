@@ -6,6 +6,7 @@
 #include "client/view/painter.h"
 #include "client/view/ramps.h"
 #include "client/view/rendering.h"
+#include "client/view/sampled_geometry.h"
 
 #include <vector>
 
@@ -25,6 +26,7 @@ public:
 private:
     void Prepare(std::int32_t step, std::ptrdiff_t rowPixels);
     void Apply();
+    void ConvertBlock(const std::uint8_t* first, const Size& block, const Surface& out);
 
     Descriptor image_;
     const std::uint8_t* base_;
@@ -33,6 +35,7 @@ private:
     tavlo::recoder service_;
 
     std::int32_t step_ = 0;
+    SampledGeometry sampled_;
     std::ptrdiff_t rowPixels_ = 0;
     tavlo::descriptor source_;
     tavlo::descriptor colors_;

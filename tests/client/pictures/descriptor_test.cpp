@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include <stdexcept>
 #include <string>
 
@@ -137,6 +139,25 @@ TEST(ImageSizeTest, IsTheEndOfTheFurthestElement)
     EXPECT_EQ(ImageSize({4, 3, 8, Encoding::Unsigned, 8, 1, -4}), 12);
     EXPECT_EQ(ImageSize({2, 2, 8, Encoding::Unsigned, 0, 3, 6}), 12);
     EXPECT_EQ(ImageSize({1, 1, 28, Encoding::Data, 100, 5, 5}), 128);
+}
+
+TEST(BytesTouchedTest, AnImageWithoutPixelsTouchesNone)
+{
+    constexpr std::int32_t least = std::numeric_limits<std::int32_t>::min();
+    EXPECT_EQ(BytesTouched({0, 3, 8, Encoding::Unsigned, 7, 1, 4}, 1), (ByteRange{7, 7}));
+    EXPECT_EQ(BytesTouched({4, -3, 8, Encoding::Unsigned, 7, 1, 4}, 1), (ByteRange{7, 7}));
+    EXPECT_EQ(BytesTouched({least, least, 8, Encoding::Unsigned, 7, least, least}, 1), (ByteRange{7, 7}));
+}
+
+TEST(BytesTouchedTest, TheLargestGeometryIsCountedIn64Bits)
+{
+    constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
+    constexpr std::int32_t least = std::numeric_limits<std::int32_t>::min();
+    constexpr std::int64_t far = (std::int64_t{most} - 1) * most;
+    EXPECT_EQ(BytesTouched({most, most, 8, Encoding::Unsigned, most, most, most}, 8),
+              (ByteRange{most, most + 2 * far + 8}));
+    EXPECT_EQ(BytesTouched({most, most, 8, Encoding::Unsigned, 0, least, least}, 8).begin,
+              2 * ((std::int64_t{most} - 1) * least));
 }
 
 } // namespace

@@ -221,6 +221,29 @@ class Foreign(NamedTest):
             self.assert_failed(result, IN_USE, "the name is in use")
             self.assertEqual(self.listed(name), f"{name}: 4 x 3, Unsigned(8), process unknown")
 
+    def test_geometry_that_lies_outside_its_memory(self):
+        least, most = -2147483648, 2147483647
+        for geometry, part in (
+            ("5000,5000,8,0,0,1,5000", "but the section has the bytes 0 to 4096"),
+            ("4,3,8,0,4093,1,4", "but the section has"),
+            ("4,3,8,0,-1,1,4", "but the section has"),
+            ("4,3,8,0,0,-1,4", "but the section has"),
+            ("4,3,8,0,0,1,-4", "but the section has"),
+            (f"{most},{most},8,0,{most},{most},{most}", "but the section has"),
+            (f"{most},{most},8,0,0,{least},{least}", "but the section has"),
+            # Computed with 32 bits, this would lie inside.
+            ("65537,65537,8,0,0,65536,65536", "but the section has"),
+            ("0,3,8,0,0,1,4", "pixels"),
+            ("4,-3,8,0,0,1,4", "pixels"),
+            (f"{least},{least},8,0,0,{least},{least}", "pixels"),
+        ):
+            name = self.unused_name()
+            with self.enter(name, geometry):
+                for command in (["info", name], ["paint", name], ["export", name, "out.png"], ["view", name]):
+                    with self.subTest(geometry=geometry, command=command[0]):
+                        self.assert_failed(self.run_program(*command), part)
+        self.assertEqual(os.listdir(self.folder), [])
+
     def test_what_is_no_image(self):
         name = self.unused_name()
         with self.enter(name, "nothing"):
