@@ -60,9 +60,9 @@ TEST(RecodingConverterTest, ConvertsRowsThatAreTwoGibibytesApart)
             memory.Row(y)[x] = static_cast<std::uint8_t>(50 * y + 10 * x);
     }
     // The same samples side by side.
-    const std::array<std::uint8_t, 4> near = {60, 80, 160, 180};
+    const std::array<std::uint8_t, 4> packed = {60, 80, 160, 180};
     EXPECT_EQ(ColorsOf({4, 5, 8, Encoding::Unsigned, 0, 1, gibi}, memory.Row(0), 2),
-              ColorsOf({2, 2, 8, Encoding::Unsigned, 0, 1, 2}, near.data(), 1));
+              ColorsOf({2, 2, 8, Encoding::Unsigned, 0, 1, 2}, packed.data(), 1));
 }
 
 } // namespace
