@@ -223,16 +223,18 @@ class Foreign(NamedTest):
 
     def test_geometry_that_lies_outside_its_memory(self):
         least, most = -2147483648, 2147483647
+        # Images of other processes are refused by the C++ layer already.
+        outside = "its geometry reaches outside its memory"
         for geometry, part in (
-            ("5000,5000,8,0,0,1,5000", "but the section has the bytes 0 to 4096"),
-            ("4,3,8,0,4093,1,4", "but the section has"),
-            ("4,3,8,0,-1,1,4", "but the section has"),
-            ("4,3,8,0,0,-1,4", "but the section has"),
-            ("4,3,8,0,0,1,-4", "but the section has"),
-            (f"{most},{most},8,0,{most},{most},{most}", "but the section has"),
-            (f"{most},{most},8,0,0,{least},{least}", "but the section has"),
+            ("5000,5000,8,0,0,1,5000", outside),
+            ("4,3,8,0,4093,1,4", outside),
+            ("4,3,8,0,-1,1,4", outside),
+            ("4,3,8,0,0,-1,4", outside),
+            ("4,3,8,0,0,1,-4", outside),
+            (f"{most},{most},8,0,{most},{most},{most}", outside),
+            (f"{most},{most},8,0,0,{least},{least}", outside),
             # Computed with 32 bits, this would lie inside.
-            ("65537,65537,8,0,0,65536,65536", "but the section has"),
+            ("65537,65537,8,0,0,65536,65536", outside),
             ("0,3,8,0,0,1,4", "pixels"),
             ("4,-3,8,0,0,1,4", "pixels"),
             (f"{least},{least},8,0,0,{least},{least}", "pixels"),
