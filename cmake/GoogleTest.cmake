@@ -63,7 +63,7 @@ function(tavlo_stateless_tests target)
       string(APPEND name /${shard})
     endif()
     add_test(NAME ${name} COMMAND ${target} --gtest_filter=${arg_FILTER})
-    set_tests_properties(${name} PROPERTIES TIMEOUT 600
+    set_tests_properties(${name} PROPERTIES TIMEOUT 1800
       ENVIRONMENT "GTEST_TOTAL_SHARDS=${arg_SHARDS};GTEST_SHARD_INDEX=${index};${arg_VARIABLES}"
       ${arg_UNPARSED_ARGUMENTS})
   endforeach()
