@@ -12,6 +12,7 @@ if(EXISTS ${boost_cache}/complete)
   target_compile_definitions(tavlo_boost_thread PUBLIC BOOST_ALL_NO_LIB BOOST_THREAD_USE_LIB BOOST_THREAD_VERSION=5
     BOOST_USE_WINDOWS_H PRIVATE BOOST_THREAD_BUILD_LIB)
   target_compile_options(tavlo_boost_thread PRIVATE -w -g0)
+  set_target_properties(tavlo_boost_thread PROPERTIES UNITY_BUILD OFF)
 else()
   find_package(Boost 1.81 REQUIRED COMPONENTS thread)
   add_library(tavlo_boost_thread INTERFACE)

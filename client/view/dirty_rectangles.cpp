@@ -5,7 +5,7 @@
 namespace Mardu::Sentel::Tavlo::Client::View {
 namespace {
 
-constexpr std::size_t most = 8;
+constexpr std::size_t mostRectangles = 8;
 
 /// Drawing the hull costs hardly more than drawing the two.
 bool AreBetterTogether(const Rectangle& a, const Rectangle& b) noexcept
@@ -31,7 +31,7 @@ void DirtyRectangles::Add(const Rectangle& rectangle)
         }
     }
     rectangles_.push_back(added);
-    if (rectangles_.size() > most) {
+    if (rectangles_.size() > mostRectangles) {
         for (const Rectangle& other : rectangles_)
             added = Hull(added, other);
         rectangles_ = {added};

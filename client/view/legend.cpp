@@ -7,7 +7,7 @@
 namespace Mardu::Sentel::Tavlo::Client::View {
 namespace {
 
-constexpr std::int32_t most = 8; ///< bytes of a pixel
+constexpr std::int32_t mostBytes = 8; ///< of a pixel
 
 template <typename T>
 void Store(double value, std::uint8_t* at) noexcept
@@ -38,12 +38,13 @@ void StorePixel(const PixelType& type, double value, std::uint8_t* at) noexcept
 std::vector<std::uint32_t> Legend::Colors(const ValueRange& range, std::int32_t count,
                                           const Rendering& rendering) const
 {
-    std::vector<std::uint8_t> memory(static_cast<std::size_t>(count * most));
+    std::vector<std::uint8_t> memory(static_cast<std::size_t>(count * mostBytes));
     for (std::int32_t i = 0; i < count; ++i) {
         const double value = range.smallest + range.Span() * i / std::max(count - 1, 1);
-        StorePixel(type_, value, memory.data() + i * most);
+        StorePixel(type_, value, memory.data() + i * mostBytes);
     }
-    RecodingConverter converter({count, 1, type_.bits, type_.encoding, 0, most, most * count}, memory.data());
+    RecodingConverter converter({count, 1, type_.bits, type_.encoding, 0, mostBytes, mostBytes * count},
+                                memory.data());
     converter.Render(rendering);
     std::vector<std::uint32_t> colors(static_cast<std::size_t>(std::max(count, 2)));
     converter.Convert({0, 0, count, 1}, 1, {colors.data(), std::max(count, 2)});

@@ -9,7 +9,7 @@ namespace Mardu::Sentel::Tavlo::Client::View {
 namespace {
 
 /// Samples converted at a time: few enough for a processor's cache.
-constexpr std::int32_t most = 1 << 18;
+constexpr std::int32_t mostSamples = 1 << 18;
 
 void Fill(const Rectangle& part, const Surface& target)
 {
@@ -131,7 +131,7 @@ void Painter::PaintImage(const Viewport& viewport, const Rectangle& part, const 
         column.first -= left;
     // At least two, so that a single column of pixels is still walked row by row.
     const std::int32_t rowPixels = std::max(x.samples, 2);
-    const std::int32_t mostRows = std::max(most / rowPixels, 16);
+    const std::int32_t mostRows = std::max(mostSamples / rowPixels, 16);
 
     for (std::size_t begin = 0; begin < rows_.size();) {
         std::size_t end = begin + 1;

@@ -64,6 +64,14 @@ private:
     BSTR bstr_;
 };
 
+inline VARIANT Number(long value)
+{
+    VARIANT variant;
+    variant.vt = VT_I4;
+    variant.lVal = value;
+    return variant;
+}
+
 /// A description of packed 8-bit grey pixels.
 inline ComPtr<ITavloDescriptor2> GreyDescriptor(long width, long height)
 {

@@ -4,9 +4,9 @@
 
 namespace {
 
-constexpr long width = 64;
-constexpr long height = 48;
-const RECT whole = {0, 0, width, height};
+constexpr long sharedWidth = 64;
+constexpr long sharedHeight = 48;
+const RECT whole = {0, 0, sharedWidth, sharedHeight};
 
 /// An image of this process, and its proxy in another one.
 class RemoteImage : public testing::Test
@@ -14,7 +14,7 @@ class RemoteImage : public testing::Test
 protected:
     RemoteImage()
     {
-        for (long i = 0; i < width * height; ++i)
+        for (long i = 0; i < sharedWidth * sharedHeight; ++i)
             pixels[i] = Original(i);
     }
 
@@ -24,7 +24,7 @@ protected:
 
     static std::uint8_t Original(long i) { return static_cast<std::uint8_t>(i * 7 + 1); }
 
-    const ComPtr<ITavlo2> image = SharedImage(width, height);
+    const ComPtr<ITavlo2> image = SharedImage(sharedWidth, sharedHeight);
     const ComPtr<IWriteAccessor> writer = WriterOf(image.Get());
     std::uint8_t* const pixels = BytesAt(writer->Ptr(0));
     OtherProcess other;
@@ -36,7 +36,7 @@ TEST_F(RemoteImage, IsReadAsAWholeAtFirst)
 {
     Send();
     ASSERT_HR(S_OK, other.Do(Command::GetReader));
-    for (const long i : {0L, 1L, 1000L, width * height - 1})
+    for (const long i : {0L, 1L, 1000L, sharedWidth * sharedHeight - 1})
         EXPECT_EQ(other.Value(Command::Peek, i), Original(i)) << i;
     pixels[0] = 200;
     EXPECT_EQ(other.Value(Command::Peek, 0), Original(0)) << "the copy is a copy";
@@ -58,14 +58,14 @@ TEST_F(RemoteImage, ShowsAnUpdateWhenItsBytesAreThere)
     ASSERT_HR(S_OK, other.Do(Command::Subscribe, 0, Tavlo_Synchronous));
     for (long y = 10; y < 20; ++y)
         for (long x = 5; x < 9; ++x)
-            pixels[y * width + x] = 123;
+            pixels[y * sharedWidth + x] = 123;
     pixels[0] = 124;
     RECT dirty = {5, 10, 9, 20};
     ASSERT_HR(S_OK, writer->Invalidate(&dirty));
     ASSERT_HR(S_OK, other.Do(Command::AwaitUpdate, 0, 1));
     EXPECT_EQ(other.x.rect, dirty);
-    EXPECT_EQ(other.Value(Command::Peek, 10 * width + 5), 123);
-    EXPECT_EQ(other.Value(Command::Peek, 19 * width + 8), 123);
+    EXPECT_EQ(other.Value(Command::Peek, 10 * sharedWidth + 5), 123);
+    EXPECT_EQ(other.Value(Command::Peek, 19 * sharedWidth + 8), 123);
     EXPECT_EQ(other.Value(Command::Peek, 0), Original(0)) << "outside the rectangle nothing was fetched";
 }
 
@@ -117,16 +117,16 @@ TEST_F(RemoteImage, MergesTheUpdatesOfABusyOwner)
     ASSERT_TRUE(WorkerCatchesUp(image));
     ASSERT_HR(S_OK, Invalidate(image, {20, 20, 21, 21}));
     ASSERT_TRUE(holder->entered.Wait());
-    pixels[12 * width + 40] = 201;
-    pixels[30 * width + 8] = 202;
+    pixels[12 * sharedWidth + 40] = 201;
+    pixels[30 * sharedWidth + 8] = 202;
     ASSERT_HR(S_OK, Invalidate(image, {40, 12, 41, 13}));
     ASSERT_HR(S_OK, Invalidate(image, {8, 30, 9, 31}));
     ASSERT_HR(S_OK, Invalidate(image, {10, 10, 30, 15}));
     holder->leave.Set();
     ASSERT_HR(S_OK, other.Do(Command::AwaitRectangle, RECT{8, 10, 41, 31}));
     EXPECT_LE(other.x.value, 2) << "the first, and one of all the others, which may have met again";
-    EXPECT_EQ(other.Value(Command::Peek, 12 * width + 40), 201);
-    EXPECT_EQ(other.Value(Command::Peek, 30 * width + 8), 202);
+    EXPECT_EQ(other.Value(Command::Peek, 12 * sharedWidth + 40), 201);
+    EXPECT_EQ(other.Value(Command::Peek, 30 * sharedWidth + 8), 202);
     ASSERT_HR(S_OK, other.Do(Command::Unsubscribe, 0));
     ASSERT_HR(S_OK, image->Unsubscribe(holder.Get()));
 }
@@ -168,7 +168,7 @@ TEST_F(RemoteImage, IsDroppedInTheMiddleOfUpdates)
     Signal end;
     std::thread updating = InApartment(COINIT_MULTITHREADED, [&] {
         for (LONG i = 0; !end.IsSet(); ++i)
-            EXPECT_HR(S_OK, Invalidate(image, {i % width, 0, i % width + 1, height}));
+            EXPECT_HR(S_OK, Invalidate(image, {i % sharedWidth, 0, i % sharedWidth + 1, sharedHeight}));
     });
     for (int round = 1; round <= 20; ++round) {
         Send();

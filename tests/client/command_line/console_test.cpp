@@ -24,29 +24,29 @@ protected:
     std::chrono::steady_clock::time_point now{};
 };
 
-const Json object = {{"a", 1}};
+const Json someResult = {{"a", 1}};
 
 TEST_F(ConsoleTest, ResultsAreTextOrJson)
 {
-    In({}).Result("text\n", object);
+    In({}).Result("text\n", someResult);
     EXPECT_EQ(output, "text\n");
-    In({.isJson = true}).Result("text\n", object);
+    In({.isJson = true}).Result("text\n", someResult);
     EXPECT_EQ(output, "text\n{\"a\":1}\n");
 }
 
 TEST_F(ConsoleTest, QuietKeepsResultsAndDropsNotes)
 {
-    In({.isQuiet = true}).Note("note\n", object);
+    In({.isQuiet = true}).Note("note\n", someResult);
     EXPECT_EQ(output, "");
-    In({.isQuiet = true}).Result("result\n", object);
+    In({.isQuiet = true}).Result("result\n", someResult);
     EXPECT_EQ(output, "result\n");
-    In({}).Note("note\n", object);
+    In({}).Note("note\n", someResult);
     EXPECT_EQ(output, "result\nnote\n");
 }
 
 TEST_F(ConsoleTest, WhoAsksForJsonGetsItQuietOrNot)
 {
-    In({.isJson = true, .isQuiet = true}).Note("note\n", object);
+    In({.isJson = true, .isQuiet = true}).Note("note\n", someResult);
     EXPECT_EQ(output, "{\"a\":1}\n");
 }
 
@@ -54,7 +54,7 @@ TEST_F(ConsoleTest, NoTextIsNothingWritten)
 {
     bool wasWritten = false;
     const Console console({}, [&](std::string_view) { wasWritten = true; }, {});
-    console.Result({}, object);
+    console.Result({}, someResult);
     EXPECT_FALSE(wasWritten);
 }
 

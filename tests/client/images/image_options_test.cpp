@@ -8,7 +8,7 @@ namespace Mardu::Sentel::Tavlo::Client {
 namespace {
 
 /// The image that a command with these options has for a command line.
-ImageOptions Read(std::vector<std::string> arguments, Naming naming = Naming::ByNameOrSection)
+ImageOptions ImageOptionsOf(std::vector<std::string> arguments, Naming naming = Naming::ByNameOrSection)
 {
     const auto image = std::make_shared<ImageOptions>();
     Options ofProgram;
@@ -25,7 +25,7 @@ ImageOptions Read(std::vector<std::string> arguments, Naming naming = Naming::By
 std::string Complaint(const std::vector<std::string>& arguments, Naming naming = Naming::ByNameOrSection)
 {
     try {
-        Read(arguments, naming);
+        ImageOptionsOf(arguments, naming);
     } catch (const UsageError& error) {
         return error.what();
     }
@@ -37,14 +37,14 @@ const std::string descriptor = "4,3,8,unsigned,0,1,4";
 TEST(ImageOptionsTest, AnArgumentAndTheOptionAreTheSameName)
 {
     for (const Naming naming : {Naming::ByName, Naming::ByNameOrSection}) {
-        EXPECT_EQ(Read({"scan"}, naming).name, "scan");
-        EXPECT_EQ(Read({"--name", "scan"}, naming).name, "scan");
+        EXPECT_EQ(ImageOptionsOf({"scan"}, naming).name, "scan");
+        EXPECT_EQ(ImageOptionsOf({"--name", "scan"}, naming).name, "scan");
     }
 }
 
 TEST(ImageOptionsTest, ASectionComesWithItsDescriptor)
 {
-    const ImageOptions image = Read({"--section", "s", "--descriptor", descriptor});
+    const ImageOptions image = ImageOptionsOf({"--section", "s", "--descriptor", descriptor});
     EXPECT_EQ(image.name, "");
     EXPECT_EQ(image.section, "s");
     EXPECT_EQ(image.descriptor, (Descriptor{4, 3, 8, Encoding::Unsigned, 0, 1, 4}));
@@ -83,8 +83,8 @@ TEST(ImageOptionsTest, ANameAloneIsAskedForWhereASectionTellsNothing)
 
 TEST(ImageOptionsTest, JsonHasOneOfTheTwo)
 {
-    EXPECT_EQ(JsonLine(JsonOf(Read({"scan"}))), "{\"name\":\"scan\",\"section\":null}\n");
-    EXPECT_EQ(JsonLine(JsonOf(Read({"--section", "s", "--descriptor", descriptor}))),
+    EXPECT_EQ(JsonLine(JsonOf(ImageOptionsOf({"scan"}))), "{\"name\":\"scan\",\"section\":null}\n");
+    EXPECT_EQ(JsonLine(JsonOf(ImageOptionsOf({"--section", "s", "--descriptor", descriptor}))),
               "{\"name\":null,\"section\":\"s\"}\n");
 }
 

@@ -34,14 +34,6 @@ std::vector<std::uint8_t> BytesOf(ITavlo2* image, size_t count)
     return {bytes, bytes + count};
 }
 
-VARIANT Number(long value)
-{
-    VARIANT variant;
-    variant.vt = VT_I4;
-    variant.lVal = value;
-    return variant;
-}
-
 VARIANT Real(double value)
 {
     VARIANT variant;

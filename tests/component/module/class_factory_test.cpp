@@ -16,7 +16,7 @@ public:
     STDMETHODIMP GetClassID(CLSID*) override { return E_NOTIMPL; }
 };
 
-class OuterObject : public IUnknown
+class CreatedOuter : public IUnknown
 {
 public:
     STDMETHODIMP QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
@@ -110,7 +110,7 @@ TEST_F(Factory, KeepsNoObjectWithoutTheInterface)
 
 TEST_F(Factory, MakesAPartOfAnOuterObjectThroughItsOwnIdentity)
 {
-    OuterObject outer;
+    CreatedOuter outer;
     ComPtr<IUnknown> inner;
     ASSERT_EQ(factory.CreateInstance(&outer, IID_PPV_ARGS(&inner)), S_OK);
     EXPECT_NE(inner.Get(), &outer);
@@ -119,7 +119,7 @@ TEST_F(Factory, MakesAPartOfAnOuterObjectThroughItsOwnIdentity)
 
 TEST_F(Factory, MakesNoPartOfAnOuterObjectThroughAnotherInterface)
 {
-    OuterObject outer;
+    CreatedOuter outer;
     void* result = this;
     EXPECT_EQ(factory.CreateInstance(&outer, IID_IPersist, &result), CLASS_E_NOAGGREGATION);
     EXPECT_EQ(result, nullptr);

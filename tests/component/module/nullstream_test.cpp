@@ -10,13 +10,13 @@ using namespace Mardu;
 namespace {
 
 /// Tells when it is formatted.
-struct Watched
+struct Formatted
 {
     mutable int formatted = 0;
 };
 
 template <class Char>
-std::basic_ostream<Char>& operator<<(std::basic_ostream<Char>& out, const Watched& watched)
+std::basic_ostream<Char>& operator<<(std::basic_ostream<Char>& out, const Formatted& watched)
 {
     ++watched.formatted;
     return out << 1;
@@ -42,7 +42,7 @@ TYPED_TEST(NullStream, StartsWell)
 
 TYPED_TEST(NullStream, FormatsWhatItDrops)
 {
-    const Watched watched;
+    const Formatted watched;
     this->stream << watched << watched;
     EXPECT_EQ(watched.formatted, 2);
 }

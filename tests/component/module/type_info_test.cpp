@@ -20,7 +20,7 @@ HRESULT ResultOfLoading()
 }
 
 std::atomic<int> loads = 0;
-std::atomic<bool> gotThrough = false;
+std::atomic<bool> wasLoaded = false;
 
 /// Of the first call, a loader in which another thread needs a description, too.
 HRESULT WINAPI LoadSlowly(LPCOLESTR, REGKIND, ITypeLib** library)
@@ -33,8 +33,8 @@ HRESULT WINAPI LoadSlowly(LPCOLESTR, REGKIND, ITypeLib** library)
             ResultOfLoading();
             SetEvent(loaded.get());
         });
-        gotThrough = WaitForSingleObject(loaded.get(), 10000) == WAIT_OBJECT_0;
-        gotThrough ? other.join() : other.detach();
+        wasLoaded = WaitForSingleObject(loaded.get(), 10000) == WAIT_OBJECT_0;
+        wasLoaded ? other.join() : other.detach();
     }
     return TYPE_E_CANTLOADLIBRARY;
 }
@@ -45,6 +45,6 @@ TEST(TypeInfo, IsLoadedWhileOthersAre)
 {
     const ReplacedImport<decltype(LoadTypeLibEx)> loader("LoadTypeLibEx", LoadSlowly);
     EXPECT_EQ(ResultOfLoading(), TYPE_E_CANTLOADLIBRARY);
-    EXPECT_TRUE(gotThrough) << "no lock is held while a library is loaded";
+    EXPECT_TRUE(wasLoaded) << "no lock is held while a library is loaded";
     EXPECT_EQ(loads, 2);
 }

@@ -1,6 +1,7 @@
 #include "recode/lut_recoder.h"
 
 #include "recode/run_plan.h"
+#include "tests/component/recode/numbers.h"
 #include "tests/component/recode/reference.h"
 #include "tests/component/recode/text_of.h"
 
@@ -16,18 +17,15 @@ using namespace Mardu::Sentel::Tavlo;
 
 namespace {
 
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
-constexpr double infinity = std::numeric_limits<double>::infinity();
-
 /// All grey values in one row.
 TavloDescriptorData Greys(std::int32_t bits, std::int32_t encoding, std::int32_t size)
 {
     return {256, 1, bits, encoding, 0, size, 256 * size};
 }
 
-const TavloDescriptorData bytes = Greys(8, Tavlo_Unsigned, 1);
-const TavloDescriptorData words = Greys(16, Tavlo_Unsigned, 2);
-const TavloDescriptorData rgb = Greys(24, Tavlo_RGB, 3);
+const TavloDescriptorData grey8 = Greys(8, Tavlo_Unsigned, 1);
+const TavloDescriptorData grey16 = Greys(16, Tavlo_Unsigned, 2);
+const TavloDescriptorData rgb24 = Greys(24, Tavlo_RGB, 3);
 
 /// Every byte converted.
 std::vector<std::uint8_t> Converted(LUTRecoder& recoder, std::size_t pixelSize)
@@ -61,7 +59,7 @@ void PrintTo(const Parameter& parameter, std::ostream* out)
     *out << parameter.name;
 }
 
-constexpr Parameter parameters[] = {
+constexpr Parameter toneParameters[] = {
     {"Contrast", &LUTRecoder::GetContrast, &LUTRecoder::SetContrast, 1.0},
     {"Brightness", &LUTRecoder::GetBrightness, &LUTRecoder::SetBrightness, 0.0},
     {"Gamma", &LUTRecoder::GetGamma, &LUTRecoder::SetGamma, 1.0},
@@ -77,7 +75,7 @@ protected:
     /// A recoder whose table is up to date.
     LUTParameter() { Converted(recoder, 2); }
 
-    LUTRecoder recoder{bytes, words};
+    LUTRecoder recoder{grey8, grey16};
 };
 
 } // namespace
@@ -113,18 +111,18 @@ TEST_P(LUTParameter, OfNaNIsStoredWithoutMarkingTheTableStale)
     EXPECT_FALSE(recoder.IsStale()) << "no value is above or below NaN";
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, LUTParameter, testing::ValuesIn(parameters),
+INSTANTIATE_TEST_SUITE_P(Of, LUTParameter, testing::ValuesIn(toneParameters),
                          [](const auto& parameter) { return std::string(parameter.param.name); });
 
 TEST(LUTRecoder, RefusesAnUnsupportedPair)
 {
-    EXPECT_EQ(TextOf<std::runtime_error>([] { LUTRecoder(Greys(8, Tavlo_Signed, 1), rgb); }),
+    EXPECT_EQ(TextOf<std::runtime_error>([] { LUTRecoder(Greys(8, Tavlo_Signed, 1), rgb24); }),
               "No recoder implemented from Signed(8) to RGB(24)");
 }
 
 TEST(LUTRecoder, StartsStaleAndIsFreshAfterAConversion)
 {
-    LUTRecoder recoder(bytes, words);
+    LUTRecoder recoder(grey8, grey16);
     EXPECT_TRUE(recoder.IsStale());
     Converted(recoder, 2);
     EXPECT_FALSE(recoder.IsStale());
@@ -132,7 +130,7 @@ TEST(LUTRecoder, StartsStaleAndIsFreshAfterAConversion)
 
 TEST(LUTRecoder, RefillsItsTableOnlyBeforeTheNextConversion)
 {
-    LUTRecoder recoder(bytes, words);
+    LUTRecoder recoder(grey8, grey16);
     const auto plain = Converted(recoder, 2);
     recoder.SetGamma(1.0);
     EXPECT_FALSE(recoder.IsStale());
@@ -146,7 +144,7 @@ TEST(LUTRecoder, RefillsItsTableOnlyBeforeTheNextConversion)
 
 TEST(LUTRecoder, StaysStaleWhenTheRegionIsRefused)
 {
-    LUTRecoder recoder(bytes, words);
+    LUTRecoder recoder(grey8, grey16);
     std::vector<std::uint8_t> memory(512);
     const PixelRect outside{0, 0, 257, 1};
     EXPECT_EQ(recoder.Recode(memory.data(), memory.data(), &outside), RecodeResult::invalidArgument);
@@ -158,11 +156,11 @@ TEST(LUTRecoder, CopiesEqualTypesWhileContrastBrightnessAndGammaAreDefault)
 {
     const std::pair<void (LUTRecoder::*)(double) noexcept, double> changes[] = {
         {&LUTRecoder::SetContrast, 0.5}, {&LUTRecoder::SetBrightness, 0.5}, {&LUTRecoder::SetGamma, 2.0}};
-    LUTRecoder fresh(bytes, bytes);
+    LUTRecoder fresh(grey8, grey8);
     const auto copy = Converted(fresh, 1);
     EXPECT_EQ(copy[100], 100);
     for (const auto& [set, value] : changes) {
-        LUTRecoder recoder(bytes, bytes);
+        LUTRecoder recoder(grey8, grey8);
         (recoder.*set)(value);
         EXPECT_NE(Converted(recoder, 1), copy);
     }
@@ -170,7 +168,7 @@ TEST(LUTRecoder, CopiesEqualTypesWhileContrastBrightnessAndGammaAreDefault)
 
 TEST(LUTRecoder, CopiesEqualTypesWhateverSigmaIs)
 {
-    LUTRecoder recoder(bytes, bytes);
+    LUTRecoder recoder(grey8, grey8);
     recoder.SetSigma(5.0);
     EXPECT_EQ(Converted(recoder, 1)[100], 100);
     EXPECT_TRUE(recoder.IsStale()) << "a copy needs no table";
@@ -193,7 +191,7 @@ TEST(LUTRecoder, TakesHighBytesOnlyWhileContrastBrightnessAndGammaAreDefault)
 
 TEST(LUTRecoder, CastsWithoutLookingAtParameters)
 {
-    LUTRecoder recoder(bytes, words);
+    LUTRecoder recoder(grey8, grey16);
     recoder.SetContrast(0.0);
     const std::vector<std::uint8_t> source(256, 7);
     std::vector<std::uint8_t> target(512);
@@ -204,7 +202,7 @@ TEST(LUTRecoder, CastsWithoutLookingAtParameters)
 
 TEST(LUTRecoder, WithoutARampGivesTheGreyOfTheToneCurve)
 {
-    LUTRecoder recoder(bytes, bytes);
+    LUTRecoder recoder(grey8, grey8);
     EXPECT_EQ(recoder.GetColor(0.5), 0xFF7F7F7Fu);
     EXPECT_EQ(recoder.GetColor(-1.0), 0xFF000000u);
     EXPECT_EQ(recoder.GetColor(2.0), 0xFFFFFFFFu);
@@ -220,7 +218,7 @@ TEST(LUTRecoder, WithoutARampGivesTheGreyOfTheToneCurve)
 
 TEST(LUTRecoder, WithoutARampRefusesColors)
 {
-    LUTRecoder recoder(bytes, words);
+    LUTRecoder recoder(grey8, grey16);
     Converted(recoder, 2);
     EXPECT_EQ(recoder.SetColor(0.5, 0xFF0000FF), RecodeResult::invalidArgument);
     recoder.ResetColorLUT();
@@ -230,7 +228,7 @@ TEST(LUTRecoder, WithoutARampRefusesColors)
 
 TEST(ColorRamp, StartsBlackToWhite)
 {
-    const LUTRecoder recoder(bytes, rgb);
+    const LUTRecoder recoder(grey8, rgb24);
     EXPECT_EQ(recoder.GetColor(0.0), 0xFF000000u);
     EXPECT_EQ(recoder.GetColor(1.0), 0xFFFFFFFFu);
     EXPECT_EQ(recoder.GetColor(0.5), 0xFF7F7F7Fu);
@@ -238,7 +236,7 @@ TEST(ColorRamp, StartsBlackToWhite)
 
 TEST(ColorRamp, InterpolatesToANewControlPoint)
 {
-    LUTRecoder recoder(bytes, rgb);
+    LUTRecoder recoder(grey8, rgb24);
     Converted(recoder, 3);
     ASSERT_EQ(recoder.SetColor(0.5, 0xFF0000FF), RecodeResult::done);
     EXPECT_TRUE(recoder.IsStale());
@@ -249,7 +247,7 @@ TEST(ColorRamp, InterpolatesToANewControlPoint)
 
 TEST(ColorRamp, ReplacesTheColorOfAnExistingControlPoint)
 {
-    LUTRecoder recoder(bytes, rgb);
+    LUTRecoder recoder(grey8, rgb24);
     ASSERT_EQ(recoder.SetColor(0.0, 0x80402010), RecodeResult::done);
     ASSERT_EQ(recoder.SetColor(-0.0, 0x00402010), RecodeResult::done);
     EXPECT_EQ(recoder.GetColor(0.0), 0x00402010u);
@@ -258,7 +256,7 @@ TEST(ColorRamp, ReplacesTheColorOfAnExistingControlPoint)
 
 TEST(ColorRamp, GivesTheEndsColorsOutsideItsControlPoints)
 {
-    LUTRecoder recoder(bytes, rgb);
+    LUTRecoder recoder(grey8, rgb24);
     ASSERT_EQ(recoder.SetColor(-2.0, 0x11111111), RecodeResult::done);
     ASSERT_EQ(recoder.SetColor(3.0, 0x22222222), RecodeResult::done);
     for (double before : {-2.5, -infinity, notANumber})
@@ -269,7 +267,7 @@ TEST(ColorRamp, GivesTheEndsColorsOutsideItsControlPoints)
 
 TEST(ColorRamp, RefusesNaNAsAPosition)
 {
-    LUTRecoder recoder(bytes, rgb);
+    LUTRecoder recoder(grey8, rgb24);
     Converted(recoder, 3);
     EXPECT_EQ(recoder.SetColor(notANumber, 0x11111111), RecodeResult::invalidArgument);
     EXPECT_FALSE(recoder.IsStale());
@@ -278,7 +276,7 @@ TEST(ColorRamp, RefusesNaNAsAPosition)
 
 TEST(ColorRamp, BearsControlPointsAnyDistanceApart)
 {
-    LUTRecoder recoder(bytes, rgb);
+    LUTRecoder recoder(grey8, rgb24);
     for (double far : {1e308, -1e308, infinity, -infinity})
         ASSERT_EQ(recoder.SetColor(far, 0xFFFFFFFF), RecodeResult::done);
     for (double at : {-1e307, -5.0, 1e307, 1e308, infinity})
@@ -288,7 +286,7 @@ TEST(ColorRamp, BearsControlPointsAnyDistanceApart)
 
 TEST(ColorRamp, IsResetToBlackAndWhite)
 {
-    LUTRecoder recoder(bytes, rgb);
+    LUTRecoder recoder(grey8, rgb24);
     const auto plain = Converted(recoder, 3);
     ASSERT_EQ(recoder.SetColor(0.3, 0x11223344), RecodeResult::done);
     EXPECT_NE(Converted(recoder, 3), plain);
@@ -302,7 +300,7 @@ TEST(ColorRamp, ColorsWordsWhateverSmallImagesCameBefore)
     const reference::Ramp ramp{{0.0, 0xFF000000}, {0.4, 0xFF0040C0}, {1.0, 0xFFFFFFFF}};
     const reference::Kind grey{16, Tavlo_Unsigned};
     const reference::Kind color{24, Tavlo_RGB};
-    LUTRecoder recoder(words, rgb);
+    LUTRecoder recoder(grey16, rgb24);
     ASSERT_EQ(recoder.SetColor(0.4, 0xFF0040C0), RecodeResult::done);
     for (const reference::Tone& tone : {reference::Tone{1, 0, 1, 1}, reference::Tone{1.4, -0.2, 1.5, 2}}) {
         SetTone(recoder, tone);
@@ -373,7 +371,7 @@ TEST(ColorRamp, ColorsEveryEntryOfTheTable)
                                           reference::Kind{32, Tavlo_RGBA}, reference::Kind{32, Tavlo_BGRA}})
         for (const reference::Tone& tone : tones) {
             const int size = reference::SizeOf(target);
-            LUTRecoder recoder(bytes, Greys(target.bits, target.encoding, size));
+            LUTRecoder recoder(grey8, Greys(target.bits, target.encoding, size));
             for (const auto& [position, color] : ramp)
                 ASSERT_EQ(recoder.SetColor(position, color), RecodeResult::done);
             SetTone(recoder, tone);

@@ -3,6 +3,7 @@
 #include "recode/recoders/grey_to_color.h"
 #include "recode/recoders/numeric_recoders.h"
 #include "recode/recoders/recoder_table.h"
+#include "tests/component/recode/numbers.h"
 #include "tests/component/recode/reference.h"
 
 #include <gtest/gtest.h>
@@ -18,8 +19,6 @@ using namespace Mardu::Sentel::Tavlo;
 using reference::Kind;
 
 namespace {
-
-constexpr std::int32_t smallest = std::numeric_limits<std::int32_t>::min();
 
 using Classes = std::map<std::string, std::type_index>;
 

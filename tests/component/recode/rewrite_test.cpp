@@ -1,5 +1,6 @@
 #include "recode/recode.h"
 
+#include "tests/component/recode/numbers.h"
 #include "tests/component/recode/text_of.h"
 
 #include <gtest/gtest.h>
@@ -16,8 +17,6 @@ using namespace Mardu::Sentel::Tavlo;
 
 namespace {
 
-constexpr std::int32_t smallest = std::numeric_limits<std::int32_t>::min();
-constexpr std::int32_t largest = std::numeric_limits<std::int32_t>::max();
 constexpr char invalidRectangle[] = "memory_2d::make_view: invalid rectangle";
 
 /// Ten by ten pixels, packed.

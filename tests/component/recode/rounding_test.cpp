@@ -85,7 +85,7 @@ struct Tones
     double contrast, brightness, gamma, sigma;
 };
 
-constexpr Tones tones[] = {{1, 0, 1, 1}, {1.3, -0.1, 1, 1}, {0.9, 0.07, 2.2, 1.5}};
+constexpr Tones roundedTones[] = {{1, 0, 1, 1}, {1.3, -0.1, 1, 1}, {0.9, 0.07, 2.2, 1.5}};
 
 std::vector<std::uint8_t> Recoded(const Samples& samples, const Kind& target, const Tones& tone)
 {
@@ -99,9 +99,9 @@ std::vector<std::uint8_t> Recoded(const Samples& samples, const Kind& target, co
     return pixels;
 }
 
-using Service = decltype(&Recode);
+using Conversion = decltype(&Recode);
 
-std::vector<std::uint8_t> Converted(Service service, const Samples& samples, const Kind& target)
+std::vector<std::uint8_t> Converted(Conversion service, const Samples& samples, const Kind& target)
 {
     std::vector<std::uint8_t> pixels(static_cast<std::size_t>(samples.Count() * reference::SizeOf(target)));
     EXPECT_EQ(service(Row(samples.kind, samples.Count()), samples.bytes.data(), Row(target, samples.Count()),
@@ -134,7 +134,7 @@ TEST_P(Rounding, OfTheCallerChangesNoPixel)
     for (const auto& [source, target] : reference::Pairs()) {
         const Samples samples = DistinctSamples(source, 300);
         SCOPED_TRACE(reference::Text(source) + " to " + reference::Text(target));
-        for (const Tones& tone : tones)
+        for (const Tones& tone : roundedTones)
             ExpectSame(GetParam(), [&, to = target] { return Recoded(samples, to, tone); });
         ExpectSame(GetParam(), [&, to = target] { return Converted(Recode, samples, to); });
         ExpectSame(GetParam(), [&, to = target] { return Converted(Cast, samples, to); });

@@ -57,13 +57,6 @@ std::wstring TextOf(const GUID& guid)
     return text.data();
 }
 
-std::wstring LowerCase(std::wstring text)
-{
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](wchar_t c) { return static_cast<wchar_t>(towlower(c)); });
-    return text;
-}
-
 std::wstring DllPath()
 {
     std::wstring path = TAVLO_DLL_PATH;

@@ -10,7 +10,6 @@ constexpr wchar_t classesPath[] = L"Software\\Classes";
 constexpr wchar_t servicesPath[] = L"System\\CurrentControlSet\\Services";
 
 std::wstring TextOf(const GUID& guid);
-std::wstring LowerCase(std::wstring text);
 
 /// The DLL of the build.
 std::wstring DllPath();

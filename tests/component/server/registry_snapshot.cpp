@@ -16,13 +16,6 @@ struct KeyCloser
 
 using UniqueKey = std::unique_ptr<std::remove_pointer_t<HKEY>, KeyCloser>;
 
-std::wstring LowerCase(std::wstring text)
-{
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](wchar_t c) { return static_cast<wchar_t>(towlower(c)); });
-    return text;
-}
-
 void Collect(HKEY parent, const std::wstring& name, const std::wstring& path, RegistrySnapshot& snapshot)
 {
     HKEY opened = nullptr;
@@ -58,6 +51,13 @@ void Collect(HKEY parent, const std::wstring& name, const std::wstring& path, Re
 }
 
 } // namespace
+
+std::wstring LowerCase(std::wstring text)
+{
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](wchar_t c) { return static_cast<wchar_t>(towlower(c)); });
+    return text;
+}
 
 RegistrySnapshot TakeSnapshot(HKEY root, const std::wstring& path)
 {

@@ -13,3 +13,6 @@ RegistrySnapshot TakeSnapshot(HKEY root, const std::wstring& path);
 
 /// The keys and values of after that before does not have, or has otherwise.
 RegistrySnapshot Added(const RegistrySnapshot& before, const RegistrySnapshot& after);
+
+/// Paths and names are compared in lower case.
+std::wstring LowerCase(std::wstring text);

@@ -283,7 +283,7 @@ class CommonType : public testing::TestWithParam<PublishedType>
 {
 };
 
-std::string NameOf(const testing::TestParamInfo<PublishedType>& type)
+std::string NameOfType(const testing::TestParamInfo<PublishedType>& type)
 {
     return type.param.name;
 }
@@ -300,8 +300,8 @@ TEST_P(CommonType, IsAsPublished)
     EXPECT_EQ(CommonLibrary().Describe(GetParam().name), GetParam().text);
 }
 
-INSTANTIATE_TEST_SUITE_P(TypeLibrary, TavloType, testing::ValuesIn(tavloTypes), NameOf);
-INSTANTIATE_TEST_SUITE_P(TypeLibrary, CommonType, testing::ValuesIn(commonTypes), NameOf);
+INSTANTIATE_TEST_SUITE_P(TypeLibrary, TavloType, testing::ValuesIn(tavloTypes), NameOfType);
+INSTANTIATE_TEST_SUITE_P(TypeLibrary, CommonType, testing::ValuesIn(commonTypes), NameOfType);
 
 TEST(TypeLibrary, HasItsNameVersionAndHelp)
 {

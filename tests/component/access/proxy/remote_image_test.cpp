@@ -14,8 +14,8 @@ struct Geometry
     long strideY;
 };
 
-constexpr long width = 7;
-constexpr long height = 5;
+constexpr long smallWidth = 7;
+constexpr long smallHeight = 5;
 
 class RemoteGeometry : public testing::TestWithParam<Geometry>
 {
@@ -25,8 +25,8 @@ protected:
         const Geometry& geometry = GetParam();
         auto descriptor = Create<ITavloDescriptor2>(CLSID_TavloDescriptor2);
         descriptor->put_Encoding(geometry.encoding);
-        descriptor->put_Width(width);
-        descriptor->put_Height(height);
+        descriptor->put_Width(smallWidth);
+        descriptor->put_Height(smallHeight);
         descriptor->put_Bits(geometry.bits);
         descriptor->put_Offset(geometry.offset);
         descriptor->put_Stride_x(geometry.strideX);
@@ -44,8 +44,8 @@ protected:
     static void Fill(IWriteAccessor* writer, int first)
     {
         int value = first;
-        for (long y = 0; y < height; ++y)
-            for (long x = 0; x < width; ++x)
+        for (long y = 0; y < smallHeight; ++y)
+            for (long x = 0; x < smallWidth; ++x)
                 for (long i = 0; i < (GetParam().bits + 7) / 8; ++i)
                     *BytesAt(writer->Ptr(OffsetOf(x, y) + i)) = static_cast<std::uint8_t>(value++);
     }
@@ -73,10 +73,10 @@ TEST_P(RemoteGeometry, IsThatOfTheCopyToo)
     const auto original = ReaderOf(image.Get());
     const auto copy = ReaderOf(proxy.Get());
     ASSERT_NE(copy->Ptr(0), original->Ptr(0));
-    const RECT whole = {0, 0, width, height};
+    const RECT whole = {0, 0, smallWidth, smallHeight};
     EXPECT_EQ(Pixels(copy.Get(), whole), Pixels(original.Get(), whole));
 
-    const Bytes before = Pixels(copy.Get(), {0, 0, width, 1});
+    const Bytes before = Pixels(copy.Get(), {0, 0, smallWidth, 1});
     Fill(writer.Get(), 100);
     ComPtr<ITavloEvents> sink;
     ASSERT_HR(S_OK, proxy.As(&sink));
@@ -84,21 +84,21 @@ TEST_P(RemoteGeometry, IsThatOfTheCopyToo)
     ASSERT_HR(S_OK, sink->OnImageUpdate(nullptr, &dirty));
     ReaderOf(proxy.Get());
     EXPECT_EQ(Pixels(copy.Get(), dirty), Pixels(original.Get(), dirty));
-    EXPECT_EQ(Pixels(copy.Get(), {0, 0, width, 1}), before) << "outside nothing was fetched";
+    EXPECT_EQ(Pixels(copy.Get(), {0, 0, smallWidth, 1}), before) << "outside nothing was fetched";
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Of, RemoteGeometry,
-    testing::Values(Geometry{"Grey", Tavlo_Unsigned, 8, 0, 1, width},
+    testing::Values(Geometry{"Grey", Tavlo_Unsigned, 8, 0, 1, smallWidth},
                     Geometry{"TwelveBits", Tavlo_Unsigned, 12, 0, 2, 14},
                     Geometry{"Signed", Tavlo_Signed, 16, 0, 2, 14},
                     Geometry{"Double", Tavlo_Float, 64, 0, 8, 56}, Geometry{"Bgr", Tavlo_BGR, 24, 0, 3, 21},
                     Geometry{"Rgba", Tavlo_RGBA, 32, 0, 4, 28},
                     Geometry{"PaddedRows", Tavlo_BGR, 24, 0, 3, 24},
                     Geometry{"ApartPixels", Tavlo_Unsigned, 8, 0, 3, 21},
-                    Geometry{"UpsideDown", Tavlo_Unsigned, 16, 14 * (height - 1), 2, -14},
-                    Geometry{"Mirrored", Tavlo_Unsigned, 8, width - 1, -1, width},
-                    Geometry{"ColumnByColumn", Tavlo_Float, 32, 0, 4 * height, 4}),
+                    Geometry{"UpsideDown", Tavlo_Unsigned, 16, 14 * (smallHeight - 1), 2, -14},
+                    Geometry{"Mirrored", Tavlo_Unsigned, 8, smallWidth - 1, -1, smallWidth},
+                    Geometry{"ColumnByColumn", Tavlo_Float, 32, 0, 4 * smallHeight, 4}),
     [](const auto& tested) { return tested.param.title; });
 
 TEST(ImagePacket, GivesTheImageBackWhenItIsReleased)

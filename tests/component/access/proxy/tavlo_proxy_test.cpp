@@ -3,8 +3,8 @@
 
 namespace {
 
-constexpr long width = 64;
-constexpr long height = 48;
+constexpr long imageWidth = 64;
+constexpr long imageHeight = 48;
 
 /// A near end that the test controls.
 class ControlledStub final : public ClientObject<ITavloStub>
@@ -92,12 +92,12 @@ protected:
                                            IID_ITavlo2, reinterpret_cast<void**>(proxy.GetAddressOf())));
     }
 
-    const ComPtr<ITavlo2> image = SharedImage(width, height);
+    const ComPtr<ITavlo2> image = SharedImage(imageWidth, imageHeight);
     const ComPtr<ControlledStub> stub = New<ControlledStub>(image.Get());
     ComPtr<ITavlo2> proxy;
 };
 
-const RECT whole = {0, 0, width, height};
+const RECT wholeImage = {0, 0, imageWidth, imageHeight};
 
 } // namespace
 
@@ -106,8 +106,8 @@ TEST_F(ControlledProxy, FetchesTheWholeImageOnceBeforeItIsRead)
     EXPECT_EQ(stub->fetches, 0);
     const auto reader = ReaderOf(proxy.Get());
     const auto reader2 = ReaderOf(proxy.Get());
-    EXPECT_EQ(stub->Fetched(), (std::vector<RECT>{whole}));
-    EXPECT_EQ(*BytesAt(reader->Ptr(width * height - 1)), 1);
+    EXPECT_EQ(stub->Fetched(), (std::vector<RECT>{wholeImage}));
+    EXPECT_EQ(*BytesAt(reader->Ptr(imageWidth * imageHeight - 1)), 1);
     EXPECT_EQ(reader->Ptr(0), reader2->Ptr(0));
 }
 
@@ -135,7 +135,7 @@ TEST_F(ControlledProxy, KeepsWritesLocal)
         EXPECT_HR(S_OK, writer->Invalidate());
     }
     EXPECT_HR(S_OK, TryToWrite(proxy.Get()));
-    EXPECT_EQ(handler->Received(), (std::vector<RECT>{whole}));
+    EXPECT_EQ(handler->Received(), (std::vector<RECT>{wholeImage}));
     EXPECT_TRUE(remote->Received().empty());
     EXPECT_EQ(*BytesAt(ReaderOf(image.Get())->Ptr(0)), 0);
     EXPECT_EQ(stub->fetches, 0);
@@ -168,7 +168,7 @@ TEST_F(ControlledProxy, MergesUpdatesThatComeTogether)
     EXPECT_TRUE(handler->Received().empty()) << "before the bytes are there nobody is told";
     stub->leave.Set();
     ASSERT_TRUE(handler->Receives(2));
-    EXPECT_EQ(stub->Fetched(), (std::vector<RECT>{whole, {0, 0, 1, 1}, {5, 20, 30, 40}}));
+    EXPECT_EQ(stub->Fetched(), (std::vector<RECT>{wholeImage, {0, 0, 1, 1}, {5, 20, 30, 40}}));
     EXPECT_EQ(handler->Received(), (std::vector<RECT>{{0, 0, 1, 1}, {5, 20, 30, 40}}));
     EXPECT_HR(S_OK, proxy->Unsubscribe(handler.Get()));
 }
@@ -180,7 +180,7 @@ TEST_F(ControlledProxy, FetchesWhatIsInsideOfAnUpdate)
     ASSERT_HR(S_OK, proxy->Subscribe(handler.Get(), Tavlo_Synchronous));
     ASSERT_HR(S_OK, stub->Update({-10, -10, 5, 1000}));
     ASSERT_TRUE(handler->Receives(1));
-    EXPECT_EQ(stub->Fetched().back(), (RECT{0, 0, 5, height}));
+    EXPECT_EQ(stub->Fetched().back(), (RECT{0, 0, 5, imageHeight}));
     EXPECT_HR(S_OK, proxy->Unsubscribe(handler.Get()));
 }
 
@@ -283,7 +283,7 @@ TEST_F(ControlledProxy, MayBeReleasedByItsHandlerWhileItIsRead)
     ITavlo2* const last = proxy.Get();
     EXPECT_HR(S_OK, last->GetReadAccess(nullptr, 1.0, &reader));
     EXPECT_EQ(proxy.Get(), nullptr);
-    EXPECT_EQ(*BytesAt(reader->Ptr(width * height - 1)), 1) << "the reader keeps the copy";
+    EXPECT_EQ(*BytesAt(reader->Ptr(imageWidth * imageHeight - 1)), 1) << "the reader keeps the copy";
     reader.Reset();
     EXPECT_TRUE(Becomes([&] { return stub->References() == 1; }));
 }
@@ -302,7 +302,7 @@ TEST_F(ControlledProxy, MayBeReleasedByItsHandlerWhileItIsCloned)
     ITavlo2* const last = proxy.Get();
     EXPECT_HR(S_OK, last->Clone(Tavlo_SingleWriter, &clone));
     EXPECT_EQ(proxy.Get(), nullptr);
-    EXPECT_EQ(*BytesAt(ReaderOf(clone.Get())->Ptr(width * height - 1)), 1);
+    EXPECT_EQ(*BytesAt(ReaderOf(clone.Get())->Ptr(imageWidth * imageHeight - 1)), 1);
 }
 
 TEST_F(ControlledProxy, IsReadWhileAnotherFetchIsHeld)

@@ -4,7 +4,7 @@
 
 TEST_P(Kernel, ColorsOfEveryLayoutAreThePlainOnes)
 {
-    const Bytes table(256, 3, random_);
+    const Buffer table(256, 3, random_);
     for (int layout = 0; layout < ColorKernels::layoutCount; ++layout) {
         const std::size_t sourceSize = layout >= ColorKernels::fourToFour ? 4 : 3;
         const std::size_t targetSize = layout >= ColorKernels::threeToFour ? 4 : 3;
@@ -63,15 +63,15 @@ TEST_P(Kernel, PickedBytesAreThePlainOnes)
     for (const auto& [distance, pick] : picks)
         for (const std::size_t count : CountsAndLargeOnes(distance, 1)) {
             SCOPED_TRACE(std::to_string(count) + " of " + std::to_string(distance));
-            const Bytes source(count == 0 ? 0 : (count - 1) * distance + 1, random_() % 64, random_);
-            Bytes expected(count, random_() % 64, random_);
-            Bytes actual = expected;
+            const Buffer source(count == 0 ? 0 : (count - 1) * distance + 1, random_() % 64, random_);
+            Buffer expected(count, random_() % 64, random_);
+            Buffer actual = expected;
             (plain_.pick.*pick)(source.Data(), expected.Data(), count);
             (vectors_.pick.*pick)(source.Data(), actual.Data(), count);
             ASSERT_TRUE(Same(actual, expected, {1}));
 
-            Bytes expectedThere = source;
-            Bytes actualThere = source;
+            Buffer expectedThere = source;
+            Buffer actualThere = source;
             (plain_.pick.*pick)(expectedThere.Data(), expectedThere.Data(), count);
             (vectors_.pick.*pick)(actualThere.Data(), actualThere.Data(), count);
             ASSERT_TRUE(Same(actualThere, expectedThere, {1})) << "in place";
@@ -113,9 +113,9 @@ void ExpectSameRows(const Kernels& vectors, const Kernels& plain, std::mt19937& 
     const auto any = [&](unsigned limit) { return random() % limit; };
     const Rows from{rowBytes, rows, any(2) * any(100), any(2) == 1};
     const Rows to{rowBytes, rows, any(2) * any(100), any(2) == 1};
-    const Bytes source(from.Size(), any(64), random);
-    Bytes expected(to.Size(), any(64), random);
-    Bytes actual = expected;
+    const Buffer source(from.Size(), any(64), random);
+    Buffer expected(to.Size(), any(64), random);
+    Buffer actual = expected;
     move(plain, from, source, to, expected);
     move(vectors, from, source, to, actual);
     ASSERT_TRUE(Same(actual, expected, {1, rowBytes + to.gap}));
@@ -143,10 +143,10 @@ public:
         const Rows from{height * size, width, any(2) * any(100), any(2) == 1};
         const bool anywhere = place == Target::anywhere;
         const Rows to{width * size, height, anywhere ? any(2) * any(100) : 0, any(2) == 1};
-        const Bytes source(from.Size(), any(64), random_);
-        Bytes expected(to.Size(), anywhere ? any(64) : 0, random_);
-        Bytes actual = expected;
-        const auto run = [&](const Kernels& kernels, Bytes& target) {
+        const Buffer source(from.Size(), any(64), random_);
+        Buffer expected(to.Size(), anywhere ? any(64) : 0, random_);
+        Buffer actual = expected;
+        const auto run = [&](const Kernels& kernels, Buffer& target) {
             kernels.move.transpose[index](from.First(source.Data()), from.Stride(), to.First(target.Data()),
                                           to.Stride(), width, height);
         };
@@ -166,15 +166,15 @@ private:
 TEST_P(Kernel, CopiedRowsAreThePlainOnes)
 {
     const auto expectSame = [this](std::size_t rowBytes, std::size_t rows) {
-        const auto copy = [&](const Kernels& kernels, const Rows& from, const Bytes& source, const Rows& to,
-                              Bytes& target) {
+        const auto copy = [&](const Kernels& kernels, const Rows& from, const Buffer& source, const Rows& to,
+                              Buffer& target) {
             kernels.move.copy(from.First(source.Data()), from.Stride(), to.First(target.Data()), to.Stride(),
                               rowBytes, rows);
         };
         ExpectSameRows(vectors_, plain_, random_, rowBytes, rows, copy);
         const Rows there{rowBytes, rows, 0, false};
-        Bytes actual(there.Size(), random_() % 64, random_);
-        const Bytes expected = actual;
+        Buffer actual(there.Size(), random_() % 64, random_);
+        const Buffer expected = actual;
         copy(vectors_, there, actual, there, actual);
         ASSERT_TRUE(Same(actual, expected, {1, rowBytes})) << "in place";
     };
@@ -192,13 +192,13 @@ TEST_P(Kernel, RowsAreCopiedOverThemselves)
 {
     for (const std::size_t rowBytes : {std::size_t{50}, std::size_t{1000}, distantImages, largeTarget})
         for (const std::size_t shift : {1, 31, 64, 999}) {
-            const Bytes before(2 * rowBytes + shift, random_() % 64, random_);
+            const Buffer before(2 * rowBytes + shift, random_() % 64, random_);
             const auto stride = static_cast<std::ptrdiff_t>(rowBytes);
             for (const bool isForward : {true, false}) {
                 SCOPED_TRACE(std::to_string(rowBytes) + (isForward ? " by " : " back by ") +
                              std::to_string(shift));
-                Bytes expected = before;
-                Bytes actual = before;
+                Buffer expected = before;
+                Buffer actual = before;
                 for (const auto& [kernels, bytes] : {std::pair{&plain_, &expected}, {&vectors_, &actual}})
                     kernels->move.copy(bytes->Data() + (isForward ? 0 : shift), stride,
                                        bytes->Data() + (isForward ? shift : 0), stride, rowBytes, 1);
@@ -210,8 +210,8 @@ TEST_P(Kernel, RowsAreCopiedOverThemselves)
 TEST_P(Kernel, ReversedPixelsAreThePlainOnes)
 {
     const auto expectSame = [this](std::size_t index, std::size_t count, std::size_t rows) {
-        const auto reverse = [&](const Kernels& kernels, const Rows& from, const Bytes& source,
-                                 const Rows& to, Bytes& target) {
+        const auto reverse = [&](const Kernels& kernels, const Rows& from, const Buffer& source,
+                                 const Rows& to, Buffer& target) {
             kernels.move.reverse[index](from.First(source.Data()), from.Stride(), to.First(target.Data()),
                                         to.Stride(), count, rows);
         };

@@ -47,10 +47,10 @@ inline std::vector<std::size_t> CountsAndLargeOnes(std::size_t sourceSize, std::
 
 /// Random bytes that end where the allocation ends, at some distance from an address that is a multiple
 /// of 64. What lies beyond is left to the address sanitizer.
-class Bytes
+class Buffer
 {
 public:
-    Bytes(std::size_t size, std::size_t misalignment, std::mt19937& random)
+    Buffer(std::size_t size, std::size_t misalignment, std::mt19937& random)
         : misalignment_(misalignment), size_(size), all_(New(misalignment + size))
     {
         auto state = static_cast<std::uint32_t>(random());
@@ -60,7 +60,7 @@ public:
         });
     }
 
-    Bytes(const Bytes& other)
+    Buffer(const Buffer& other)
         : misalignment_(other.misalignment_), size_(other.size_), all_(New(misalignment_ + size_))
     {
         std::copy_n(other.all_.get(), misalignment_ + size_, all_.get());
@@ -70,7 +70,7 @@ public:
     const std::uint8_t* Data() const { return all_.get() + misalignment_; }
 
     /// Equality, of what lies before them, too. `grid` tells a failure where pixels are.
-    friend testing::AssertionResult Same(const Bytes& actual, const Bytes& expected, PixelGrid grid)
+    friend testing::AssertionResult Same(const Buffer& actual, const Buffer& expected, PixelGrid grid)
     {
         grid.first = expected.misalignment_;
         return SameBytes(actual.All(), expected.All(), grid);
@@ -114,15 +114,15 @@ void ExpectSamePixels(const Kernels& vectors, const Kernels& plain, std::size_t 
 {
     for (const std::size_t count : counts) {
         SCOPED_TRACE(count);
-        const Bytes source(count * sourceSize, random() % 64, random);
-        Bytes expected(count * targetSize, random() % 64, random);
-        Bytes actual = expected;
+        const Buffer source(count * sourceSize, random() % 64, random);
+        Buffer expected(count * targetSize, random() % 64, random);
+        Buffer actual = expected;
         run(plain, source.Data(), expected.Data(), count);
         run(vectors, source.Data(), actual.Data(), count);
         ASSERT_TRUE(Same(actual, expected, {targetSize}));
         if (inPlace) {
-            Bytes expectedThere = source;
-            Bytes actualThere = source;
+            Buffer expectedThere = source;
+            Buffer actualThere = source;
             run(plain, expectedThere.Data(), expectedThere.Data(), count);
             run(vectors, actualThere.Data(), actualThere.Data(), count);
             ASSERT_TRUE(Same(actualThere, expectedThere, {targetSize})) << "in place";

@@ -17,7 +17,7 @@ TEST_P(LookupKernel, LooksUpBytes)
 {
     for (std::size_t i = 0; i < sizeCount; ++i) {
         SCOPED_TRACE(packedSizes[i]);
-        const Bytes table(256 * (packedSizes[i] == 3 ? 4 : packedSizes[i]), 8, random_);
+        const Buffer table(256 * (packedSizes[i] == 3 ? 4 : packedSizes[i]), 8, random_);
         ExpectSamePixels(
             vectors_, plain_, 1, packedSizes[i], packedSizes[i] == 1, random_,
             [&](const Kernels& kernels, const std::uint8_t* src, std::uint8_t* dst, std::size_t count) {
@@ -31,8 +31,8 @@ TEST_P(LookupKernel, LooksUpFieldsOfEveryWidth)
     for (int bits = 9; bits <= 16; ++bits)
         for (std::size_t i = 0; i < sizeCount; ++i) {
             SCOPED_TRACE(std::to_string(bits) + " bits to " + std::to_string(packedSizes[i]));
-            const Bytes table((std::size_t{1} << bits) * (packedSizes[i] == 3 ? 4 : packedSizes[i]), 8,
-                              random_);
+            const Buffer table((std::size_t{1} << bits) * (packedSizes[i] == 3 ? 4 : packedSizes[i]), 8,
+                               random_);
             const std::uint32_t mask = (1u << bits) - 1;
             ExpectSamePixels(
                 vectors_, plain_, 2, packedSizes[i], packedSizes[i] == 2, random_,
@@ -47,7 +47,7 @@ TEST_P(LookupKernel, FindsTheRangeOfFields)
     for (const std::size_t count : Counts()) {
         if (count == 0)
             continue;
-        const Bytes source(2 * count, random_() % 64, random_);
+        const Buffer source(2 * count, random_() % 64, random_);
         for (const auto& [mask, sign] :
              {std::pair{0xFFFFu, 0u}, {0xFFFFu, 0x8000u}, {0xFFFu, 0x800u}, {0x1FFu, 0u}}) {
             const IndexRange expected = plain_.lookup.rangeOf16(mask, sign, source.Data(), count);

@@ -12,7 +12,7 @@ class NumericKernel : public Kernel
 {
 };
 
-constexpr ToneParameters tones[] = {
+constexpr ToneParameters kernelTones[] = {
     {1.0, 0.0, 1.0, 1.0},
     {1.2, 0.0, 1.0, 1.0},
     {0.37, 0.0, 1.0, 1.0},
@@ -184,7 +184,7 @@ TEST_P(NumericKernel, ComputesTheCurveToTheLastBit)
         const std::vector<std::uint8_t> sources = SourceBytes(source, random_);
         const std::size_t count = sources.size() / BytesOf(source);
         for (const Element target : elements)
-            for (const ToneParameters& tone : tones) {
+            for (const ToneParameters& tone : kernelTones) {
                 const ToneCurve curve = CurveOf(tone, source, target);
                 std::vector<std::uint8_t> expected(count * BytesOf(target));
                 std::vector<std::uint8_t> actual(count * BytesOf(target));
@@ -313,9 +313,9 @@ TEST_P(NumericKernel, ComputesTheLinearCurveOfLargeImages)
 namespace {
 
 /// Every element of 16 bits, whatever is above a field, and some once more.
-Bytes EveryWord(std::mt19937& random)
+Buffer EveryWord(std::mt19937& random)
 {
-    Bytes source(2 * (65536 + 77), random() % 64, random);
+    Buffer source(2 * (65536 + 77), random() % 64, random);
     for (std::size_t i = 0; i < 65536; ++i) {
         const auto element = static_cast<std::uint16_t>(i);
         std::memcpy(source.Data() + 2 * i, &element, 2);
@@ -328,7 +328,7 @@ Bytes EveryWord(std::mt19937& random)
 TEST_P(NumericKernel, ComputesWhatATableOfAFieldHolds)
 {
     constexpr std::size_t words = 65536 + 77;
-    const Bytes source = EveryWord(random_);
+    const Buffer source = EveryWord(random_);
     for (const Element target : elements) {
         const std::size_t size = BytesOf(target);
         const auto compute = vectors_.linear.ofField[IndexOf(target)];
@@ -336,7 +336,7 @@ TEST_P(NumericKernel, ComputesWhatATableOfAFieldHolds)
         ASSERT_NE(compute, nullptr);
         for (int bits = 9; bits <= 16; ++bits)
             for (const bool isSigned : {false, true})
-                for (const ToneParameters& tone : tones) {
+                for (const ToneParameters& tone : kernelTones) {
                     if (!tone.IsLinear())
                         continue;
                     const std::size_t count = std::size_t{1} << bits;
@@ -346,8 +346,8 @@ TEST_P(NumericKernel, ComputesWhatATableOfAFieldHolds)
                     std::vector<std::uint8_t> table(count * size);
                     for (std::size_t i = 0; i < count; ++i)
                         plain_.linear.fill[IndexOf(target)](curve, i, &table[(i ^ sign) * size], 1);
-                    Bytes expected(words * size, random_() % 64, random_);
-                    Bytes actual = expected;
+                    Buffer expected(words * size, random_() % 64, random_);
+                    Buffer actual = expected;
                     lookup(table.data(), mask, source.Data(), expected.Data(), words);
                     compute(curve, mask, sign, source.Data(), actual.Data(), words);
                     ASSERT_TRUE(Same(actual, expected, {size}))
@@ -420,7 +420,7 @@ TEST_P(NumericKernel, FillsTablesToTheLastBit)
 {
     for (const Element target : elements) {
         const std::size_t size = BytesOf(target);
-        for (const ToneParameters& tone : tones)
+        for (const ToneParameters& tone : kernelTones)
             for (const std::size_t count : {std::size_t{256}, std::size_t{4096}, std::size_t{65536}}) {
                 const ToneCurve curve(tone, static_cast<double>(count - 1), RangeOf(target),
                                       ToneCurve::Bounds::whole);

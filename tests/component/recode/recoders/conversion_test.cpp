@@ -1,5 +1,6 @@
 #include "recode/lut_recoder.h"
 #include "recode/recode.h"
+#include "tests/component/recode/numbers.h"
 #include "tests/component/recode/samples.h"
 
 #include <gtest/gtest.h>
@@ -172,9 +173,6 @@ void ExpectTone(const Samples& samples, const Kind& target, const Tone& tone)
     SCOPED_TRACE(reference::Text(tone));
     ExpectPixels(samples, target, actual, Recoded(samples.kind, target, tone));
 }
-
-constexpr double infinity = std::numeric_limits<double>::infinity();
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
 /// Parameters of every size and sign in every combination.
 std::vector<Tone> EveryTone()

@@ -2,6 +2,7 @@
 
 #include "recode/lut_recoder.h"
 #include "recode/run_plan.h"
+#include "tests/component/recode/numbers.h"
 
 #include <gtest/gtest.h>
 
@@ -14,9 +15,6 @@ using namespace Mardu::Sentel::Tavlo;
 
 // Single pixels whose results are known by heart, and those of docs/recoding.md, "Decisions".
 namespace {
-
-constexpr double infinity = std::numeric_limits<double>::infinity();
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
 TavloDescriptorData One(std::int32_t bits, std::int32_t encoding)
 {

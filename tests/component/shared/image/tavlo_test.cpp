@@ -15,14 +15,6 @@ ComPtr<ITavloInternal> Internal(ITavlo2* image)
     return internal;
 }
 
-VARIANT Number(long value)
-{
-    VARIANT variant;
-    variant.vt = VT_I4;
-    variant.lVal = value;
-    return variant;
-}
-
 struct CountingHook final : ITavloDisposalHook
 {
     HRESULT STDMETHODCALLTYPE Dispose() override

@@ -14,7 +14,7 @@ using namespace Mardu::Sentel::Tavlo;
 namespace {
 
 /// A handler that only counts.
-class Handler final : public ITavloEvents
+class CountedHandler final : public ITavloEvents
 {
 public:
     STDMETHODIMP QueryInterface(REFIID, void** result) override
@@ -49,7 +49,7 @@ TEST(UpdateSubscriptions, FailWhenNoWorkerCanBeStarted)
             return 0;
         });
     UpdateSubscriptions subscriptions;
-    Handler handler;
+    CountedHandler handler;
     EXPECT_EQ(ResultOfSubscribing(subscriptions, &handler, Tavlo_Asynchronous), E_FAIL);
     EXPECT_EQ(ModuleLockCount(), 0) << "a thread that never started holds nothing";
     EXPECT_EQ(ResultOfSubscribing(subscriptions, &handler, Tavlo_Synchronous), S_OK);
