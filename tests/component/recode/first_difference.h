@@ -41,9 +41,9 @@ inline testing::AssertionResult SameBytes(std::span<const std::uint8_t> actual,
 {
     if (actual.size() != expected.size())
         return testing::AssertionFailure() << actual.size() << " bytes instead of " << expected.size();
-    const auto [a, e] = std::mismatch(actual.begin(), actual.end(), expected.begin());
-    if (a == actual.end())
+    if (std::equal(actual.begin(), actual.end(), expected.begin()))
         return testing::AssertionSuccess();
+    const auto [a, e] = std::mismatch(actual.begin(), actual.end(), expected.begin());
     const auto some = [](auto from, auto end) {
         std::ostringstream text;
         for (int i = 0; i < 16 && from != end; ++i, ++from)

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <random>
@@ -53,11 +54,14 @@ public:
     Buffer(std::size_t size, std::size_t misalignment, std::mt19937& random)
         : misalignment_(misalignment), size_(size), all_(New(misalignment + size))
     {
-        auto state = static_cast<std::uint32_t>(random());
-        std::generate_n(all_.get(), misalignment + size, [&] {
-            state = state * 1664525 + 1013904223;
-            return static_cast<std::uint8_t>(state >> 24);
-        });
+        // Eight bytes at a time: many cases fill more than they convert.
+        std::uint64_t state = random();
+        const std::size_t end = misalignment + size;
+        for (std::size_t i = 0; i < end; i += sizeof state) {
+            state = state * 6364136223846793005 + 1442695040888963407;
+            const std::uint64_t bytes = state ^ state >> 32;
+            std::memcpy(all_.get() + i, &bytes, std::min(sizeof bytes, end - i));
+        }
     }
 
     Buffer(const Buffer& other)
