@@ -108,23 +108,6 @@ TEST(ReflectorEnd, LetsGoInItsOrder)
         << "the sink is gone when the image goes, and the clients go at last";
 }
 
-TEST(ReflectorEnd, SilencesTheSinkBeforeAnythingGoes)
-{
-    auto reflector = Make<CTavloEventsReflector>();
-    auto image = NewStandIn<ReflectedStandIn>(true);
-    ASSERT_EQ(reflector->Connect(image.Get()), S_OK);
-    const ComPtr<ITavloEvents> sink = image->sink;
-    HRESULT told = E_PENDING;
-    auto client = NewStandIn<EndingClient>([&] {
-        RECT dirty = {1, 2, 3, 4};
-        told = sink->OnImageUpdate(nullptr, &dirty);
-    });
-    Advised(reflector.Get(), client.Get());
-    client.Reset();
-    reflector.Reset();
-    EXPECT_EQ(told, S_OK) << "an update that comes during the end finds nobody";
-}
-
 TEST(ConnectionPointLock, IsFreeWhenASinkIsReleased)
 {
     const auto reflector = Make<CTavloEventsReflector>();

@@ -11,8 +11,9 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <barrier>
+#include <atomic>
 #include <thread>
+#include <utility>
 
 using namespace Mardu;
 using namespace Mardu::Sentel::Tavlo;
@@ -235,32 +236,38 @@ TEST(ModuleStart, IsWaitedForByItsEntryPoints)
     CTavloModule::Terminate();
 }
 
+// Each of them finds no factory and comes to the lock before either has entered it.
 TEST(ModuleStart, GivesTwoThreadsThatComeAtOnceTheSameFactory)
 {
-    constexpr int rounds = 5000;
-    std::array<IClassFactory*, 2> factories = {};
-    int different = 0;
+    static std::atomic<int> atTheLock;
+    static decltype(&EnterCriticalSection) enter;
+    static thread_local bool isAsking;
+    atTheLock = 0;
     CTavloModule::Initialise();
-    // Between two rounds the module forgets its factories.
-    const auto forget = [&]() noexcept {
-        different += factories[0] != factories[1] ? 1 : 0;
-        for (IClassFactory* factory : factories)
-            factory->Release();
-        CTavloModule::Terminate();
-        CTavloModule::Initialise();
-    };
-    std::barrier start(2);
-    std::barrier end(2, forget);
-    const auto ask = [&](size_t number) {
-        for (int round = 0; round < rounds; ++round) {
-            start.arrive_and_wait();
+    std::array<IClassFactory*, 2> factories = {};
+    bool haveMet = false;
+    {
+        const ReplacedImport<decltype(EnterCriticalSection)> meeting(
+            "EnterCriticalSection", [](LPCRITICAL_SECTION section) {
+                if (std::exchange(isAsking, false)) {
+                    ++atTheLock;
+                    HoldsSoon([] { return atTheLock == 2; });
+                }
+                enter(section);
+            });
+        enter = meeting.Original();
+        const auto ask = [&](size_t number) {
+            isAsking = true;
             factories[number] = FactoryFrom(CLSID_TavloDescriptor);
-            end.arrive_and_wait();
-        }
-    };
-    std::thread other([&] { ask(1); });
-    ask(0);
-    other.join();
+        };
+        std::thread other([&] { ask(1); });
+        ask(0);
+        other.join();
+        haveMet = atTheLock == 2;
+    }
+    EXPECT_TRUE(haveMet);
+    EXPECT_EQ(factories[0], factories[1]);
+    for (IClassFactory* factory : factories)
+        factory->Release();
     CTavloModule::Terminate();
-    EXPECT_EQ(different, 0);
 }

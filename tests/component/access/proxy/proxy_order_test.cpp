@@ -425,6 +425,9 @@ TEST_F(ProxyOrder, KeepsItsScratchBuffer)
 {
     Bind();
     Reader();
+    // Where the buffer was given back, these are in its place.
+    const std::vector<std::vector<std::uint8_t>> others(
+        16, std::vector<std::uint8_t>(static_cast<size_t>(farWidth * farHeight)));
     for (RECT dirty : {RECT{0, 0, 1, 1}, RECT{0, 0, 9, 9}, wholeFarEnd}) {
         ASSERT_EQ(proxy_->OnImageUpdate(nullptr, &dirty), S_OK);
         Reader();
