@@ -109,8 +109,8 @@ Asked Joined(Asked first, const Asked& second)
     return first;
 }
 
-const Asked description = {"Descriptor", "Stride_y", "Stride_x", "Offset",         "Height",
-                           "Width",      "Bits",     "Encoding", "descriptor goes"};
+const Asked readDescriptor = {"Descriptor", "Stride_y", "Stride_x", "Offset",         "Height",
+                              "Width",      "Bits",     "Encoding", "descriptor goes"};
 
 } // namespace
 
@@ -120,7 +120,7 @@ TEST(AttachOrder, AsksForWritingFirst)
     auto image = NewStandIn<AskedImage>();
     TakeSteps();
     ASSERT_EQ(addressor->Attach(image.Get()), S_OK);
-    EXPECT_EQ(TakeSteps(), Joined({"GetWriteAccess", "Ptr 0"}, description));
+    EXPECT_EQ(TakeSteps(), Joined({"GetWriteAccess", "Ptr 0"}, readDescriptor));
     image.Reset();
     EXPECT_EQ(addressor->Detach(), S_OK);
     EXPECT_EQ(TakeSteps(), (Asked{"accessor goes", "image goes"}));
@@ -133,7 +133,7 @@ TEST(AttachOrder, AsksForReadingOfTheWholeImageThen)
     image->isReadOnly = true;
     TakeSteps();
     ASSERT_EQ(addressor->Attach(image.Get()), S_OK);
-    EXPECT_EQ(TakeSteps(), Joined({"GetWriteAccess", "GetReadAccess null 1.0", "Ptr 0"}, description));
+    EXPECT_EQ(TakeSteps(), Joined({"GetWriteAccess", "GetReadAccess null 1.0", "Ptr 0"}, readDescriptor));
     image.Reset();
     EXPECT_EQ(addressor->Detach(), S_OK);
     EXPECT_EQ(TakeSteps(), (Asked{"accessor goes", "image goes"}));
@@ -148,7 +148,7 @@ TEST(AttachOrder, GivesTheWriterBackWhenTheDescriptorFails)
     ASSERT_EQ(addressor->Attach(image.Get()), S_OK);
     EXPECT_EQ(TakeSteps(), Joined({"GetWriteAccess", "Ptr 0", "Descriptor", "accessor goes",
                                    "GetReadAccess null 1.0", "Ptr 0"},
-                                  description));
+                                  readDescriptor));
     VARIANT value;
     VariantInit(&value);
     EXPECT_EQ(addressor->get_Pixel(0, 0, &value), S_OK);

@@ -139,11 +139,11 @@ struct Runtime
     ManualEvent streamGone;
 };
 
-Runtime* runtime = nullptr;
+Runtime* inUse = nullptr;
 
 HRESULT GiveStub(void** result)
 {
-    return runtime->stub->QueryInterface(IID_ITavloStub, result);
+    return inUse->stub->QueryInterface(IID_ITavloStub, result);
 }
 
 class ProxyOrder : public testing::Test
@@ -155,7 +155,7 @@ protected:
         initialise_ = creatingLocks_.Original();
         section_ = creatingSections_.Original();
         thread_ = startingThreads_.Original();
-        runtime = &runtime_;
+        inUse = &runtime_;
         runtime_.stub = NewStandIn<FarEnd>();
     }
 
@@ -165,7 +165,7 @@ protected:
         // What a worker or a thread still does must not find the stand-ins gone.
         EXPECT_TRUE(HoldsSoon([] { return ModuleLockCount() == 0; }));
         runtime_.stub.Reset();
-        runtime = nullptr;
+        inUse = nullptr;
         TakeSteps();
     }
 
@@ -211,10 +211,10 @@ private:
     ReplacedImport<decltype(CoMarshalInterThreadInterfaceInStream)> marshaling_{
         "CoMarshalInterThreadInterfaceInStream", [](REFIID, LPUNKNOWN, LPSTREAM* stream) -> HRESULT {
             NoteStep("stub stream");
-            runtime->whileMarshaling();
+            inUse->whileMarshaling();
             *stream = NewStandIn<EmptyStream>([] {
                           NoteStep(WithObjects("stream"));
-                          runtime->streamGone.Set();
+                          inUse->streamGone.Set();
                       }).Detach();
             return S_OK;
         }};
@@ -222,10 +222,10 @@ private:
         "CoGetInterfaceAndReleaseStream", [](LPSTREAM stream, REFIID, LPVOID* result) -> HRESULT {
             stream->Release();
             APTTYPEQUALIFIER qualifier;
-            CoGetApartmentType(&runtime->apartmentOfThread, &qualifier);
-            const HRESULT hr = runtime->unmarshalingOnThread;
+            CoGetApartmentType(&inUse->apartmentOfThread, &qualifier);
+            const HRESULT hr = inUse->unmarshalingOnThread;
             const HRESULT given = SUCCEEDED(hr) ? GiveStub(result) : hr;
-            runtime->unmarshaledOnThread.Set();
+            inUse->unmarshaledOnThread.Set();
             return given;
         }};
     ReplacedImport<decltype(CoReleaseMarshalData)> releasing_{"CoReleaseMarshalData",
@@ -233,15 +233,15 @@ private:
     ReplacedImport<decltype(CreateEventW)> creatingEvents_{
         "CreateEventW", [](LPSECURITY_ATTRIBUTES attributes, BOOL manual, BOOL set, LPCWSTR name) -> HANDLE {
             const HANDLE event = create_(attributes, manual, set, name);
-            if (runtime->wake == nullptr && manual == FALSE && name == nullptr)
-                runtime->wake = event;
+            if (inUse->wake == nullptr && manual == FALSE && name == nullptr)
+                inUse->wake = event;
             return event;
         }};
     ReplacedImport<decltype(InitializeCriticalSectionEx)> creatingLocks_{
         "InitializeCriticalSectionEx", [](LPCRITICAL_SECTION lock, DWORD spins, DWORD flags) -> BOOL {
             // Those after the first are of the local image.
-            if (runtime->locks.size() < 2)
-                runtime->locks.push_back(lock);
+            if (inUse->locks.size() < 2)
+                inUse->locks.push_back(lock);
             return initialise_(lock, spins, flags);
         }};
     ReplacedImport<decltype(CreateFileMappingW)> creatingSections_{
@@ -256,9 +256,9 @@ private:
         [](void* security, unsigned stack, _beginthreadex_proc_type start, void* argument, unsigned flags,
            unsigned* id) -> std::uintptr_t {
             NoteStep("thread");
-            ++runtime->threads;
+            ++inUse->threads;
             const std::uintptr_t handle = thread_(security, stack, start, argument, flags, id);
-            runtime->thread = reinterpret_cast<HANDLE>(handle);
+            inUse->thread = reinterpret_cast<HANDLE>(handle);
             return handle;
         }};
 };
@@ -286,21 +286,21 @@ private:
                                                              return unmap_(view);
                                                          }};
     ReplacedImport<decltype(CloseHandle)> closing_{"CloseHandle", [](HANDLE handle) -> BOOL {
-                                                       if (handle == runtime->wake)
+                                                       if (handle == inUse->wake)
                                                            NoteStep(WithObjects("event"));
-                                                       else if (handle == runtime->thread)
+                                                       else if (handle == inUse->thread)
                                                            NoteStep("thread");
                                                        return close_(handle);
                                                    }};
     ReplacedImport<decltype(DeleteCriticalSection)> deletingLocks_{
         "DeleteCriticalSection", [](LPCRITICAL_SECTION lock) {
-            if (std::ranges::find(runtime->locks, lock) != runtime->locks.end())
+            if (std::ranges::find(inUse->locks, lock) != inUse->locks.end())
                 NoteStep(WithObjects("lock"));
             deleteLock_(lock);
         }};
     ReplacedImport<decltype(free)> freeing_{"free", [](void* memory) {
-                                                if (memory != nullptr && memory == runtime->scratch) {
-                                                    runtime->scratch = nullptr;
+                                                if (memory != nullptr && memory == inUse->scratch) {
+                                                    inUse->scratch = nullptr;
                                                     NoteStep(WithObjects("scratch"));
                                                 }
                                                 free_(memory);
