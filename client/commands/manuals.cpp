@@ -145,7 +145,8 @@ const Manual registerManual = {
     .synopsis = "register [OPTION...]",
     .description =
         "Registers Tavlo.dll, then TavloPS.dll, then SentelCommon.tlb, where they are, and prints a line "
-        "for each. Nothing is changed when one is missing; the first step that fails is the last.",
+        "for each. Nothing is changed when one is missing; the first step that fails is the last. Another "
+        "component's SentelCommon.tlb that is registered stays so: 'tavlo register-common' replaces it.",
     .examples = {{"For all users, as an administrator", "tavlo register"},
                  {"For this user", "tavlo register --user"},
                  {"Files that are elsewhere", "tavlo register --folder C:\\Tavlo\\bin --user"}},
@@ -154,7 +155,8 @@ const Manual registerManual = {
 
 const Manual unregisterManual = {
     .synopsis = "unregister [OPTION...]",
-    .description = "Goes the way of register backwards, and says what is not registered.",
+    .description = "Goes the way of register backwards, and says what is not registered. Another component's "
+                   "SentelCommon.tlb stays registered.",
     .examples = {{"For all users, as an administrator", "tavlo unregister"},
                  {"For this user", "tavlo unregister --user"}},
     .seeAlso = "tavlo register",
@@ -164,7 +166,7 @@ const Manual registerCommonManual = {
     .synopsis = "register-common [FILE] [OPTION...]",
     .description =
         "Registers the type library that describes the rectangles of events to scripts. 'tavlo register' "
-        "does that too.",
+        "does that too, but keeps one of another component that is registered already.",
     .examples = {{"The one beside this program", "tavlo register-common --user"},
                  {"Back again", "tavlo register-common --user --unregister"}},
     .seeAlso = "tavlo register; docs/updates.md",

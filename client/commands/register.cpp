@@ -93,7 +93,7 @@ void Register(const RegistrationOptions& options, const Console& console)
     RequireFiles(folder);
     for (const SelfRegistering& dll : {componentDll, proxiesDll})
         Run(dll, folder, StepResult::Registered, options.isForUser, console);
-    RegisterCommonLibrary(folder + commonLibraryFile, options.isForUser, console);
+    RegisterCommonLibrary(folder + commonLibraryFile, OtherLibrary::Keep, options.isForUser, console);
 }
 
 bool IsComponentRegistered(bool isForUser)
@@ -108,7 +108,7 @@ void Unregister(const RegistrationOptions& options, const Console& console)
 {
     const std::wstring folder = FullFolder(options.folder);
     RequireFiles(folder);
-    UnregisterCommonLibrary(folder + commonLibraryFile, options.isForUser, console);
+    UnregisterCommonLibrary(folder + commonLibraryFile, OtherLibrary::Keep, options.isForUser, console);
     if (!IsComponentRegistered(options.isForUser)) {
         TellStep(console, StepResult::NotRegistered, component, {}, options.isForUser);
         return;

@@ -21,9 +21,9 @@ void RegisterCommon(const CommonOptions& options, const Console& console)
     const std::wstring file =
         options.file.empty() ? ProgramFolder() + commonLibraryFile : ToUtf16(options.file);
     if (options.isRemoval)
-        UnregisterCommonLibrary(file, options.isForUser, console);
+        UnregisterCommonLibrary(file, OtherLibrary::Replace, options.isForUser, console);
     else
-        RegisterCommonLibrary(file, options.isForUser, console);
+        RegisterCommonLibrary(file, OtherLibrary::Replace, options.isForUser, console);
 }
 
 } // namespace

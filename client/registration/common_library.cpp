@@ -11,6 +11,7 @@
 #include <tavlo/com.hpp>
 
 #include <array>
+#include <cwchar>
 #include <memory>
 #include <optional>
 
@@ -43,18 +44,81 @@ Attributes AttributesOf(ITypeLib& library)
     return Attributes(attributes, {&library});
 }
 
-bool IsRegistered(const TLIBATTR& library, bool isForUser)
+/// As registrations need it, which are read in other folders.
+std::wstring FullPath(const std::wstring& file)
+{
+    std::array<wchar_t, 32768> path;
+    const DWORD length =
+        GetFullPathNameW(file.c_str(), static_cast<DWORD>(path.size()), path.data(), nullptr);
+    if (length == 0 || length >= path.size())
+        ThrowLastError("find '" + ToUtf8(file) + "'");
+    return {path.data(), length};
+}
+
+/// The file that is registered as this library for this user or for all; empty when there is none.
+std::wstring RegisteredFile(const TLIBATTR& library, bool isForUser)
 {
     std::array<wchar_t, 40> identifier;
     StringFromGUID2(library.guid, identifier.data(), static_cast<int>(identifier.size()));
-    return IsClassesKey(std::wstring(L"TypeLib\\") + identifier.data(), isForUser);
+    std::array<wchar_t, 64> version;
+    std::swprintf(version.data(), version.size(), L"%x.%x\\%x\\%ls", library.wMajorVerNum,
+                  library.wMinorVerNum, static_cast<unsigned>(library.lcid),
+                  library.syskind == SYS_WIN64 ? L"win64" : L"win32");
+    return ClassesValue(std::wstring(L"TypeLib\\") + identifier.data() + L'\\' + version.data(), isForUser);
+}
+
+struct FileCloser
+{
+    void operator()(HANDLE file) const noexcept { CloseHandle(file); }
+};
+
+/// What tells a file from every other one; nothing when it cannot be had.
+std::optional<std::array<DWORD, 3>> IdentityOf(const std::wstring& file)
+{
+    const HANDLE opened = CreateFileW(file.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                      nullptr, OPEN_EXISTING, 0, nullptr);
+    if (opened == INVALID_HANDLE_VALUE)
+        return std::nullopt;
+    const std::unique_ptr<void, FileCloser> owner(opened);
+    BY_HANDLE_FILE_INFORMATION information = {};
+    if (GetFileInformationByHandle(opened, &information) == FALSE)
+        return std::nullopt;
+    return std::array{information.dwVolumeSerialNumber, information.nFileIndexHigh,
+                      information.nFileIndexLow};
+}
+
+/// By whatever names; a file that is no more is told by its name.
+bool IsSameFile(const std::wstring& a, const std::wstring& b)
+{
+    const auto identity = IdentityOf(a);
+    return (identity && identity == IdentityOf(b)) || _wcsicmp(a.c_str(), b.c_str()) == 0;
+}
+
+/// Whether a file has this very library.
+bool Holds(const std::wstring& file, const TLIBATTR& library)
+{
+    tavlo::com_ptr<ITypeLib> found;
+    TLIBATTR* attributes = nullptr;
+    if (FAILED(LoadTypeLibEx(file.c_str(), REGKIND_NONE, found.put())) ||
+        FAILED(found->GetLibAttr(&attributes)))
+        return false;
+    const Attributes owner(attributes, {found.get()});
+    return IsEqualGUID(attributes->guid, library.guid) && attributes->wMajorVerNum == library.wMajorVerNum &&
+           attributes->wMinorVerNum == library.wMinorVerNum;
 }
 
 } // namespace
 
-void RegisterCommonLibrary(std::wstring file, bool isForUser, const Console& console)
+void RegisterCommonLibrary(std::wstring file, OtherLibrary other, bool isForUser, const Console& console)
 {
     const tavlo::com_ptr<ITypeLib> library = Load(file);
+    file = FullPath(file);
+    const Attributes attributes = AttributesOf(*library.get());
+    const std::wstring registered = RegisteredFile(*attributes, isForUser);
+    if (other == OtherLibrary::Keep && !IsSameFile(registered, file) && Holds(registered, *attributes)) {
+        TellStep(console, StepResult::Kept, commonLibrary, ToUtf8(registered), isForUser);
+        return;
+    }
     {
         const std::optional<UserClasses> redirection = RedirectFor(isForUser);
         const auto registerLibrary = isForUser ? RegisterTypeLibForUser : RegisterTypeLib;
@@ -64,12 +128,18 @@ void RegisterCommonLibrary(std::wstring file, bool isForUser, const Console& con
     TellStep(console, StepResult::Registered, commonLibrary, ToUtf8(file), isForUser);
 }
 
-void UnregisterCommonLibrary(const std::wstring& file, bool isForUser, const Console& console)
+void UnregisterCommonLibrary(const std::wstring& file, OtherLibrary other, bool isForUser,
+                             const Console& console)
 {
     const tavlo::com_ptr<ITypeLib> library = Load(file);
     const Attributes attributes = AttributesOf(*library.get());
-    if (!IsRegistered(*attributes, isForUser)) {
+    const std::wstring registered = RegisteredFile(*attributes, isForUser);
+    if (registered.empty()) {
         TellStep(console, StepResult::NotRegistered, commonLibrary, {}, isForUser);
+        return;
+    }
+    if (other == OtherLibrary::Keep && !IsSameFile(registered, file)) {
+        TellStep(console, StepResult::Kept, commonLibrary, ToUtf8(registered), isForUser);
         return;
     }
     {

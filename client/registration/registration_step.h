@@ -12,6 +12,7 @@ enum class StepResult
     Registered,
     Unregistered,
     NotRegistered, ///< there was nothing to unregister
+    Kept,          ///< it is another component's
 };
 
 /// One thing that is registered, as users and programs read about it.

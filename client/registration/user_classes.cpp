@@ -2,6 +2,8 @@
 
 #include "client/foundation/failure.h"
 
+#include <array>
+
 namespace Mardu::Sentel::Tavlo::Client {
 namespace {
 
@@ -52,6 +54,16 @@ bool IsClassesKey(const std::wstring& key, bool isForUser)
         return false;
     RegCloseKey(opened);
     return true;
+}
+
+std::wstring ClassesValue(const std::wstring& key, bool isForUser)
+{
+    std::array<wchar_t, 32768> value;
+    auto bytes = static_cast<DWORD>(sizeof(value));
+    const std::wstring path = std::wstring(classesPath) + L'\\' + key;
+    const LSTATUS error = RegGetValueW(isForUser ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE, path.c_str(),
+                                       nullptr, RRF_RT_REG_SZ, nullptr, value.data(), &bytes);
+    return error == ERROR_SUCCESS ? std::wstring(value.data()) : std::wstring();
 }
 
 void CheckRegistration(HRESULT result, std::string_view what, bool isForUser)

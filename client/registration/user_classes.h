@@ -29,6 +29,9 @@ std::optional<UserClasses> RedirectFor(bool isForUser);
 /// Whether this user's classes, or all users', have this key.
 bool IsClassesKey(const std::wstring& key, bool isForUser);
 
+/// The default value of a key of this user's classes, or of all users'; empty when there is none.
+std::wstring ClassesValue(const std::wstring& key, bool isForUser);
+
 /// Like Check, with advice where rights are missing.
 void CheckRegistration(HRESULT result, std::string_view what, bool isForUser);
 

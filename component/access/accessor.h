@@ -25,6 +25,7 @@ struct AccessorTraits<IReadAccessor>
     using Interface = IReadAccessor;
     static HRESULT AddTo(ITavloInternal* counter) { return counter->AddReader(); }
     static HRESULT RemoveFrom(ITavloInternal* counter) { return counter->ReleaseReader(); }
+    /// Whether there is an image or not.
     static HRESULT Invalidate(ITavloInternal*, RECT*) { return E_FAIL; }
 };
 
@@ -34,7 +35,10 @@ struct AccessorTraits<IWriteAccessor>
     using Interface = IWriteAccessor;
     static HRESULT AddTo(ITavloInternal* counter) { return counter->AddWriter(); }
     static HRESULT RemoveFrom(ITavloInternal* counter) { return counter->ReleaseWriter(); }
-    static HRESULT Invalidate(ITavloInternal* image, RECT* pDirty) { return image->Invalidate(pDirty); }
+    static HRESULT Invalidate(ITavloInternal* image, RECT* pDirty)
+    {
+        return image != nullptr ? image->Invalidate(pDirty) : E_UNEXPECTED;
+    }
 };
 
 /// An accessor of an image's bytes. It keeps the image alive and is counted by it from
@@ -65,8 +69,7 @@ public:
     {
         // A handler may release this accessor's last reference.
         const ComPtr<ITavloInternal> image = target_.image;
-        return image != nullptr ? Guarded([&] { return Traits::Invalidate(image.Get(), pDirty); })
-                                : E_UNEXPECTED;
+        return Guarded([&] { return Traits::Invalidate(image.Get(), pDirty); });
     }
 
     STDMETHODIMP GetUnmarshalClass(REFIID, void*, DWORD context, void*, DWORD, CLSID* pClass) override

@@ -66,35 +66,50 @@ HRESULT HResultOfLastError(DWORD code) noexcept
     return value <= 0 ? value : static_cast<HRESULT>(0x80070000u | (code & 0xFFFFu));
 }
 
-/// One text of an error object; empty when it has none.
-std::wstring ReadText(IErrorInfo* info, HRESULT (STDMETHODCALLTYPE IErrorInfo::*getter)(BSTR*))
+using TextGetter = HRESULT (STDMETHODCALLTYPE IErrorInfo::*)(BSTR*);
+
+struct TextFreer
+{
+    void operator()(BSTR text) const noexcept { SysFreeString(text); }
+};
+
+/// One text of an error object; empty when it has none. Throws for want of memory.
+std::wstring ReadText(IErrorInfo* info, TextGetter getter)
 {
     BSTR text = nullptr;
     const HRESULT hr = (info->*getter)(&text);
+    const std::unique_ptr<OLECHAR, TextFreer> owner(SUCCEEDED(hr) ? text : nullptr);
     if (hr == E_OUTOFMEMORY)
         throw _com_error(E_OUTOFMEMORY);
-    if (FAILED(hr) || text == nullptr)
-        return {};
-    std::wstring copy;
-    try {
-        copy.assign(text, SysStringLen(text));
-    } catch (...) {
-        SysFreeString(text);
-        throw;
-    }
-    SysFreeString(text);
-    return copy;
+    return owner != nullptr ? std::wstring(text, SysStringLen(text)) : std::wstring();
 }
 
-HResultException WithTextsOf(HRESULT hr, IErrorInfo* info)
+/// The same, but empty whatever happens: the result that the texts belong to matters more.
+std::wstring TryToReadText(IErrorInfo* info, TextGetter getter) noexcept
+{
+    try {
+        return ReadText(info, getter);
+    } catch (...) {
+        return {};
+    }
+}
+
+DWORD TryToReadHelpContext(IErrorInfo* info) noexcept
+{
+    try {
+        DWORD helpContext = 0;
+        return SUCCEEDED(info->GetHelpContext(&helpContext)) ? helpContext : 0;
+    } catch (...) {
+        return 0;
+    }
+}
+
+HResultException WithTextsOf(HRESULT hr, IErrorInfo* info, std::wstring (*read)(IErrorInfo*, TextGetter))
 {
     if (info == nullptr)
         return HResultException(hr);
-    DWORD helpContext = 0;
-    if (FAILED(info->GetHelpContext(&helpContext)))
-        helpContext = 0;
-    return {hr, ReadText(info, &IErrorInfo::GetSource), ReadText(info, &IErrorInfo::GetDescription),
-            ReadText(info, &IErrorInfo::GetHelpFile), helpContext};
+    return {hr, read(info, &IErrorInfo::GetSource), read(info, &IErrorInfo::GetDescription),
+            read(info, &IErrorInfo::GetHelpFile), TryToReadHelpContext(info)};
 }
 
 HResultException OfException(const std::exception& error)
@@ -107,14 +122,32 @@ HResultException OfArgumentError(const std::exception& error)
     return {E_INVALIDARG, error.what()};
 }
 
+/// Results that are there before they are needed: to make one takes memory, to copy one does not.
+struct ReadyResults
+{
+    HResultException unexpected{E_UNEXPECTED};
+    HResultException outOfMemory{E_OUTOFMEMORY};
+};
+
+const ReadyResults& Ready()
+{
+    static const ReadyResults ready;
+    return ready;
+}
+
+/// Without its text where there is no memory for that either.
 HResultException OfBadAlloc(const std::bad_alloc& error)
 {
-    return {E_OUTOFMEMORY, error.what()};
+    try {
+        return {E_OUTOFMEMORY, error.what()};
+    } catch (const std::bad_alloc&) {
+        return Ready().outOfMemory;
+    }
 }
 
 HResultException OfComError(const _com_error& error)
 {
-    return WithTextsOf(error.Error(), TakeReference(error.ErrorInfo()).Get());
+    return WithTextsOf(error.Error(), TakeReference(error.ErrorInfo()).Get(), ReadText);
 }
 
 HResultException OfHResultException(const HResultException& error)
@@ -137,31 +170,49 @@ HResultException OfWin32Error(const win32_error& error)
     return {HResultOfLastError(error.code()), error.what()};
 }
 
+/// What a conversion ends with that could not be done; no translator knows it, so that none takes
+/// the failure for the exception that was to be translated.
+struct FailedConversion
+{
+};
+
+template <class E, auto convert>
+HResultException ConvertedBy(const E& error)
+{
+    try {
+        return convert(error);
+    } catch (...) {
+        throw FailedConversion();
+    }
+}
+
 /// The chain from std::exception to win32_error; the last one appended is asked first.
 class TranslatorChain
 {
 public:
     TranslatorChain() : head_(std::make_unique<ExceptionTranslatorTail>())
     {
-        Append<std::exception>(OfException);
-        Append<std::bad_cast>(OfArgumentError);
-        Append<std::invalid_argument>(OfArgumentError);
-        Append<std::out_of_range>(OfArgumentError);
-        Append<std::bad_alloc>(OfBadAlloc);
-        Append<_com_error>(OfComError);
-        Append<HResultException>(OfHResultException);
-        Append<ATL::CAtlException>(OfAtlException);
-        Append<long>(OfLong);
-        Append<win32_error>(OfWin32Error);
+        Append<std::exception, OfException>();
+        Append<std::bad_cast, OfArgumentError>();
+        Append<std::invalid_argument, OfArgumentError>();
+        Append<std::out_of_range, OfArgumentError>();
+        Append<std::bad_alloc, OfBadAlloc>();
+        Append<_com_error, OfComError>();
+        Append<HResultException, OfHResultException>();
+        Append<ATL::CAtlException, OfAtlException>();
+        Append<long, OfLong>();
+        Append<win32_error, OfWin32Error>();
     }
 
     void Translate(HResultException& result) { head_->Translate(result); }
 
 private:
-    template <class E, class F>
-    void Append(F function)
+    template <class E, auto convert>
+    void Append()
     {
-        std::unique_ptr<ExceptionTranslatorBase> item = std::make_unique<ExceptionTranslator<E, F>>(function);
+        using Function = HResultException (*)(const E&);
+        std::unique_ptr<ExceptionTranslatorBase> item =
+            std::make_unique<ExceptionTranslator<E, Function>>(ConvertedBy<E, convert>);
         if (last_ != nullptr) {
             last_ = last_->InsertAfter(item);
             return;
@@ -175,18 +226,18 @@ private:
     ExceptionTranslatorBase* last_ = nullptr;
 };
 
-HResultException DescribeCurrentException() noexcept
+HResultException DescribeCurrentException()
 {
+    static CriticalSection serialised;
+    const std::lock_guard lock(serialised);
+    static TranslatorChain chain;
+    HResultException result = Ready().unexpected;
     try {
-        static CriticalSection serialised;
-        const std::lock_guard lock(serialised);
-        static TranslatorChain chain;
-        HResultException result(E_UNEXPECTED);
         chain.Translate(result);
-        return result;
     } catch (...) {
-        return HResultException(E_UNEXPECTED);
+        result = Ready().unexpected;
     }
+    return result;
 }
 
 } // namespace
@@ -259,7 +310,7 @@ void CheckHResult(HRESULT hr)
     ComPtr<IErrorInfo> info;
     if (GetErrorInfo(0, &info) != S_OK)
         info.Reset();
-    throw WithTextsOf(hr, info.Get());
+    throw WithTextsOf(hr, info.Get(), TryToReadText);
 }
 
 HRESULT SetComErrorInfo(REFIID iid, const std::wstring& source, const std::wstring& description,
@@ -289,9 +340,15 @@ HRESULT SetComErrorInfo(REFIID iid, const std::wstring& source, const std::wstri
 
 HRESULT TranslateCurrentException() noexcept
 {
-    const HResultException error = DescribeCurrentException();
-    SetComErrorInfo(GUID_NULL, error.source, error.description, error.helpFile, error.helpContext);
-    return error.hr;
+    try {
+        const HResultException error = DescribeCurrentException();
+        SetComErrorInfo(GUID_NULL, error.source, error.description, error.helpFile, error.helpContext);
+        return error.hr;
+    } catch (...) {
+        // There was no memory to begin with.
+        SetComErrorInfo(GUID_NULL, {}, {}, {}, 0);
+        return E_UNEXPECTED;
+    }
 }
 
 } // namespace Mardu

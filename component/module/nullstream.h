@@ -30,11 +30,12 @@ private:
     basic_nullbuf<Char> buffer_;
 };
 
-/// The component's diagnostic stream; the component keeps no log.
-inline std::wostream& DiagnosticStream()
+/// The component's diagnostic stream, made when the module starts; the component keeps no log.
+inline basic_nullstream<wchar_t> diagnosticStream;
+
+inline std::wostream& DiagnosticStream() noexcept
 {
-    static basic_nullstream<wchar_t> stream;
-    return stream;
+    return diagnosticStream;
 }
 
 } // namespace Mardu

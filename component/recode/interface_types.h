@@ -5,6 +5,8 @@
 
 #include "TavloLib.h"
 
+#include <oleauto.h>
+
 #include <optional>
 #include <utility>
 
@@ -49,6 +51,7 @@ private:
 using OptionalRect = Optional<RECT>;
 using OptionalPoint = Optional<POINT>;
 
+/// The refusal of an argument goes without a text: also without that of an earlier failure.
 inline HRESULT ToHResult(RecodeResult result) noexcept
 {
     switch (result) {
@@ -57,6 +60,7 @@ inline HRESULT ToHResult(RecodeResult result) noexcept
     case RecodeResult::nullPointer:
         return E_POINTER;
     case RecodeResult::invalidArgument:
+        SetErrorInfo(0, nullptr);
         return E_INVALIDARG;
     }
     return E_UNEXPECTED;

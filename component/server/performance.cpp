@@ -26,7 +26,7 @@ HRESULT Hook()
     return HasObjects() ? E_NOTIMPL : S_OK;
 }
 
-const bool hooksInstalled = (CTavloModule::SetPerformanceHooks(Hook, Hook), true);
+const bool hooksInstalled = (CTavloModule::SetPerformanceHooks({Hook, Hook}), true);
 
 } // namespace
 

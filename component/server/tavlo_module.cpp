@@ -9,6 +9,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace Mardu::Sentel::Tavlo {
 namespace {
@@ -18,8 +19,7 @@ constexpr UINT appIdScript = 101;
 
 std::optional<CTavloModule> instance;
 
-RegistrationHook performanceRegister = nullptr;
-RegistrationHook performanceUnregister = nullptr;
+constinit RegistrationHooks performanceHooks;
 
 /// Registration must not depend on the user's locale.
 class SystemThreadLocale
@@ -54,10 +54,9 @@ void CTavloModule::Terminate() noexcept
     instance.reset();
 }
 
-void CTavloModule::SetPerformanceHooks(RegistrationHook onRegister, RegistrationHook onUnregister) noexcept
+RegistrationHooks CTavloModule::SetPerformanceHooks(RegistrationHooks hooks) noexcept
 {
-    performanceRegister = onRegister;
-    performanceUnregister = onUnregister;
+    return std::exchange(performanceHooks, hooks);
 }
 
 HRESULT CTavloModule::GetClassObject(REFCLSID clsid, REFIID iid, void** result) noexcept
@@ -94,15 +93,15 @@ void CTavloModule::RegisterServer()
     for (const ClassEntry& entry : ClassTable())
         registrar.Register(module, entry.script);
     RegisterTypeLibrary(module);
-    if (performanceRegister != nullptr)
-        CheckHResult(performanceRegister());
+    if (performanceHooks.onRegister != nullptr)
+        CheckHResult(performanceHooks.onRegister());
 }
 
 void CTavloModule::UnregisterServer()
 {
     const SystemThreadLocale locale;
-    if (performanceUnregister != nullptr)
-        CheckHResult(performanceUnregister());
+    if (performanceHooks.onUnregister != nullptr)
+        CheckHResult(performanceHooks.onUnregister());
     const std::wstring module = ThisModulePath();
     Registrar registrar;
     registrar.AddReplacement(L"MODULE", QuotedForScript(module));

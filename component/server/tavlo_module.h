@@ -25,6 +25,12 @@ std::span<ClassEntry> ClassTable() noexcept;
 /// A hook of (un)registration that has no object of its own; an HRESULT.
 using RegistrationHook = HRESULT (*)();
 
+struct RegistrationHooks
+{
+    RegistrationHook onRegister = nullptr;
+    RegistrationHook onUnregister = nullptr;
+};
+
 /// The component as a server: its classes, their registration, its type library.
 class CTavloModule
 {
@@ -34,8 +40,8 @@ public:
     static void Initialise();
     static void Terminate() noexcept;
 
-    /// Installed once, by a static initialiser, before any registration.
-    static void SetPerformanceHooks(RegistrationHook onRegister, RegistrationHook onUnregister) noexcept;
+    /// Installed once, by a static initialiser, before any registration. Those before.
+    static RegistrationHooks SetPerformanceHooks(RegistrationHooks hooks) noexcept;
 
     HRESULT GetClassObject(REFCLSID clsid, REFIID iid, void** result) noexcept;
 

@@ -35,18 +35,39 @@ RECT Intersect(const RECT& a, const RECT& b) noexcept
 
 } // namespace
 
-RemoteImage::RemoteImage(ITavloStub* stub)
-    : descriptorData_(GeometryOf(stub)),
-      local_(CreateImage(LayoutOf(descriptorData_), Tavlo_SingleWriter)),
-      pending_(Whole()),
-      wake_(CreateEventW(nullptr, FALSE, FALSE, nullptr))
+RemoteImage::RemoteImage() : wake_(CreateEventW(nullptr, FALSE, FALSE, nullptr))
 {
     if (wake_ == nullptr)
         ThrowLastError("CreateEvent failed");
+}
+
+void RemoteImage::MakeCopy(ITavloStub* stub)
+{
+    descriptorData_ = GeometryOf(stub);
+    local_ = CreateImage(LayoutOf(descriptorData_), Tavlo_SingleWriter);
+}
+
+void RemoteImage::TakeWriter()
+{
     CheckHResult(local_->GetWriteAccess(&writer_));
     pixels_ = static_cast<std::uint8_t*>(writer_->Ptr(0));
     if (pixels_ == nullptr)
         throw HResultException(E_FAIL);
+    const std::lock_guard lock(lock_);
+    pending_ = Whole();
+}
+
+void RemoteImage::ReleaseWriter() noexcept
+{
+    std::vector<std::uint8_t>().swap(scratch_);
+    writer_.Reset();
+    pixels_ = nullptr;
+}
+
+void RemoteImage::DropCopy() noexcept
+{
+    ReleaseWriter();
+    local_.Reset();
 }
 
 void RemoteImage::Outdate(const RECT& dirty)

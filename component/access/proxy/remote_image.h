@@ -19,9 +19,22 @@ namespace Mardu::Sentel::Tavlo {
 class RemoteImage : private NonCopyable
 {
 public:
-    /// Makes the copy in a new section, wholly out of date.
-    explicit RemoteImage(ITavloStub* stub);
+    /// Has no copy yet, but all that waiting for updates needs.
+    RemoteImage();
 
+    /// Makes the copy in a new section.
+    void MakeCopy(ITavloStub* stub);
+
+    /// Takes the copy's only writer, and makes the copy wholly out of date.
+    void TakeWriter();
+
+    /// Lets go of what writes the copy; nothing may be refreshed any more.
+    void ReleaseWriter() noexcept;
+
+    /// Back to the beginning, when the rest of the binding has failed.
+    void DropCopy() noexcept;
+
+    /// Null before there is a copy.
     CTavlo* Local() const noexcept { return local_.Get(); }
     RECT Whole() const noexcept { return {0, 0, descriptorData_.Width, descriptorData_.Height}; }
 
@@ -37,20 +50,26 @@ public:
     void RefreshUntilStopped(ITavloStub* stub);
     void Stop() noexcept;
 
+    /// What keeps the refresh thread from refreshing; S_OK as long as it does.
+    void SetThreadResult(HRESULT hr) noexcept { threadResult_ = hr; }
+    HRESULT ThreadResult() const noexcept { return threadResult_; }
+
 private:
     RECT TakePending();
     void Fetch(ITavloStub* stub, RECT& rect);
     std::vector<std::uint8_t> TakeScratch() noexcept;
     void GiveBack(std::vector<std::uint8_t> scratch) noexcept;
 
-    TavloDescriptorData descriptorData_;
+    // Destroyed from the last to the first.
+    CriticalSection lock_; ///< of what is pending and the scratch buffer
+    UniqueHandle wake_;
+    std::atomic<bool> stopped_ = false;
+    std::atomic<HRESULT> threadResult_ = S_OK;
+    RECT pending_ = {};
+    TavloDescriptorData descriptorData_ = {};
     ComPtr<CTavlo> local_;
     ComPtr<IWriteAccessor> writer_;
     std::uint8_t* pixels_ = nullptr;
-    CriticalSection lock_; ///< of what is pending and the scratch buffer
-    RECT pending_;
-    UniqueHandle wake_;
-    std::atomic<bool> stopped_ = false;
     std::vector<std::uint8_t> scratch_; ///< grows, never shrinks; empty while it is in use
 };
 

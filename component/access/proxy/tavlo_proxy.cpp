@@ -21,16 +21,32 @@ HRESULT Unbound(Interface** ppInterface) noexcept
     return E_UNEXPECTED;
 }
 
+/// What the refresh thread does. The stream is used up by it.
+void RefreshOnThread(RemoteImage& remote, ComPtr<IStream> stream)
+{
+    ComPtr<ITavloStub> stub;
+    const HRESULT hr = CoGetInterfaceAndReleaseStream(stream.Detach(), IID_ITavloStub,
+                                                      reinterpret_cast<void**>(stub.GetAddressOf()));
+    if (FAILED(hr)) {
+        remote.SetThreadResult(hr);
+        return;
+    }
+    remote.RefreshUntilStopped(stub.Get());
+}
+
 } // namespace
 
 CTavloProxy::~CTavloProxy()
 {
-    if (remote_ != nullptr)
-        remote_->Stop();
+    remote_->Stop();
     // A handler on the refresh thread may have released the proxy: the thread does not
     // wait for itself, and owns what it still uses.
-    if (thread_ != nullptr && GetThreadId(thread_.get()) != GetCurrentThreadId())
+    const bool isOwnThread = thread_ != nullptr && GetThreadId(thread_.get()) == GetCurrentThreadId();
+    if (thread_ != nullptr && !isOwnThread)
         WaitForSingleObject(thread_.get(), INFINITE);
+    thread_.reset();
+    if (!isOwnThread)
+        remote_->ReleaseWriter();
     if (stubStream_ != nullptr)
         ReleaseUnusedMarshalData(stubStream_.Get());
 }
@@ -47,7 +63,7 @@ HRESULT CTavloProxy::get_Descriptor(ITavloDescriptor2** ppIDescriptor)
 
 HRESULT CTavloProxy::GetReadAccess(IReadAccessor** ppIReadAccessor)
 {
-    RECT whole = remote_ != nullptr ? remote_->Whole() : RECT{};
+    RECT whole = remote_->Whole();
     return GetReadAccess(&whole, 1.0, ppIReadAccessor);
 }
 
@@ -171,9 +187,13 @@ HRESULT CTavloProxy::GetPropertyNames(SAFEARRAY** names)
 
 HRESULT CTavloProxy::OnImageUpdate(ITavlo*, RECT* pDirty)
 {
-    if (remote_ == nullptr)
+    if (Local() == nullptr)
         return E_UNEXPECTED;
-    return Guarded([&] { remote_->Outdate(pDirty != nullptr ? *pDirty : remote_->Whole()); });
+    return Guarded([&] {
+        remote_->Outdate(pDirty != nullptr ? *pDirty : remote_->Whole());
+        // Where nobody refreshes, nobody takes updates either: the stub's image drops us then.
+        return remote_->ThreadResult();
+    });
 }
 
 // A proxy is passed on by standard marshaling. Only its own class arrives here as a
@@ -236,23 +256,45 @@ void CTavloProxy::Bind(IStream* stream)
 {
     CheckHResult(CoUnmarshalInterface(stream, IID_ITavloStub,
                                       reinterpret_cast<void**>(stub_.ReleaseAndGetAddressOf())));
-    remote_ = std::make_shared<RemoteImage>(stub_.Get());
-    CheckHResult(CoMarshalInterThreadInterfaceInStream(IID_ITavloStub, stub_.Get(),
-                                                       stubStream_.ReleaseAndGetAddressOf()));
+    if (Local() != nullptr)
+        remote_ = std::make_shared<RemoteImage>();
+    try {
+        remote_->MakeCopy(stub_.Get());
+        stubStream_ = MarshaledStub();
+        remote_->TakeWriter();
+    } catch (...) {
+        remote_->DropCopy();
+        throw;
+    }
+}
+
+ComPtr<IStream> CTavloProxy::MarshaledStub() const
+{
+    ComPtr<IStream> stream;
+    CheckHResult(CoMarshalInterThreadInterfaceInStream(IID_ITavloStub, stub_.Get(), &stream));
+    return stream;
 }
 
 void CTavloProxy::StartRefreshThread()
 {
-    const std::lock_guard lock(threadLock_);
-    if (thread_ != nullptr)
-        return;
-    thread_ = StartModuleThread([remote = remote_, stream = stubStream_] {
-        ComPtr<ITavloStub> stub;
-        CheckHResult(CoUnmarshalInterface(stream.Get(), IID_ITavloStub,
-                                          reinterpret_cast<void**>(stub.GetAddressOf())));
-        remote->RefreshUntilStopped(stub.Get());
-    });
-    stubStream_.Reset();
+    // A thread that could not use its stub is followed by another one.
+    ComPtr<IStream> another = FAILED(remote_->ThreadResult()) ? MarshaledStub() : nullptr;
+    {
+        const std::lock_guard lock(threadLock_);
+        if (another != nullptr && FAILED(remote_->ThreadResult())) {
+            stubStream_.Swap(another);
+            thread_.reset();
+            remote_->SetThreadResult(S_OK);
+        }
+        if (thread_ == nullptr) {
+            thread_ = StartModuleThread([remote = remote_, stream = stubStream_]() mutable {
+                RefreshOnThread(*remote, std::move(stream));
+            });
+            stubStream_.Reset();
+        }
+    }
+    if (another != nullptr)
+        ReleaseUnusedMarshalData(another.Get());
 }
 
 } // namespace Mardu::Sentel::Tavlo

@@ -80,15 +80,18 @@ public:
 private:
     HRESULT DisposeLocalImage() override;
     void Bind(IStream* stream);
+    ComPtr<IStream> MarshaledStub() const;
     void StartRefreshThread();
 
-    CTavlo* Local() const noexcept { return remote_ != nullptr ? remote_->Local() : nullptr; }
+    CTavlo* Local() const noexcept { return remote_->Local(); }
 
+    // Destroyed from the last to the first.
     CriticalSection threadLock_;
-    UniqueHandle thread_; ///< null until the first Subscribe
+    std::shared_ptr<RemoteImage> remote_ =
+        std::make_shared<RemoteImage>(); ///< shared with the refresh thread
     ComPtr<ITavloStub> stub_;
-    ComPtr<IStream> stubStream_;          ///< the stub for the refresh thread
-    std::shared_ptr<RemoteImage> remote_; ///< shared with the refresh thread
+    ComPtr<IStream> stubStream_; ///< the stub for the refresh thread
+    UniqueHandle thread_;        ///< null until the first Subscribe
 };
 
 } // namespace Mardu::Sentel::Tavlo

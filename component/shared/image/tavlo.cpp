@@ -31,9 +31,9 @@ UniqueHandle NotNull(UniqueHandle mapping)
 CTavlo::CTavlo(ImageLayout layout, std::wstring mapName, UniqueHandle mapping, ::TavloAccess access)
     : mapName_(std::move(mapName)),
       mapping_(NotNull(std::move(mapping))),
-      view_(ShareView(MapWholeSection(mapping_.get()), mapName_)),
       layout_(std::move(layout)),
-      access_(access)
+      access_(access),
+      view_(ShareView(MapWholeSection(mapping_.get()), mapName_))
 {
 }
 
@@ -125,10 +125,10 @@ HRESULT CTavlo::Clone(::TavloAccess access, ITavlo2** ppITavlo)
 
 ComPtr<CTavlo> CTavlo::NewClone(::TavloAccess access)
 {
-    ComPtr<IReadAccessor> source;
-    CheckHResult(GetReadAccess(&source));
     ComPtr<CTavlo> clone = CreateImage(layout_, access == Tavlo_ReadOnly ? Tavlo_SingleWriter : access);
     {
+        ComPtr<IReadAccessor> source;
+        CheckHResult(GetReadAccess(&source));
         ComPtr<IWriteAccessor> target;
         CheckHResult(clone->GetWriteAccess(&target));
         std::memcpy(target->Ptr(0), source->Ptr(0), static_cast<size_t>(RawDataSize(layout_)));

@@ -79,16 +79,18 @@ public:
 private:
     ComPtr<CTavlo> NewClone(::TavloAccess access);
 
+    // Destroyed from the last to the first: whoever is let go by it, a value of the bag or a handler,
+    // finds no pixels any more, and a handler no section either.
+    UpdateSubscriptions subscriptions_;
     const std::wstring mapName_;
     const UniqueHandle mapping_;
-    const SharedView view_;
     const ImageLayout layout_ = {};
     const ::TavloAccess access_ = Tavlo_ReadOnly;
     std::atomic<std::int32_t> readers_ = 0;
     std::atomic<std::int32_t> writers_ = 0;
-    PropertyBag properties_;
-    UpdateSubscriptions subscriptions_;
     std::atomic<ITavloDisposalHook*> disposalHook_ = nullptr;
+    PropertyBag properties_;
+    const SharedView view_;
 };
 
 /// Makes an image in a new section, all bytes zero; throws when it cannot.

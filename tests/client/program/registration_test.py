@@ -195,6 +195,34 @@ class Registering(RegistrationTest):
         self.assertEqual(json.loads(line)["what"], "component")
         self.assertEqual(json.loads(result.errors)["code"], NO_PROGRAM)
 
+    def common_library(self, root):
+        """The file that is registered as the common type library."""
+        key = root + r"\Software\Classes\TypeLib\{80384BE4-AF42-443A-8F1B-0E3ECF0F0CDF}\1.0\0\win64"
+        found = re.search(r"REG_SZ\s+(.*\S)", self.wine("reg", "query", key, "/ve"))
+        return found and found.group(1)
+
+    def test_another_components_library_is_kept(self):
+        for scope, root, where in ([], "HKLM", "machine"), (["--user"], "HKCU", "user"):
+            folder = self.folder_with("other " + where, FILES[2])
+            self.assert_done(self.run_program("register-common", folder + "\\" + FILES[2], *scope))
+            other = self.common_library(root)
+            self.assertTrue(other and other.endswith(folder + "\\" + FILES[2]), other)
+            for verb in "register", "unregister":
+                steps = self.steps(verb, *scope)
+                (step,) = (step for step in steps if step["what"] == "common_library")
+                self.assertEqual((step["result"], step["file"]), ("kept", other))
+                self.assertEqual(self.common_library(root), other)
+                self.assertEqual({step["result"] for step in steps}, {verb + "ed", "kept"})
+
+            self.assert_done(self.run_program("register-common", *scope))
+            self.assertNotEqual(self.common_library(root), other, "whoever asks for it by name means it")
+            self.assert_done(self.run_program("register-common", folder + "\\" + FILES[2], *scope))
+            os.remove(self.path(os.path.join(folder, FILES[2])))
+            self.assert_done(self.run_program("register", *scope))
+            self.assertNotEqual(self.common_library(root), other, "what cannot be read serves nobody")
+            self.assert_done(self.run_program("unregister", *scope))
+            self.assertIsNone(self.common_library(root))
+
     def test_quiet_says_nothing(self):
         for command in ("register", "unregister", "unregister"):
             result = self.run_program(command, "--quiet")

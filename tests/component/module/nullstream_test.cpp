@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <iomanip>
+#include <locale>
 #include <string>
 
 using namespace Mardu;
@@ -87,6 +88,15 @@ TYPED_TEST(NullStream, AcceptsEveryCharacterUnchanged)
 TEST(DiagnosticStream, IsOneStreamOfTheModule)
 {
     EXPECT_EQ(&DiagnosticStream(), &DiagnosticStream());
+}
+
+// What is made at its first use only has the locale of that moment.
+TEST(DiagnosticStream, IsThereFromTheStartOfTheModule)
+{
+    const std::locale later(std::locale::classic(), new std::numpunct<wchar_t>);
+    const std::locale before = std::locale::global(later);
+    EXPECT_TRUE(DiagnosticStream().getloc() == before);
+    std::locale::global(before);
 }
 
 TEST(DiagnosticStream, NeverFails)

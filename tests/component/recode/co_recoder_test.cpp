@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -105,12 +106,33 @@ TEST(Recoder, RefusesRegionsOutsideSilently)
     const RECT outside = {0, 0, 5, 1};
     const POINT beyond = {1, 0};
     const auto service = Service();
-    SetErrorInfo(0, nullptr);
-    EXPECT_HR(E_INVALIDARG, service->Cast(&grey8, ramp.data(), &grey16, bytes, &outside, nullptr));
-    EXPECT_HR(E_INVALIDARG, service->Cast(&grey8, ramp.data(), &grey16, bytes, nullptr, &beyond));
-    EXPECT_EQ(TakeErrorDescription(), L"");
-    EXPECT_HR(E_INVALIDARG, service->Recode(&grey8, ramp.data(), &grey16, bytes, &outside, nullptr));
-    EXPECT_HR(E_INVALIDARG, service->Recode(&grey8, ramp.data(), &grey16, bytes, nullptr, &beyond));
+    const auto recoder = LutRecoder(grey8, grey16);
+    const auto failBefore = [] {
+        ComPtr<ICreateErrorInfo> creator;
+        ComPtr<IErrorInfo> info;
+        EXPECT_HR(S_OK, CreateErrorInfo(&creator));
+        EXPECT_HR(S_OK, creator.As(&info));
+        EXPECT_HR(S_OK, SetErrorInfo(0, info.Get()));
+    };
+    const auto isSilent = [] {
+        ComPtr<IErrorInfo> info;
+        return GetErrorInfo(0, &info) == S_FALSE;
+    };
+    for (const auto& [rect, point] :
+         {std::pair<const RECT*, const POINT*>(&outside, nullptr), {nullptr, &beyond}}) {
+        failBefore();
+        EXPECT_HR(E_INVALIDARG, service->Cast(&grey8, ramp.data(), &grey16, bytes, rect, point));
+        EXPECT_TRUE(isSilent()) << "also of an earlier failure nothing is left";
+        failBefore();
+        EXPECT_HR(E_INVALIDARG, service->Recode(&grey8, ramp.data(), &grey16, bytes, rect, point));
+        EXPECT_TRUE(isSilent()) << "why the copy did not come about is not told";
+        failBefore();
+        EXPECT_HR(E_INVALIDARG, recoder->Recode(ramp.data(), bytes, rect, point));
+        EXPECT_TRUE(isSilent());
+        failBefore();
+        EXPECT_HR(E_INVALIDARG, recoder->Cast(ramp.data(), bytes, rect, point));
+        EXPECT_TRUE(isSilent());
+    }
 }
 
 TEST(Recoder, RefusesNullPointers)

@@ -18,6 +18,9 @@ int main(int count, char** arguments)
             if (std::string_view(wanted) == NameOf(level)) {
                 ForceSimdLevel(level);
                 isKnown = true;
+                if (level > BestSimdLevel())
+                    std::printf("TAVLO_SIMD: this processor has no %s, the tests use %s\n", wanted,
+                                NameOf(BestSimdLevel()));
             }
         }
         if (!isKnown) {

@@ -1,6 +1,7 @@
 #include "tests/component/component_test.h"
 
 #include <algorithm>
+#include <array>
 #include <string>
 #include <thread>
 #include <vector>
@@ -155,4 +156,55 @@ TEST(Module, RefusesToAggregateForAnyInterfaceButIUnknown)
     ITavloFactory* factory = reinterpret_cast<ITavloFactory*>(1);
     EXPECT_HR(CLASS_E_NOAGGREGATION, CoCreateInstance(CLSID_TavloFactory, outer.Get(), CLSCTX_INPROC_SERVER,
                                                       IID_ITavloFactory, reinterpret_cast<void**>(&factory)));
+}
+
+TEST(Module, IsNamedByItsStringTable)
+{
+    std::array<wchar_t, 64> text = {};
+    EXPECT_GT(LoadStringW(Dll(), 100, text.data(), static_cast<int>(text.size())), 0);
+    EXPECT_STREQ(text.data(), L"Tavlo");
+}
+
+TEST(Module, HasAScriptForEveryClassUnderItsNumber)
+{
+    const struct
+    {
+        int number;
+        const char* progId;
+    } scripts[] = {{101, "%APPID%"},
+                   {102, "Tavlo.Tavlo.1"},
+                   {103, "Tavlo.ReadAccessor.1"},
+                   {104, "Tavlo.WriteAccessor.1"},
+                   {105, "Tavlo.TavloProxy.1"},
+                   {106, "Tavlo.TavloStub.1"},
+                   {107, "Tavlo.TavloFactory.1"},
+                   {108, "Tavlo.TavloDescriptor.1"},
+                   {109, "Tavlo.Addressor.1"},
+                   {110, "Tavlo.TavloDescriptor.2"},
+                   {111, "Tavlo.CoRecoder.1"},
+                   {112, "Tavlo.TavloEventsReflector.1"}};
+    for (const auto& script : scripts) {
+        const HRSRC found = FindResourceW(Dll(), MAKEINTRESOURCEW(script.number), L"REGISTRY");
+        ASSERT_NE(found, nullptr) << script.number;
+        const auto* text = static_cast<const char*>(LockResource(LoadResource(Dll(), found)));
+        EXPECT_NE(std::string(text, SizeofResource(Dll(), found)).find(script.progId), std::string::npos)
+            << script.number;
+    }
+    EXPECT_EQ(FindResourceW(Dll(), MAKEINTRESOURCEW(113), L"REGISTRY"), nullptr);
+}
+
+TEST(Module, LeavesItsInterfacesToTheClassOfItsProxies)
+{
+    // Written down by hand, as all identifiers that must not change.
+    for (const wchar_t* iid :
+         {L"{4EF5DA88-C261-42B7-BC84-EA86D5C862B1}", L"{446A91AD-25AE-4A3E-9254-855B22F03802}",
+          L"{8F352F7B-AFCF-4BE1-9408-3461C7C8EAD4}"}) {
+        std::array<wchar_t, 64> proxies = {};
+        auto bytes = static_cast<DWORD>(sizeof(proxies));
+        const std::wstring key = std::wstring(L"Interface\\") + iid + L"\\ProxyStubClsid32";
+        EXPECT_EQ(RegGetValueW(HKEY_CLASSES_ROOT, key.c_str(), nullptr, RRF_RT_REG_SZ, nullptr,
+                               proxies.data(), &bytes),
+                  ERROR_SUCCESS);
+        EXPECT_EQ(_wcsicmp(proxies.data(), L"{A726A527-3399-408B-9F6E-8FD1CE814E34}"), 0) << iid;
+    }
 }

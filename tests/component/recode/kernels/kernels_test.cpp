@@ -255,5 +255,4 @@ TEST_P(Kernel, TransposedPixelsOfLargeImagesAreThePlainOnes)
 }
 
 // A processor of the plain level has nothing to compare.
-GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(Kernel);
 INSTANTIATE_TEST_SUITE_P(Levels, Kernel, testing::ValuesIn(VectorLevels()), LevelName);

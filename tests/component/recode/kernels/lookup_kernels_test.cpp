@@ -155,5 +155,4 @@ TEST(CompactColors, HasNoFormWhereNeighboursDifferByMoreThanOne)
     EXPECT_TRUE(hasForm(table)) << "blocks may be anything";
 }
 
-GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(LookupKernel);
 INSTANTIATE_TEST_SUITE_P(Levels, LookupKernel, testing::ValuesIn(VectorLevels()), LevelName);

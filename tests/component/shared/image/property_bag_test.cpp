@@ -411,3 +411,23 @@ TEST(PropertyBag, IsSetReadAndClearedByManyThreadsAtOnce)
         thread.join();
     EXPECT_EQ(torn, 0);
 }
+
+TEST(PropertyBag, TakesNoLockForItsNames)
+{
+    static std::atomic<int> entered;
+    static decltype(&EnterCriticalSection) original;
+    PropertyBag bag;
+    bag.Set(L"name", Number(1));
+    const ReplacedImport<decltype(EnterCriticalSection)> counted("EnterCriticalSection",
+                                                                 [](LPCRITICAL_SECTION section) {
+                                                                     ++entered;
+                                                                     if (original != nullptr)
+                                                                         original(section);
+                                                                 });
+    original = counted.Original();
+    entered = 0;
+    SafeArrayDestroy(bag.Names());
+    EXPECT_EQ(entered, 0) << "the caller keeps the values from changing";
+    bag.Clear();
+    EXPECT_EQ(entered, 1);
+}

@@ -81,6 +81,21 @@ TEST(SynchronousUpdates, ComeInTheOrderOfSubscription)
     EXPECT_EQ(order, "cabacba") << "the first of two subscriptions ends";
 }
 
+TEST(SynchronousUpdates, ComeWhenTheWorkerHasBeenTold)
+{
+    const auto image = SharedImage();
+    const auto asynchronous = New<Handler>();
+    bool wasTold = false;
+    const auto synchronous = New<Handler>([&](const RECT&) {
+        wasTold = asynchronous->Receives(1);
+        return S_OK;
+    });
+    ASSERT_HR(S_OK, image->Subscribe(asynchronous.Get(), Tavlo_Asynchronous));
+    ASSERT_HR(S_OK, image->Subscribe(synchronous.Get(), Tavlo_Synchronous));
+    EXPECT_HR(S_OK, Invalidate(image, {1, 2, 3, 4}));
+    EXPECT_TRUE(wasTold) << "the update is posted before anybody is called";
+}
+
 TEST(SynchronousUpdates, ComeTwiceToAHandlerSubscribedTwice)
 {
     const auto image = SharedImage();

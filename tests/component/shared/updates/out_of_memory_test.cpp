@@ -3,40 +3,14 @@
 #include "module/module_lock.h"
 #include "shared/updates/update_dispatcher.h"
 #include "shared/updates/update_subscriptions.h"
+#include "tests/component/no_memory.h"
 
 #include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <new>
 
 using namespace Mardu;
 using namespace Mardu::Sentel::Tavlo;
 
 namespace {
-
-thread_local bool memoryIsExhausted = false;
-
-/// For as long as it lives, the thread gets no memory. The first exception of a thread needs some.
-class NoMemory
-{
-public:
-    NoMemory()
-    {
-        Guarded([] { throw 1; });
-        memoryIsExhausted = true;
-    }
-    ~NoMemory() { memoryIsExhausted = false; }
-    NoMemory(const NoMemory&) = delete;
-    NoMemory& operator=(const NoMemory&) = delete;
-};
-
-void* Allocated(std::size_t size)
-{
-    void* const memory = memoryIsExhausted ? nullptr : std::malloc(size > 0 ? size : 1);
-    if (memory == nullptr)
-        throw std::bad_alloc();
-    return memory;
-}
 
 bool WorkersEnd()
 {
@@ -68,21 +42,6 @@ public:
 };
 
 } // namespace
-
-void* operator new(std::size_t size)
-{
-    return Allocated(size);
-}
-
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
 
 TEST(WithoutMemory, AWorkerIsStopped)
 {
