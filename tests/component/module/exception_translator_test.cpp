@@ -38,7 +38,7 @@ Link Tail()
 
 /// What a chain makes of an exception; S_FALSE when it lets it out.
 template <class E>
-HRESULT Translated(ExceptionTranslatorBase& chain, const E& exception)
+HRESULT TranslatedBy(ExceptionTranslatorBase& chain, const E& exception)
 {
     HResultException result(E_PENDING);
     try {
@@ -97,8 +97,8 @@ TEST(ExceptionTranslator, KeepsItsNextLinkBehindAnInsertedOne)
     link->InsertAfter(item);
     EXPECT_EQ(item, nullptr);
     EXPECT_FALSE(ended);
-    EXPECT_EQ(Translated(*link, 'c'), 2);
-    EXPECT_EQ(Translated(*link, 5), 1);
+    EXPECT_EQ(TranslatedBy(*link, 'c'), 2);
+    EXPECT_EQ(TranslatedBy(*link, 5), 1);
 }
 
 TEST(ExceptionTranslator, GivesBackTheInsertedLink)
@@ -120,8 +120,8 @@ TEST(ExceptionTranslator, LetsTheLinkNearestTheTailDescribeFirst)
     ExceptionTranslatorBase* const last = head->InsertAfter(middle);
     Link nearest = LinkFor<std::logic_error, 3>();
     last->InsertAfter(nearest);
-    EXPECT_EQ(Translated(*head, std::logic_error("")), 3);
-    EXPECT_EQ(Translated(*head, std::runtime_error("")), 1);
+    EXPECT_EQ(TranslatedBy(*head, std::logic_error("")), 3);
+    EXPECT_EQ(TranslatedBy(*head, std::runtime_error("")), 1);
 }
 
 TEST(ExceptionTranslator, DescribesDerivedExceptions)
@@ -129,7 +129,7 @@ TEST(ExceptionTranslator, DescribesDerivedExceptions)
     const Link link = LinkFor<std::exception, 1>();
     Link tail = Tail();
     link->SetNext(tail);
-    EXPECT_EQ(Translated(*link, std::out_of_range("")), 1);
+    EXPECT_EQ(TranslatedBy(*link, std::out_of_range("")), 1);
 }
 
 TEST(ExceptionTranslator, LetsOutWhatNoLinkKnows)
@@ -137,7 +137,7 @@ TEST(ExceptionTranslator, LetsOutWhatNoLinkKnows)
     const Link link = LinkFor<std::exception, 1>();
     Link tail = Tail();
     link->SetNext(tail);
-    EXPECT_EQ(Translated(*link, 5), S_FALSE);
+    EXPECT_EQ(TranslatedBy(*link, 5), S_FALSE);
 }
 
 TEST(ExceptionTranslator, LetsOutWhatItsConversionThrows)
@@ -147,7 +147,7 @@ TEST(ExceptionTranslator, LetsOutWhatItsConversionThrows)
     ExceptionTranslator<int, Function> link(failing);
     Link tail = Tail();
     link.SetNext(tail);
-    EXPECT_EQ(Translated(link, 5), S_FALSE);
+    EXPECT_EQ(TranslatedBy(link, 5), S_FALSE);
 }
 
 TEST(ExceptionTranslator, OffersWhatAConversionThrowsToTheLinksBefore)
@@ -159,7 +159,7 @@ TEST(ExceptionTranslator, OffersWhatAConversionThrowsToTheLinksBefore)
     head->SetNext(tail);
     Link link = std::make_unique<ExceptionTranslator<int, Function>>(failing);
     head->InsertAfter(link);
-    EXPECT_EQ(Translated(*head, 5), 1);
+    EXPECT_EQ(TranslatedBy(*head, 5), 1);
 }
 
 TEST(ExceptionTranslatorTail, TakesNoNextLink)
