@@ -3,6 +3,7 @@
 #include "module/com_ptr.h"
 #include "module/critical_section.h"
 #include "module/exception_translator.h"
+#include "module/foreign_call.h"
 
 #include <comdef.h>
 #include <oaidl.h>
@@ -70,7 +71,7 @@ HRESULT HResultOfLastError(DWORD code) noexcept
 std::wstring ReadText(IErrorInfo* info, HRESULT (STDMETHODCALLTYPE IErrorInfo::*getter)(BSTR*))
 {
     BSTR text = nullptr;
-    const HRESULT hr = (info->*getter)(&text);
+    const HRESULT hr = CallForeign([&] { return (info->*getter)(&text); });
     if (hr == E_OUTOFMEMORY)
         throw _com_error(E_OUTOFMEMORY);
     if (FAILED(hr) || text == nullptr)
@@ -91,7 +92,7 @@ HResultException WithTextsOf(HRESULT hr, IErrorInfo* info)
     if (info == nullptr)
         return HResultException(hr);
     DWORD helpContext = 0;
-    if (FAILED(info->GetHelpContext(&helpContext)))
+    if (FAILED(CallForeign([&] { return info->GetHelpContext(&helpContext); })))
         helpContext = 0;
     return {hr, ReadText(info, &IErrorInfo::GetSource), ReadText(info, &IErrorInfo::GetDescription),
             ReadText(info, &IErrorInfo::GetHelpFile), helpContext};

@@ -3,6 +3,7 @@
 #include "access/stub/packed_block.h"
 #include "image/extent.h"
 #include "module/error.h"
+#include "module/foreign_call.h"
 #include "module/mapped_memory.h"
 #include "recode/interface_types.h"
 #include "recode/recode.h"
@@ -67,7 +68,8 @@ HRESULT CTavloStub::OnImageUpdate(ITavlo*, RECT* pDirty)
     const auto alive = KeepAlive();
     return Guarded([&] {
         const HeldInterface<ITavloEvents> handler = Handler();
-        return handler != nullptr ? (*handler)->OnImageUpdate(nullptr, pDirty) : S_OK;
+        return handler != nullptr ? CallForeign([&] { return (*handler)->OnImageUpdate(nullptr, pDirty); })
+                                  : S_OK;
     });
 }
 

@@ -209,10 +209,17 @@ TEST(Stub, LetsNoExceptionOfItsHandlerOut)
     const auto image = SharedImage();
     const auto stub = StubOf(image.Get());
     const auto throwing = New<Handler>([](const RECT&) -> HRESULT { throw 42; });
-    ASSERT_HR(S_OK, stub->Subscribe(throwing.Get()));
+    const auto raising = New<Handler>([](const RECT&) {
+        constexpr DWORD ofOtherCompilers = 0xE06D7363;
+        RaiseException(ofOtherCompilers, EXCEPTION_NONCONTINUABLE, 0, nullptr);
+        return S_OK;
+    });
     ComPtr<ITavloEvents> sink;
     ASSERT_HR(S_OK, stub.As(&sink));
-    RECT dirty = {1, 2, 3, 4};
-    EXPECT_HR(E_UNEXPECTED, sink->OnImageUpdate(nullptr, &dirty));
+    for (const auto& handler : {throwing, raising}) {
+        ASSERT_HR(S_OK, stub->Subscribe(handler.Get()));
+        RECT dirty = {1, 2, 3, 4};
+        EXPECT_HR(E_UNEXPECTED, sink->OnImageUpdate(nullptr, &dirty));
+    }
     EXPECT_HR(S_OK, stub->Subscribe(nullptr));
 }
