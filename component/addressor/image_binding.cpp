@@ -83,9 +83,11 @@ void ReadDescriptor(Binding& binding)
     ::TavloEncoding encoding = {};
     CheckHResult(CallForeign([&] { return descriptor->get_Encoding(&encoding); }));
     binding.pixelType = PixelTypeOf(static_cast<std::int32_t>(encoding), bits);
+    const TavloDescriptorData geometry = GeometryOf(binding, bits, static_cast<std::int32_t>(encoding));
+    const std::uint64_t mapped = MappedBytes(binding.base);
     if (IsFromElsewhere(binding.image.Get()))
-        RequireWithin(GeometryOf(binding, bits, static_cast<std::int32_t>(encoding)),
-                      MappedBytes(binding.base));
+        RequireWithin(geometry, mapped);
+    binding.liesInMemory = LiesWithin(geometry, mapped);
 }
 
 template <class Access>
