@@ -223,3 +223,43 @@ TEST(Stub, LetsNoExceptionOfItsHandlerOut)
     }
     EXPECT_HR(S_OK, stub->Subscribe(nullptr));
 }
+
+TEST(Stub, EndsItsSubscriptionsWithItself)
+{
+    auto image = SharedImage();
+    const ULONG before = ReferencesOf(image.Get());
+    Signal gone;
+    {
+        const auto stub = StubOf(image.Get());
+        const auto handler = New<Handler>(Handler::Reaction(), &gone);
+        for (int i = 0; i < 3; ++i)
+            ASSERT_HR(S_OK, stub->Subscribe(handler.Get()));
+        ASSERT_HR(S_OK, stub->Subscribe(nullptr));
+        ASSERT_HR(S_OK, stub->Subscribe(handler.Get()));
+        EXPECT_HR(S_OK, Invalidate(image.Get(), nullptr));
+        ASSERT_TRUE(handler->Receives(3));
+    }
+    EXPECT_TRUE(gone.Wait());
+    ASSERT_TRUE(WorkerCatchesUp(image));
+    EXPECT_EQ(ReferencesOf(image.Get()), before);
+    EXPECT_HR(S_OK, Invalidate(image.Get(), nullptr));
+}
+
+TEST(Stub, MayEndInAnUpdate)
+{
+    const auto image = SharedImage();
+    const ULONG before = ReferencesOf(image.Get());
+    auto stub = StubOf(image.Get());
+    const auto holder = New<Holder>();
+    ASSERT_HR(S_OK, stub->Subscribe(holder.Get()));
+    EXPECT_HR(S_OK, Invalidate(image.Get(), nullptr));
+    ASSERT_TRUE(holder->entered.Wait());
+    stub.Reset();
+    EXPECT_EQ(ReferencesOf(image.Get()), before);
+    holder->leave.Set();
+    ASSERT_TRUE(WorkerCatchesUp(image));
+    EXPECT_EQ(holder->References(), 1u);
+    EXPECT_HR(S_OK, Invalidate(image.Get(), nullptr));
+    ASSERT_TRUE(WorkerCatchesUp(image));
+    EXPECT_EQ(holder->Received().size(), 1u);
+}
