@@ -176,18 +176,15 @@ private:
     ExceptionTranslatorBase* last_ = nullptr;
 };
 
-HResultException DescribeCurrentException() noexcept
+/// Throws what no link of the chain knows, and for want of memory.
+HResultException DescribeCurrentException()
 {
-    try {
-        static CriticalSection serialised;
-        const std::lock_guard lock(serialised);
-        static TranslatorChain chain;
-        HResultException result(E_UNEXPECTED);
-        chain.Translate(result);
-        return result;
-    } catch (...) {
-        return HResultException(E_UNEXPECTED);
-    }
+    static CriticalSection serialised;
+    const std::lock_guard lock(serialised);
+    static TranslatorChain chain;
+    HResultException result(E_UNEXPECTED);
+    chain.Translate(result);
+    return result;
 }
 
 } // namespace
@@ -290,9 +287,15 @@ HRESULT SetComErrorInfo(REFIID iid, const std::wstring& source, const std::wstri
 
 HRESULT TranslateCurrentException() noexcept
 {
-    const HResultException error = DescribeCurrentException();
-    SetComErrorInfo(GUID_NULL, error.source, error.description, error.helpFile, error.helpContext);
-    return error.hr;
+    try {
+        const HResultException error = DescribeCurrentException();
+        SetComErrorInfo(GUID_NULL, error.source, error.description, error.helpFile, error.helpContext);
+        return error.hr;
+    } catch (...) {
+        // Even an empty exception may need memory, so none is made here.
+        SetComErrorInfo(GUID_NULL, {}, {}, {}, 0);
+        return E_UNEXPECTED;
+    }
 }
 
 } // namespace Mardu
