@@ -12,7 +12,7 @@ namespace Mardu::Sentel {
 
 struct ConnectionPolicy
 {
-    static void Give(const Connection& connection, CONNECTDATA& slot)
+    static void Give(const Connection& connection, CONNECTDATA& slot) noexcept
     {
         connection.sink.CopyTo(&slot.pUnk);
         slot.dwCookie = connection.cookie;

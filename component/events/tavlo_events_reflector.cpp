@@ -14,7 +14,10 @@ namespace {
 
 struct ConnectionPointPolicy
 {
-    static void Give(const ComPtr<IConnectionPoint>& point, IConnectionPoint*& slot) { point.CopyTo(&slot); }
+    static void Give(const ComPtr<IConnectionPoint>& point, IConnectionPoint*& slot) noexcept
+    {
+        point.CopyTo(&slot);
+    }
 };
 
 using ConnectionPointEnumerator =
