@@ -5,6 +5,7 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -443,6 +444,37 @@ TEST_P(SafeAddressor, RefusesAnImageThatReachesOutsideItsMemory)
         EXPECT_EQ(TakeErrorDescription(), L"The image's geometry reaches outside its memory");
         EXPECT_HR(E_INVALIDARG, addressor->put_Pixel(1, y, Number(1)));
     }
+}
+
+TEST(Addressor, BelievesNoGeometryFromElsewhereThatReachesOutsideItsMemory)
+{
+    const std::wstring name = L"TavloAddressorFromElsewhereTest";
+    const HANDLE section =
+        CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4096, name.c_str());
+    ASSERT_NE(section, nullptr);
+    ComPtr<IStream> packets[2];
+    for (int i = 0; i < 2; ++i) {
+        ComPtr<ITavlo2> image;
+        ASSERT_HR(S_OK, Create<ITavloFactory2>(CLSID_TavloFactory)
+                            ->Adopt(Text(name).get(), GreyDescriptor(64, i == 0 ? 64 : 1000).Get(),
+                                    Tavlo_MultipleWriters, &image));
+        ASSERT_HR(S_OK, CoMarshalInterThreadInterfaceInStream(IID_ITavlo2, image.Get(), &packets[i]));
+        EXPECT_HR(S_OK, Create<ITavloAddressor>(CLSID_TavloAddressor)->Attach(image.Get()))
+            << "within an apartment who adopts is trusted";
+    }
+    CloseHandle(section);
+    std::thread([&] {
+        ASSERT_HR(S_OK, CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
+        for (int i = 0; i < 2; ++i) {
+            ComPtr<ITavlo2> received;
+            ASSERT_HR(S_OK, CoGetInterfaceAndReleaseStream(packets[i].Detach(), IID_PPV_ARGS(&received)));
+            const auto addressor = Create<ITavloAddressor>(CLSID_TavloAddressor);
+            EXPECT_HR(i == 0 ? S_OK : E_INVALIDARG, addressor->Attach(received.Get()));
+            VARIANT value = Number(7);
+            EXPECT_HR(i == 0 ? S_OK : E_ACCESSDENIED, addressor->get_Pixel(63, 63, &value));
+        }
+        CoUninitialize();
+    }).join();
 }
 
 TEST(Addressor, FollowsStridesOfBothSigns)
