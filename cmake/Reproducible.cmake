@@ -6,6 +6,6 @@ option(TAVLO_REPRODUCIBLE "Build the same bytes in every folder" OFF)
 add_link_options(-Wl,--no-insert-timestamp)
 if(TAVLO_REPRODUCIBLE)
   add_compile_options(
-    "$<$<COMPILE_LANGUAGE:C,CXX>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=tavlo>"
-    "$<$<COMPILE_LANGUAGE:C,CXX>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=tavlo/build>")
+    "$<$<COMPILE_LANGUAGE:C,CXX,ASM>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=tavlo>"
+    "$<$<COMPILE_LANGUAGE:C,CXX,ASM>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=tavlo/build>")
 endif()

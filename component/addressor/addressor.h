@@ -2,6 +2,7 @@
 
 #include "addressor/element_traits.h"
 #include "module/error.h"
+#include "module/foreign_call.h"
 #include "module/noncopyable.h"
 
 #include <oleauto.h>
@@ -136,7 +137,8 @@ inline VARIANT ConvertedTo(VARTYPE type, const VARIANT& value)
     VARIANT converted;
     VariantInit(&converted);
     // Not every platform header declares the source const; it is only read.
-    CheckHResult(VariantChangeType(&converted, const_cast<VARIANT*>(&value), 0, type));
+    CheckHResult(
+        CallForeign([&] { return VariantChangeType(&converted, const_cast<VARIANT*>(&value), 0, type); }));
     return converted;
 }
 

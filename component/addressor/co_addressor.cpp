@@ -7,6 +7,20 @@
 
 namespace Mardu::Sentel::Tavlo {
 
+namespace {
+
+/// Throws std::invalid_argument for a pixel that a host must not let scripts reach.
+template <class Bound>
+void RequireInside(const Bound& bound, long x, long y)
+{
+    if (x < 0 || y < 0 || x >= bound.width || y >= bound.height)
+        throw std::invalid_argument("The pixel is outside the image");
+    if (!bound.liesInMemory)
+        throw std::invalid_argument("The image's geometry reaches outside its memory");
+}
+
+} // namespace
+
 HRESULT CCoAddressor::Attach(ITavlo2* pITavlo)
 {
     const auto alive = KeepAlive();
@@ -39,6 +53,7 @@ HRESULT CCoAddressor::get_Pixel(long x, long y, VARIANT* pValue)
     if (binding == nullptr)
         return E_ACCESSDENIED;
     return Guarded([&]() -> HRESULT {
+        CheckPlace(*binding, x, y);
         // A pixel's variant holds a plain number, so there is nothing to clear in it.
         const VARIANT pixel =
             binding->read != nullptr ? binding->read->typed->Get(x, y) : binding->write->typed->Get(x, y);
@@ -58,6 +73,7 @@ HRESULT CCoAddressor::put_Pixel(long x, long y, VARIANT value)
     if (binding == nullptr || binding->write == nullptr)
         return E_ACCESSDENIED;
     return Guarded([&]() -> HRESULT {
+        CheckPlace(*binding, x, y);
         AddressorBase& pixels = *binding->write->typed;
         const VARIANT number = ConvertedTo(pixels.SetType(), value);
         // The value may have been an object whose script let the image go.
@@ -66,6 +82,17 @@ HRESULT CCoAddressor::put_Pixel(long x, long y, VARIANT value)
         pixels.Set(x, y, number);
         return S_OK;
     });
+}
+
+/// Coordinates are unchecked, unless a host has asked for a safe object.
+void CCoAddressor::CheckPlace(const Binding& binding, long x, long y) const
+{
+    if (!MustBeSafe())
+        return;
+    if (binding.read != nullptr)
+        RequireInside(*binding.read, x, y);
+    else
+        RequireInside(*binding.write, x, y);
 }
 
 } // namespace Mardu::Sentel::Tavlo

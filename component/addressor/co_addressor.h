@@ -31,6 +31,8 @@ private:
         std::unique_ptr<WriteBinding> write;
     };
 
+    void CheckPlace(const Binding& binding, long x, long y) const;
+
     std::atomic<std::shared_ptr<const Binding>> binding_; ///< null while unattached
 };
 

@@ -2,6 +2,7 @@
 
 #include "image/extent.h"
 #include "module/error.h"
+#include "module/foreign_call.h"
 #include "module/mapped_memory.h"
 
 #include <stdexcept>
@@ -67,10 +68,10 @@ template <class Binding>
 void ReadDescriptor(Binding& binding)
 {
     ComPtr<ITavloDescriptor2> descriptor;
-    CheckHResult(binding.image->get_Descriptor(&descriptor));
+    CheckHResult(CallForeign([&] { return binding.image->get_Descriptor(&descriptor); }));
     const auto read = [&](auto getter) {
         long value = 0;
-        CheckHResult((descriptor.Get()->*getter)(&value));
+        CheckHResult(CallForeign([&] { return (descriptor.Get()->*getter)(&value); }));
         return static_cast<std::int32_t>(value);
     };
     binding.strideY = read(&ITavloDescriptor2::get_Stride_y);
@@ -80,11 +81,24 @@ void ReadDescriptor(Binding& binding)
     binding.width = read(&ITavloDescriptor2::get_Width);
     const std::int32_t bits = read(&ITavloDescriptor2::get_Bits);
     ::TavloEncoding encoding = {};
-    CheckHResult(descriptor->get_Encoding(&encoding));
+    CheckHResult(CallForeign([&] { return descriptor->get_Encoding(&encoding); }));
     binding.pixelType = PixelTypeOf(static_cast<std::int32_t>(encoding), bits);
+    const TavloDescriptorData geometry = GeometryOf(binding, bits, static_cast<std::int32_t>(encoding));
+    const std::uint64_t mapped = MappedBytes(binding.base);
     if (IsFromElsewhere(binding.image.Get()))
-        RequireWithin(GeometryOf(binding, bits, static_cast<std::int32_t>(encoding)),
-                      MappedBytes(binding.base));
+        RequireWithin(geometry, mapped);
+    binding.liesInMemory = LiesWithin(geometry, mapped);
+}
+
+template <class Access>
+std::uint8_t* PixelsOf(Access* accessor)
+{
+    void* pixels = nullptr;
+    CheckHResult(CallForeign([&] {
+        pixels = accessor->Ptr(0);
+        return S_OK;
+    }));
+    return static_cast<std::uint8_t*>(pixels);
 }
 
 template <class Binding>
@@ -106,8 +120,8 @@ std::unique_ptr<ReadBinding> BindForReading(ITavlo2* image)
 {
     auto binding = std::make_unique<ReadBinding>();
     binding->image = NotNull(image);
-    CheckHResult(image->GetReadAccess(nullptr, 1.0, &binding->accessor));
-    binding->base = static_cast<std::uint8_t*>(binding->accessor->Ptr(0));
+    CheckHResult(CallForeign([&] { return image->GetReadAccess(nullptr, 1.0, &binding->accessor); }));
+    binding->base = PixelsOf(binding->accessor.Get());
     ReadDescriptor(*binding);
     binding->typed = MakeTyped<ConstAddressor, ConstAddressorBase>(binding->pixelType, GridOf(*binding));
     return binding;
@@ -117,8 +131,8 @@ std::unique_ptr<WriteBinding> BindForWriting(ITavlo2* image)
 {
     auto binding = std::make_unique<WriteBinding>();
     binding->image = NotNull(image);
-    CheckHResult(image->GetWriteAccess(&binding->accessor));
-    binding->base = static_cast<std::uint8_t*>(binding->accessor->Ptr(0));
+    CheckHResult(CallForeign([&] { return image->GetWriteAccess(&binding->accessor); }));
+    binding->base = PixelsOf(binding->accessor.Get());
     ReadDescriptor(*binding);
     binding->typed = MakeTyped<Addressor, AddressorBase>(binding->pixelType, GridOf(*binding));
     return binding;

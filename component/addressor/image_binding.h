@@ -24,6 +24,7 @@ struct ImageBinding : private NonCopyable
     std::int64_t strideX;
     std::int64_t strideY;
     std::uint8_t* base;
+    bool liesInMemory; ///< every pixel of it, by its geometry
 
     // Released from the last to the first.
     ComPtr<ITavlo2> image;

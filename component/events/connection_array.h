@@ -42,7 +42,7 @@ public:
     }
 
     /// False when no sink has that cookie.
-    bool Remove(DWORD cookie)
+    bool Remove(DWORD cookie) noexcept
     {
         HeldInterface<IUnknown> removed; // released after the lock
         const std::lock_guard lock(lock_);

@@ -3,6 +3,7 @@
 #include "events/connection_array.h"
 #include "events/enumerator.h"
 #include "module/error.h"
+#include "module/foreign_call.h"
 
 #include <ocidl.h>
 #include <olectl.h>
@@ -11,7 +12,7 @@ namespace Mardu::Sentel {
 
 struct ConnectionPolicy
 {
-    static void Give(const Connection& connection, CONNECTDATA& slot)
+    static void Give(const Connection& connection, CONNECTDATA& slot) noexcept
     {
         connection.sink.CopyTo(&slot.pUnk);
         slot.dwCookie = connection.cookie;
@@ -80,8 +81,11 @@ private:
                 return E_POINTER;
             const auto alive = Container().KeepAlive();
             ComPtr<IUnknown> sink;
-            const HRESULT hr = Guarded(
-                [&] { return pUnkSink->QueryInterface(iid, reinterpret_cast<void**>(sink.GetAddressOf())); });
+            const HRESULT hr = Guarded([&] {
+                return CallForeign([&] {
+                    return pUnkSink->QueryInterface(iid, reinterpret_cast<void**>(sink.GetAddressOf()));
+                });
+            });
             if (FAILED(hr))
                 return hr == E_NOINTERFACE ? CONNECT_E_CANNOTCONNECT : hr;
             try {

@@ -1,6 +1,7 @@
 #include "events/tavlo_events_reflector.h"
 
 #include "module/error.h"
+#include "module/foreign_call.h"
 #include "module/rectangle.h"
 
 #include <oleauto.h>
@@ -13,7 +14,10 @@ namespace {
 
 struct ConnectionPointPolicy
 {
-    static void Give(const ComPtr<IConnectionPoint>& point, IConnectionPoint*& slot) { point.CopyTo(&slot); }
+    static void Give(const ComPtr<IConnectionPoint>& point, IConnectionPoint*& slot) noexcept
+    {
+        point.CopyTo(&slot);
+    }
 };
 
 using ConnectionPointEnumerator =
@@ -33,8 +37,11 @@ void Invoke(IUnknown* sink, IDispatch* dirty) noexcept
     VariantInit(&result);
     // The sink was stored as what its query for the dispinterface gave.
     try {
-        static_cast<IDispatch*>(sink)->Invoke(onImageUpdateId, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD,
-                                              &parameters, &result, nullptr, nullptr);
+        CallForeign([&] {
+            return static_cast<IDispatch*>(sink)->Invoke(onImageUpdateId, IID_NULL, LOCALE_USER_DEFAULT,
+                                                         DISPATCH_METHOD, &parameters, &result, nullptr,
+                                                         nullptr);
+        });
     } catch (...) {
         // One client does not cost the others their event.
     }
@@ -73,7 +80,7 @@ HRESULT CTavloEventsReflector::Connect(ITavlo2* pITavlo)
         HeldInterface<ITavlo2> image = Hold(pITavlo);
         HRESULT hr = Disconnect();
         if (SUCCEEDED(hr))
-            hr = pITavlo->Subscribe(sink_.Get(), Tavlo_Asynchronous);
+            hr = CallForeign([&] { return pITavlo->Subscribe(sink_.Get(), Tavlo_Asynchronous); });
         if (FAILED(hr))
             return hr;
         SetImage(std::move(image));
@@ -88,7 +95,7 @@ HRESULT CTavloEventsReflector::Disconnect()
         const HeldInterface<ITavlo2> image = Image();
         if (image == nullptr)
             return S_OK;
-        const HRESULT hr = (*image)->Unsubscribe(sink_.Get());
+        const HRESULT hr = CallForeign([&] { return (*image)->Unsubscribe(sink_.Get()); });
         if (SUCCEEDED(hr))
             SetImage(nullptr);
         return hr;
@@ -144,13 +151,13 @@ HRESULT CTavloEventsReflector::WholeImage(ITavlo* image, RECT& whole) const
     if (updated == nullptr)
         return E_UNEXPECTED;
     ComPtr<ITavloDescriptor> descriptor;
-    HRESULT hr = updated->get_Descriptor(&descriptor);
+    HRESULT hr = CallForeign([&] { return updated->get_Descriptor(&descriptor); });
     long width = 0;
     long height = 0;
     if (SUCCEEDED(hr))
-        hr = descriptor->get_Width(&width);
+        hr = CallForeign([&] { return descriptor->get_Width(&width); });
     if (SUCCEEDED(hr))
-        hr = descriptor->get_Height(&height);
+        hr = CallForeign([&] { return descriptor->get_Height(&height); });
     whole = {0, 0, width, height};
     return hr;
 }

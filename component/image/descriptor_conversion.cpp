@@ -3,6 +3,7 @@
 #include "image/tavlo_descriptor.h"
 #include "image/tavlo_descriptor2.h"
 #include "module/error.h"
+#include "module/foreign_call.h"
 
 #include <functional>
 
@@ -14,7 +15,7 @@ template <class Value, class Getter, class... Arguments>
 std::int32_t Read(Getter getter, Arguments... arguments)
 {
     Value value = {};
-    CheckHResult(std::invoke(getter, arguments..., &value));
+    CheckHResult(CallForeign([&] { return std::invoke(getter, arguments..., &value); }));
     return static_cast<std::int32_t>(value);
 }
 

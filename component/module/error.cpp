@@ -3,6 +3,7 @@
 #include "module/com_ptr.h"
 #include "module/critical_section.h"
 #include "module/exception_translator.h"
+#include "module/foreign_call.h"
 
 #include <comdef.h>
 #include <oaidl.h>
@@ -77,7 +78,7 @@ struct TextFreer
 std::wstring ReadText(IErrorInfo* info, TextGetter getter)
 {
     BSTR text = nullptr;
-    const HRESULT hr = (info->*getter)(&text);
+    const HRESULT hr = CallForeign([&] { return (info->*getter)(&text); });
     const std::unique_ptr<OLECHAR, TextFreer> owner(SUCCEEDED(hr) ? text : nullptr);
     if (hr == E_OUTOFMEMORY)
         throw _com_error(E_OUTOFMEMORY);
@@ -98,7 +99,7 @@ DWORD TryToReadHelpContext(IErrorInfo* info) noexcept
 {
     try {
         DWORD helpContext = 0;
-        return SUCCEEDED(info->GetHelpContext(&helpContext)) ? helpContext : 0;
+        return SUCCEEDED(CallForeign([&] { return info->GetHelpContext(&helpContext); })) ? helpContext : 0;
     } catch (...) {
         return 0;
     }

@@ -30,7 +30,7 @@ HRESULT ObjectSafety::GetInterfaceSafetyOptions(REFIID iid, DWORD* pSupported, D
     if (FAILED(hr))
         return hr;
     *pSupported = supportedOptions;
-    *pEnabled = static_cast<DWORD>(InterlockedOr(&options_, 0));
+    *pEnabled = options_;
     return S_OK;
 }
 
@@ -41,8 +41,8 @@ HRESULT ObjectSafety::SetInterfaceSafetyOptions(REFIID iid, DWORD mask, DWORD en
         return hr;
     if ((mask & ~supportedOptions) != 0)
         return E_FAIL;
-    InterlockedAnd(&options_, static_cast<LONG>(~mask));
-    InterlockedOr(&options_, static_cast<LONG>(enabled & mask));
+    options_ &= ~mask;
+    options_ |= enabled & mask;
     return S_OK;
 }
 

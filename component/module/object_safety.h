@@ -3,10 +3,12 @@
 #include <objsafe.h>
 #include <windows.h>
 
+#include <atomic>
+
 namespace Mardu {
 
-/// IObjectSafety of a class that is safe for untrusted callers and untrusted data. The
-/// options are remembered and change nothing: the class is as safe without them.
+/// IObjectSafety of a class that is safe for untrusted callers and untrusted data. Most classes
+/// are as safe without it; the others ask whether it was asked for.
 class ObjectSafety : public IObjectSafety
 {
 public:
@@ -15,8 +17,12 @@ public:
     STDMETHODIMP GetInterfaceSafetyOptions(REFIID iid, DWORD* pSupported, DWORD* pEnabled) override;
     STDMETHODIMP SetInterfaceSafetyOptions(REFIID iid, DWORD mask, DWORD enabled) override;
 
+protected:
+    /// Whether the host wants an object that a script cannot misuse, in either of the two ways.
+    bool MustBeSafe() const noexcept { return options_ != 0; }
+
 private:
-    LONG options_ = 0;
+    std::atomic<DWORD> options_ = 0;
 };
 
 } // namespace Mardu

@@ -86,6 +86,27 @@ TEST_F(RemoteImage, LivesAsLongAsItsProxy)
     EXPECT_TRUE(Becomes([&] { return ReferencesOf(image.Get()) == before; }));
 }
 
+// Without a network nobody pings: the test disconnects the stub, as the runtime does with what a dead
+// machine held.
+TEST_F(RemoteImage, IsLetGoWhenAMachineDiesThatIsSubscribed)
+{
+    const ULONG before = ReferencesOf(image.Get());
+    const Bytes header = HeaderOf(image.Get(), MSHCTX_DIFFERENTMACHINE);
+    const Bytes first = Packet();
+    auto stub = Unmarshaled<ITavloStub>(Bytes(first.begin() + headerOfOwnMarshaling, first.end()));
+    ASSERT_NE(stub.Get(), nullptr);
+    ASSERT_HR(S_OK,
+              other.Do(Command::TakeImage, Joined(header, Marshaled(stub.Get(), MSHCTX_DIFFERENTMACHINE))));
+    for (int i = 0; i < 2; ++i)
+        ASSERT_HR(S_OK, other.Do(Command::Subscribe, i, Tavlo_Synchronous));
+    other.Kill();
+    EXPECT_HR(S_OK, CoDisconnectObject(stub.Get(), 0));
+    stub.Reset();
+    EXPECT_TRUE(Becomes([&] { return ReferencesOf(image.Get()) == before; }));
+    ASSERT_HR(S_OK, Invalidate(image, {0, 0, 1, 1}));
+    EXPECT_TRUE(WorkerCatchesUp(image));
+}
+
 TEST_F(RemoteImage, OfAnOwnerThatDiedKeepsWhatWasFetched)
 {
     ASSERT_HR(S_OK, other.Do(Command::MakeImage, whole));

@@ -4,6 +4,7 @@
 #include "image/descriptor_conversion.h"
 #include "image/extent.h"
 #include "module/error.h"
+#include "module/foreign_call.h"
 #include "recode/interface_types.h"
 #include "recode/recode.h"
 #include "shared/updates/pending_rectangle.h"
@@ -20,7 +21,7 @@ namespace {
 TavloDescriptorData GeometryOf(ITavloStub* stub)
 {
     ComPtr<ITavloDescriptor> descriptor;
-    CheckHResult(stub->get_Descriptor(&descriptor));
+    CheckHResult(CallForeign([&] { return stub->get_Descriptor(&descriptor); }));
     const TavloDescriptorData data = DescriptorDataOf(ReadLayout(descriptor.Get()));
     RequireWithin(data, static_cast<std::uint64_t>(RawDataSize(LayoutOf(data))));
     return data;
@@ -104,7 +105,7 @@ void RemoteImage::Fetch(ITavloStub* stub, RECT& rect)
     std::vector<std::uint8_t> scratch = TakeScratch();
     if (static_cast<size_t>(size) > scratch.size())
         scratch.resize(static_cast<size_t>(size));
-    CheckHResult(stub->GetData(&rect, size, scratch.data()));
+    CheckHResult(CallForeign([&] { return stub->GetData(&rect, size, scratch.data()); }));
     const PixelPoint corner = {rect.left, rect.top};
     CheckHResult(ToHResult(Rewrite(block, scratch.data(), descriptorData_, pixels_, nullptr, &corner)));
     GiveBack(std::move(scratch));

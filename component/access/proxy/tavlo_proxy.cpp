@@ -2,6 +2,7 @@
 
 #include "access/accessor.h"
 #include "module/error.h"
+#include "module/foreign_call.h"
 #include "module/module_thread.h"
 #include "module/standard_marshal.h"
 
@@ -116,7 +117,7 @@ HRESULT CTavloProxy::Subscribe(ITavloEvents* pIHandler, EventMode mode)
     const auto alive = KeepAlive();
     const HRESULT hr = Guarded([&] {
         StartRefreshThread();
-        return stub_->Subscribe(this);
+        return CallForeign([&] { return stub_->Subscribe(this); });
     });
     return SUCCEEDED(hr) ? Local()->Subscribe(pIHandler, mode) : hr;
 }
@@ -127,7 +128,7 @@ HRESULT CTavloProxy::Unsubscribe(ITavloEvents* pIHandler)
         return E_UNEXPECTED;
     const auto alive = KeepAlive();
     // Ends the remote updates for all local handlers; the next Subscribe renews them.
-    const HRESULT hr = Guarded([&] { return stub_->Subscribe(nullptr); });
+    const HRESULT hr = Guarded([&] { return CallForeign([&] { return stub_->Subscribe(nullptr); }); });
     return SUCCEEDED(hr) ? Local()->Unsubscribe(pIHandler) : hr;
 }
 

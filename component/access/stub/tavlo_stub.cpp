@@ -7,14 +7,12 @@
 #include "recode/interface_types.h"
 #include "recode/recode.h"
 
-#include <mutex>
 #include <stdexcept>
-#include <utility>
 
 namespace Mardu::Sentel::Tavlo {
 
 CTavloStub::CTavloStub(ITavlo* image, const ImageLayout& layout)
-    : image_(image), descriptorData_(DescriptorDataOf(layout))
+    : image_(image), descriptorData_(DescriptorDataOf(layout)), sink_(Make<CTavloStubSink>())
 {
     CheckHResult(image_->GetReadAccess(&readAccessor_));
     pixels_ = static_cast<const std::uint8_t*>(readAccessor_->Ptr(0));
@@ -22,6 +20,15 @@ CTavloStub::CTavloStub(ITavlo* image, const ImageLayout& layout)
         throw HResultException(E_FAIL, "The image has no pixels to pass on");
     // Another machine must not reach what is beside the image.
     RequireWithin(descriptorData_, MappedBytes(pixels_));
+}
+
+CTavloStub::~CTavloStub()
+{
+    if (sink_ == nullptr)
+        return;
+    sink_->End();
+    for (int left = subscriptions_; left > 0; --left)
+        image_->Unsubscribe(sink_.Get());
 }
 
 HRESULT CTavloStub::get_Descriptor(ITavloDescriptor** ppIDescriptor)
@@ -38,12 +45,17 @@ HRESULT CTavloStub::Subscribe(ITavloEvents* pIHandler)
         return E_UNEXPECTED;
     const auto alive = KeepAlive();
     return Guarded([&] {
-        HeldInterface<ITavloEvents> replaced = pIHandler != nullptr ? Hold(pIHandler) : nullptr;
-        {
-            const std::lock_guard lock(handlerLock_);
-            handler_.swap(replaced);
+        sink_->SetHandler(pIHandler);
+        if (pIHandler == nullptr) {
+            int left = subscriptions_;
+            while (left > 0 && !subscriptions_.compare_exchange_weak(left, left - 1))
+                continue;
+            return image_->Unsubscribe(sink_.Get());
         }
-        return pIHandler != nullptr ? image_->Subscribe(this, Tavlo_Asynchronous) : image_->Unsubscribe(this);
+        const HRESULT hr = image_->Subscribe(sink_.Get(), Tavlo_Asynchronous);
+        if (SUCCEEDED(hr))
+            ++subscriptions_;
+        return hr;
     });
 }
 
@@ -62,19 +74,10 @@ HRESULT CTavloStub::GetData(RECT* pRect, long, unsigned char* data)
     });
 }
 
-HRESULT CTavloStub::OnImageUpdate(ITavlo*, RECT* pDirty)
+HRESULT CTavloStub::OnImageUpdate(ITavlo* pITavlo, RECT* pDirty)
 {
     const auto alive = KeepAlive();
-    return Guarded([&] {
-        const HeldInterface<ITavloEvents> handler = Handler();
-        return handler != nullptr ? (*handler)->OnImageUpdate(nullptr, pDirty) : S_OK;
-    });
-}
-
-HeldInterface<ITavloEvents> CTavloStub::Handler()
-{
-    const std::lock_guard lock(handlerLock_);
-    return handler_;
+    return sink_ != nullptr ? sink_->OnImageUpdate(pITavlo, pDirty) : S_OK;
 }
 
 } // namespace Mardu::Sentel::Tavlo

@@ -168,10 +168,9 @@ HWY_INLINE __m128i TwoBlocks(const std::uint8_t* blocks, std::uint64_t offsets)
     return _mm_castps_si128(_mm_loadh_pi(_mm_castsi128_ps(low), reinterpret_cast<const __m64*>(second)));
 }
 
-/// The blocks of four fields. Loads: the processor's own gathering takes longer.
-HWY_INLINE __m256i FourBlocks(const std::uint8_t* blocks, std::uint64_t masks, const std::uint8_t* src)
+/// The blocks at four offsets. Loads: the processor's own gathering takes longer.
+HWY_INLINE __m256i FourBlocks(const std::uint8_t* blocks, std::uint64_t offsets)
 {
-    const std::uint64_t offsets = LoadPixel<std::uint64_t>(src) & masks;
     return _mm256_inserti128_si256(_mm256_castsi128_si256(TwoBlocks(blocks, offsets)),
                                    TwoBlocks(blocks, offsets >> 32), 1);
 }
@@ -187,13 +186,18 @@ HWY_INLINE hn::Vec<Blocks> ColorsOf(const std::uint8_t* blocks, std::uint16_t ma
     static_assert(block == sizeof(std::uint64_t),
                   "a field without its place in a block is the block's offset");
     const std::uint64_t masks = 0x0001000100010001u * (mask & ~(block - 1));
+    // Once: a field's block and place belong together, and who writes the source may come between.
+    auto field = hn::LoadU(elements, reinterpret_cast<const std::uint16_t*>(src));
+    asm volatile("" : "+v"(field.raw));
+    const __m256i first =
+        FourBlocks(blocks, static_cast<std::uint64_t>(_mm_cvtsi128_si64(field.raw)) & masks);
 #if HWY_TARGET <= HWY_AVX3_DL
-    const hn::Vec<Blocks> found{_mm512_inserti64x4(_mm512_castsi256_si512(FourBlocks(blocks, masks, src)),
-                                                   FourBlocks(blocks, masks, src + 8), 1)};
+    const __m256i second =
+        FourBlocks(blocks, static_cast<std::uint64_t>(_mm_extract_epi64(field.raw, 1)) & masks);
+    const hn::Vec<Blocks> found{_mm512_inserti64x4(_mm512_castsi256_si512(first), second, 1)};
 #else
-    const hn::Vec<Blocks> found{FourBlocks(blocks, masks, src)};
+    const hn::Vec<Blocks> found{first};
 #endif
-    const auto field = hn::LoadU(elements, reinterpret_cast<const std::uint16_t*>(src));
     const auto wide = hn::PromoteTo(d, hn::PromoteTo(hn::Rebind<std::uint32_t, Blocks>(), field));
     const auto place = hn::And(wide, hn::Set(d, block - 1));
     const auto more = hn::And(hn::Shr(found, hn::Add(place, hn::Set(d, 32))), hn::Set(d, 0x01010101));

@@ -1,6 +1,7 @@
 #include "shared/image/property_bag.h"
 
 #include "module/error.h"
+#include "module/foreign_call.h"
 #include "shared/image/safe_array.h"
 
 #include <mutex>
@@ -19,7 +20,7 @@ VARIANT CopyOf(const VARIANT& source, Function function)
     VARIANT copy;
     VariantInit(&copy);
     // Not every platform header declares the source const; it is only read.
-    CheckHResult(function(&copy, const_cast<VARIANT*>(&source)));
+    CheckHResult(CallForeign([&] { return function(&copy, const_cast<VARIANT*>(&source)); }));
     return copy;
 }
 

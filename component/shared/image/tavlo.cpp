@@ -4,6 +4,7 @@
 #include "access/stub/tavlo_stub.h"
 #include "image/descriptor_conversion.h"
 #include "module/error.h"
+#include "module/foreign_call.h"
 #include "module/standard_marshal.h"
 #include "shared/sections/private_namespace.h"
 #include "shared/sections/section.h"
@@ -159,7 +160,7 @@ HRESULT CTavlo::Dispose()
 {
     const auto alive = KeepAlive();
     ITavloDisposalHook* hook = disposalHook_;
-    return hook != nullptr ? Guarded([&] { return hook->Dispose(); }) : S_OK;
+    return hook != nullptr ? Guarded([&] { return CallForeign([&] { return hook->Dispose(); }); }) : S_OK;
 }
 
 HRESULT CTavlo::AddReader()

@@ -26,7 +26,8 @@ HRESULT CreateAs(Descriptor* descriptor, ::TavloAccess access, Image** ppImage) 
 }
 
 template <class Descriptor, class Image>
-HRESULT AdoptAs(BSTR mapName, Descriptor* descriptor, ::TavloAccess access, Image** ppImage) noexcept
+HRESULT AdoptAs(BSTR mapName, Descriptor* descriptor, ::TavloAccess access, Image** ppImage,
+                bool refused) noexcept
 {
     if (ppImage == nullptr)
         return E_POINTER;
@@ -34,6 +35,9 @@ HRESULT AdoptAs(BSTR mapName, Descriptor* descriptor, ::TavloAccess access, Imag
     if (descriptor == nullptr)
         return E_POINTER;
     return Guarded([&] {
+        // The memory may be anybody's, and larger or smaller than it is said to be.
+        if (refused)
+            throw HResultException(E_ACCESSDENIED, "A safe factory does not adopt memory");
         const ImageLayout layout = ReadLayout(descriptor);
         const std::wstring name(mapName, SysStringLen(mapName));
         return Make<CTavlo>(layout, name, OpenSection(name), access).CopyTo(ppImage);
@@ -55,13 +59,13 @@ HRESULT CTavloFactory::Create(ITavloDescriptor* pIDescriptor, ::TavloAccess acce
 HRESULT CTavloFactory::Adopt(BSTR mapname, ITavloDescriptor2* pIDescriptor, ::TavloAccess access,
                              ITavlo2** ppITavlo)
 {
-    return AdoptAs(mapname, pIDescriptor, access, ppITavlo);
+    return AdoptAs(mapname, pIDescriptor, access, ppITavlo, MustBeSafe());
 }
 
 HRESULT CTavloFactory::Adopt(BSTR mapname, ITavloDescriptor* pIDescriptor, ::TavloAccess access,
                              ITavlo** ppITavlo)
 {
-    return AdoptAs(mapname, pIDescriptor, access, ppITavlo);
+    return AdoptAs(mapname, pIDescriptor, access, ppITavlo, MustBeSafe());
 }
 
 HRESULT CTavloFactory::GetSizeFor(long Width, long Height, long Stride_x, long Stride_y, long* pSize)

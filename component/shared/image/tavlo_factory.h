@@ -8,7 +8,8 @@
 
 namespace Mardu::Sentel::Tavlo {
 
-/// Makes images in new sections and adopts existing sections as images. It has no state.
+/// Makes images in new sections and adopts existing sections as images, but for a host that wants
+/// a safe object. It has no other state.
 class CTavloFactory final : public ComObject<Automation<ITavloFactory2>, ITavloFactory, ObjectSafety>
 {
 public:

@@ -1,5 +1,7 @@
 #include "shared/updates/event_handlers.h"
 
+#include "module/foreign_call.h"
+
 #include <algorithm>
 #include <new>
 
@@ -17,7 +19,7 @@ auto Find(const EventHandlers& handlers, const ITavloEvents* handler) noexcept
 bool Takes(ITavloEvents* handler, RECT dirty) noexcept
 {
     try {
-        return SUCCEEDED(handler->OnImageUpdate(nullptr, &dirty));
+        return SUCCEEDED(CallForeign([&] { return handler->OnImageUpdate(nullptr, &dirty); }));
     } catch (...) {
         return false;
     }

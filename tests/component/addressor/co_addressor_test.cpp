@@ -5,6 +5,7 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -354,6 +355,118 @@ TEST(Addressor, ClearsTheCallersVariantFirst)
     EXPECT_HR(S_OK, addressor->get_Pixel(0, 0, &value));
     EXPECT_EQ(value.vt, VT_UI1);
     EXPECT_HR(E_POINTER, addressor->get_Pixel(0, 0, nullptr));
+}
+
+class SafeAddressor : public testing::TestWithParam<DWORD>
+{
+protected:
+    /// Asks as a script host does.
+    static void AskForSafety(ITavloAddressor* addressor, DWORD options)
+    {
+        ComPtr<IObjectSafety> safety;
+        ASSERT_HR(S_OK, addressor->QueryInterface(IID_PPV_ARGS(&safety)));
+        ASSERT_HR(S_OK, safety->SetInterfaceSafetyOptions(IID_IDispatch, 3, options));
+    }
+
+    /// Places in, beside and far from an image of 3 x 2 pixels.
+    static void ExpectOutsideRefused(ITavloAddressor* addressor, bool written)
+    {
+        for (const long x : {-1l, 1l, 3l, 0x40000000l, -0x40000000l}) {
+            for (const long y : {-1l, 1l, 2l, 0x40000000l, -0x40000000l}) {
+                const HRESULT expected = x == 1 && y == 1 ? S_OK : E_INVALIDARG;
+                VARIANT value = Number(7);
+                EXPECT_HR(expected, addressor->get_Pixel(x, y, &value)) << x << ", " << y;
+                if (expected != S_OK) {
+                    EXPECT_EQ(TakeErrorDescription(), L"The pixel is outside the image");
+                }
+                if (written) {
+                    EXPECT_HR(expected, addressor->put_Pixel(x, y, Number(1)));
+                }
+            }
+        }
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(, SafeAddressor,
+                         testing::Values(INTERFACESAFE_FOR_UNTRUSTED_CALLER, INTERFACESAFE_FOR_UNTRUSTED_DATA,
+                                         INTERFACESAFE_FOR_UNTRUSTED_CALLER |
+                                             INTERFACESAFE_FOR_UNTRUSTED_DATA));
+
+TEST_P(SafeAddressor, RefusesPixelsOutsideTheImage)
+{
+    const auto addressor = Create<ITavloAddressor>(CLSID_TavloAddressor);
+    AskForSafety(addressor.Get(), GetParam());
+    VARIANT value = Number(7);
+    EXPECT_HR(E_ACCESSDENIED, addressor->get_Pixel(9, 9, &value)) << "not attached";
+    EXPECT_HR(S_OK, addressor->Attach(Image(Tavlo_Unsigned, 8, 3, 2, Tavlo_MultipleWriters).Get()));
+    ExpectOutsideRefused(addressor.Get(), true);
+    EXPECT_HR(S_OK, addressor->Attach(Image(Tavlo_Unsigned, 8, 3, 2, Tavlo_ReadOnly).Get()));
+    ExpectOutsideRefused(addressor.Get(), false);
+    EXPECT_HR(E_ACCESSDENIED, addressor->put_Pixel(9, 9, Number(1)));
+}
+
+TEST_P(SafeAddressor, MayBeAskedForAfterAttach)
+{
+    const auto addressor = Attached(Image(Tavlo_Unsigned, 8, 3, 2, Tavlo_MultipleWriters).Get());
+    AskForSafety(addressor.Get(), GetParam());
+    ExpectOutsideRefused(addressor.Get(), true);
+    // One that is not asked, or not any more, checks nothing: the section's page has room behind the image.
+    AskForSafety(addressor.Get(), 0);
+    EXPECT_HR(S_OK, addressor->put_Pixel(3, 2, Number(1)));
+    EXPECT_EQ(Get(addressor.Get(), 3, 2).bVal, 1);
+}
+
+TEST_P(SafeAddressor, RefusesAnImageThatReachesOutsideItsMemory)
+{
+    const std::wstring name = L"TavloSafeAddressorTest";
+    const HANDLE section =
+        CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4096, name.c_str());
+    ASSERT_NE(section, nullptr);
+    ComPtr<ITavlo2> image;
+    ASSERT_HR(S_OK,
+              Create<ITavloFactory2>(CLSID_TavloFactory)
+                  ->Adopt(Text(name).get(), GreyDescriptor(1000, 1000).Get(), Tavlo_MultipleWriters, &image));
+    CloseHandle(section);
+    const auto addressor = Attached(image.Get());
+    EXPECT_EQ(Get(addressor.Get(), 1, 1).bVal, 0);
+    AskForSafety(addressor.Get(), GetParam());
+    VARIANT value = Number(7);
+    for (const long y : {1l, 999l}) {
+        EXPECT_HR(E_INVALIDARG, addressor->get_Pixel(1, y, &value));
+        EXPECT_EQ(TakeErrorDescription(), L"The image's geometry reaches outside its memory");
+        EXPECT_HR(E_INVALIDARG, addressor->put_Pixel(1, y, Number(1)));
+    }
+}
+
+TEST(Addressor, BelievesNoGeometryFromElsewhereThatReachesOutsideItsMemory)
+{
+    const std::wstring name = L"TavloAddressorFromElsewhereTest";
+    const HANDLE section =
+        CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4096, name.c_str());
+    ASSERT_NE(section, nullptr);
+    ComPtr<IStream> packets[2];
+    for (int i = 0; i < 2; ++i) {
+        ComPtr<ITavlo2> image;
+        ASSERT_HR(S_OK, Create<ITavloFactory2>(CLSID_TavloFactory)
+                            ->Adopt(Text(name).get(), GreyDescriptor(64, i == 0 ? 64 : 1000).Get(),
+                                    Tavlo_MultipleWriters, &image));
+        ASSERT_HR(S_OK, CoMarshalInterThreadInterfaceInStream(IID_ITavlo2, image.Get(), &packets[i]));
+        EXPECT_HR(S_OK, Create<ITavloAddressor>(CLSID_TavloAddressor)->Attach(image.Get()))
+            << "within an apartment who adopts is trusted";
+    }
+    CloseHandle(section);
+    std::thread([&] {
+        ASSERT_HR(S_OK, CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
+        for (int i = 0; i < 2; ++i) {
+            ComPtr<ITavlo2> received;
+            ASSERT_HR(S_OK, CoGetInterfaceAndReleaseStream(packets[i].Detach(), IID_PPV_ARGS(&received)));
+            const auto addressor = Create<ITavloAddressor>(CLSID_TavloAddressor);
+            EXPECT_HR(i == 0 ? S_OK : E_INVALIDARG, addressor->Attach(received.Get()));
+            VARIANT value = Number(7);
+            EXPECT_HR(i == 0 ? S_OK : E_ACCESSDENIED, addressor->get_Pixel(63, 63, &value));
+        }
+        CoUninitialize();
+    }).join();
 }
 
 TEST(Addressor, FollowsStridesOfBothSigns)

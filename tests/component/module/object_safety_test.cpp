@@ -14,8 +14,8 @@ public:
     STDMETHODIMP GetClassID(CLSID*) override { return E_NOTIMPL; }
 };
 
-constexpr DWORD caller = INTERFACESAFE_FOR_UNTRUSTED_CALLER;
-constexpr DWORD data = INTERFACESAFE_FOR_UNTRUSTED_DATA;
+constexpr DWORD safeCaller = INTERFACESAFE_FOR_UNTRUSTED_CALLER;
+constexpr DWORD safeData = INTERFACESAFE_FOR_UNTRUSTED_DATA;
 
 class Safety : public testing::Test
 {
@@ -45,7 +45,7 @@ TEST_F(Safety, SupportsUntrustedCallersAndData)
     DWORD supported = 0;
     DWORD enabled = 0;
     ASSERT_EQ(object->GetInterfaceSafetyOptions(IID_IPersist, &supported, &enabled), S_OK);
-    EXPECT_EQ(supported, caller | data);
+    EXPECT_EQ(supported, safeCaller | safeData);
 }
 
 TEST_F(Safety, EnablesNothingAtFirst)
@@ -55,36 +55,37 @@ TEST_F(Safety, EnablesNothingAtFirst)
 
 TEST_F(Safety, RemembersWhatIsEnabled)
 {
-    ASSERT_EQ(object->SetInterfaceSafetyOptions(IID_IPersist, caller | data, caller | data), S_OK);
-    EXPECT_EQ(Enabled(), caller | data);
+    ASSERT_EQ(object->SetInterfaceSafetyOptions(IID_IPersist, safeCaller | safeData, safeCaller | safeData),
+              S_OK);
+    EXPECT_EQ(Enabled(), safeCaller | safeData);
 }
 
 TEST_F(Safety, ChangesOnlyTheOptionsOfTheMask)
 {
-    ASSERT_EQ(object->SetInterfaceSafetyOptions(IID_IPersist, caller, caller), S_OK);
-    ASSERT_EQ(object->SetInterfaceSafetyOptions(IID_IPersist, data, caller | data), S_OK);
-    EXPECT_EQ(Enabled(), caller | data);
-    ASSERT_EQ(object->SetInterfaceSafetyOptions(IID_IPersist, caller, 0), S_OK);
-    EXPECT_EQ(Enabled(), data);
+    ASSERT_EQ(object->SetInterfaceSafetyOptions(IID_IPersist, safeCaller, safeCaller), S_OK);
+    ASSERT_EQ(object->SetInterfaceSafetyOptions(IID_IPersist, safeData, safeCaller | safeData), S_OK);
+    EXPECT_EQ(Enabled(), safeCaller | safeData);
+    ASSERT_EQ(object->SetInterfaceSafetyOptions(IID_IPersist, safeCaller, 0), S_OK);
+    EXPECT_EQ(Enabled(), safeData);
 }
 
 TEST_F(Safety, IgnoresEnabledOptionsOutsideTheMask)
 {
-    ASSERT_EQ(object->SetInterfaceSafetyOptions(IID_IPersist, caller, 0xFFFFFFFF), S_OK);
-    EXPECT_EQ(Enabled(), caller);
+    ASSERT_EQ(object->SetInterfaceSafetyOptions(IID_IPersist, safeCaller, 0xFFFFFFFF), S_OK);
+    EXPECT_EQ(Enabled(), safeCaller);
 }
 
 TEST_F(Safety, ChangesNothingWithoutAMask)
 {
-    ASSERT_EQ(object->SetInterfaceSafetyOptions(IID_IPersist, 0, caller), S_OK);
+    ASSERT_EQ(object->SetInterfaceSafetyOptions(IID_IPersist, 0, safeCaller), S_OK);
     EXPECT_EQ(Enabled(), 0u);
 }
 
 TEST_F(Safety, RefusesAMaskOfUnsupportedOptions)
 {
-    ASSERT_EQ(object->SetInterfaceSafetyOptions(IID_IPersist, caller, caller), S_OK);
-    EXPECT_EQ(object->SetInterfaceSafetyOptions(IID_IPersist, 4 | data, 4 | data), E_FAIL);
-    EXPECT_EQ(Enabled(), caller);
+    ASSERT_EQ(object->SetInterfaceSafetyOptions(IID_IPersist, safeCaller, safeCaller), S_OK);
+    EXPECT_EQ(object->SetInterfaceSafetyOptions(IID_IPersist, 4 | safeData, 4 | safeData), E_FAIL);
+    EXPECT_EQ(Enabled(), safeCaller);
 }
 
 TEST_F(Safety, RefusesInterfacesThatTheObjectLacks)
@@ -94,7 +95,7 @@ TEST_F(Safety, RefusesInterfacesThatTheObjectLacks)
     EXPECT_EQ(object->GetInterfaceSafetyOptions(IID_IDispatch, &supported, &enabled), E_NOINTERFACE);
     EXPECT_EQ(supported, 0u);
     EXPECT_EQ(enabled, 0u);
-    EXPECT_EQ(object->SetInterfaceSafetyOptions(IID_IDispatch, caller, caller), E_NOINTERFACE);
+    EXPECT_EQ(object->SetInterfaceSafetyOptions(IID_IDispatch, safeCaller, safeCaller), E_NOINTERFACE);
     EXPECT_EQ(Enabled(), 0u);
 }
 
@@ -108,7 +109,7 @@ TEST_F(Safety, NeedsBothOutPointers)
 TEST_F(Safety, IsRememberedPerObject)
 {
     const ComPtr<SafeObject> other = Make<SafeObject>();
-    ASSERT_EQ(other->SetInterfaceSafetyOptions(IID_IPersist, data, data), S_OK);
+    ASSERT_EQ(other->SetInterfaceSafetyOptions(IID_IPersist, safeData, safeData), S_OK);
     EXPECT_EQ(Enabled(), 0u);
 }
 
@@ -116,7 +117,7 @@ TEST_F(Safety, KeepsNoReferenceToTheObject)
 {
     DWORD value = 0;
     object->GetInterfaceSafetyOptions(IID_IPersist, &value, &value);
-    object->SetInterfaceSafetyOptions(IID_IPersist, data, data);
+    object->SetInterfaceSafetyOptions(IID_IPersist, safeData, safeData);
     object->AddRef();
     EXPECT_EQ(object->Release(), 1u);
 }

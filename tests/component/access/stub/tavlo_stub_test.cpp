@@ -209,10 +209,57 @@ TEST(Stub, LetsNoExceptionOfItsHandlerOut)
     const auto image = SharedImage();
     const auto stub = StubOf(image.Get());
     const auto throwing = New<Handler>([](const RECT&) -> HRESULT { throw 42; });
-    ASSERT_HR(S_OK, stub->Subscribe(throwing.Get()));
+    const auto raising = New<Handler>([](const RECT&) {
+        constexpr DWORD ofOtherCompilers = 0xE06D7363;
+        RaiseException(ofOtherCompilers, EXCEPTION_NONCONTINUABLE, 0, nullptr);
+        return S_OK;
+    });
     ComPtr<ITavloEvents> sink;
     ASSERT_HR(S_OK, stub.As(&sink));
-    RECT dirty = {1, 2, 3, 4};
-    EXPECT_HR(E_UNEXPECTED, sink->OnImageUpdate(nullptr, &dirty));
+    for (const auto& handler : {throwing, raising}) {
+        ASSERT_HR(S_OK, stub->Subscribe(handler.Get()));
+        RECT dirty = {1, 2, 3, 4};
+        EXPECT_HR(E_UNEXPECTED, sink->OnImageUpdate(nullptr, &dirty));
+    }
     EXPECT_HR(S_OK, stub->Subscribe(nullptr));
+}
+
+TEST(Stub, EndsItsSubscriptionsWithItself)
+{
+    auto image = SharedImage();
+    const ULONG before = ReferencesOf(image.Get());
+    Signal gone;
+    {
+        const auto stub = StubOf(image.Get());
+        const auto handler = New<Handler>(Handler::Reaction(), &gone);
+        for (int i = 0; i < 3; ++i)
+            ASSERT_HR(S_OK, stub->Subscribe(handler.Get()));
+        ASSERT_HR(S_OK, stub->Subscribe(nullptr));
+        ASSERT_HR(S_OK, stub->Subscribe(handler.Get()));
+        EXPECT_HR(S_OK, Invalidate(image.Get(), nullptr));
+        ASSERT_TRUE(handler->Receives(3));
+    }
+    EXPECT_TRUE(gone.Wait());
+    ASSERT_TRUE(WorkerCatchesUp(image));
+    EXPECT_EQ(ReferencesOf(image.Get()), before);
+    EXPECT_HR(S_OK, Invalidate(image.Get(), nullptr));
+}
+
+TEST(Stub, MayEndInAnUpdate)
+{
+    const auto image = SharedImage();
+    const ULONG before = ReferencesOf(image.Get());
+    auto stub = StubOf(image.Get());
+    const auto holder = New<Holder>();
+    ASSERT_HR(S_OK, stub->Subscribe(holder.Get()));
+    EXPECT_HR(S_OK, Invalidate(image.Get(), nullptr));
+    ASSERT_TRUE(holder->entered.Wait());
+    stub.Reset();
+    EXPECT_EQ(ReferencesOf(image.Get()), before);
+    holder->leave.Set();
+    ASSERT_TRUE(WorkerCatchesUp(image));
+    EXPECT_EQ(holder->References(), 1u);
+    EXPECT_HR(S_OK, Invalidate(image.Get(), nullptr));
+    ASSERT_TRUE(WorkerCatchesUp(image));
+    EXPECT_EQ(holder->Received().size(), 1u);
 }

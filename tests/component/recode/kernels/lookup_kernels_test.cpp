@@ -3,6 +3,11 @@
 #include "recode/curve/compact_colors.h"
 #include "recode/curve/stepped_table.h"
 
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <thread>
+
 // Tables, and their smaller forms.
 
 namespace {
@@ -131,6 +136,44 @@ TEST_P(LookupKernel, LooksColorsUpInTheCompactTable)
             },
             CountsAndLargeOnes(2, 4));
     }
+}
+
+TEST_P(LookupKernel, ReadsFieldsOfTheCompactTableOnce)
+{
+    // Two fields of different blocks and places. Each place but theirs has another colour, which only a field
+    // that is read twice, and written in between, can come to.
+    constexpr std::uint64_t first = 0;
+    constexpr std::uint64_t second = CompactColors::blockSize + 1;
+    std::vector<PackedColor> table(512, 0x10101010);
+    std::fill_n(table.begin() + CompactColors::blockSize, CompactColors::blockSize, 0x50505050);
+    table[first] += 0x01010101;
+    table[second] += 0x01010101;
+    const auto compact = CompactColors::Of(table.data(), table.size());
+    ASSERT_NE(compact, nullptr);
+
+    alignas(64) std::atomic<std::uint64_t> source[16] = {};
+    std::atomic<bool> ends = false;
+    std::thread writer([&] {
+        for (std::uint64_t field = first; !ends; field = first + second - field)
+            for (auto& four : source)
+                four.store(field * 0x0001000100010001u, std::memory_order_relaxed);
+    });
+    constexpr std::size_t pixels = sizeof(source) / 2;
+    PackedColor target[pixels] = {};
+    const auto isOfOneField = [&](PackedColor color) {
+        return color == table[first] || color == table[second];
+    };
+    bool allAre = true;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(300);
+    while (allAre && std::chrono::steady_clock::now() < end)
+        for (int i = 0; i < 1000 && allAre; ++i) {
+            vectors_.lookup.compact(*compact, 511, reinterpret_cast<const std::uint8_t*>(source),
+                                    reinterpret_cast<std::uint8_t*>(target), pixels);
+            allAre = std::all_of(target, target + pixels, isOfOneField);
+        }
+    ends = true;
+    writer.join();
+    EXPECT_TRUE(allAre);
 }
 
 TEST(CompactColors, HasNoFormWhereNeighboursDifferByMoreThanOne)

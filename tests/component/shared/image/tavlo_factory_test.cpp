@@ -244,6 +244,33 @@ TEST(Factory, TrustsTheDescriptorOfAnAdoptedSection)
     EXPECT_EQ(*static_cast<std::uint8_t*>(reader->Ptr(15)), 0);
 }
 
+TEST(Factory, AdoptsNothingForAHostThatWantsASafeObject)
+{
+    const std::wstring name = L"TavloSafeFactoryTest";
+    const UniqueHandle section = NewSection(name.c_str(), 4096);
+    const auto factory = Create<ITavloFactory2>(CLSID_TavloFactory);
+    ComPtr<ITavloFactory> first;
+    ASSERT_HR(S_OK, factory.As(&first));
+    ComPtr<IObjectSafety> safety;
+    ASSERT_HR(S_OK, factory.As(&safety));
+    const auto planar = Create<ITavloDescriptor>(CLSID_TavloDescriptor);
+    for (const DWORD options : {INTERFACESAFE_FOR_UNTRUSTED_CALLER, INTERFACESAFE_FOR_UNTRUSTED_DATA}) {
+        ASSERT_HR(S_OK, safety->SetInterfaceSafetyOptions(IID_IDispatch, 3, options));
+        ComPtr<ITavlo2> image2;
+        EXPECT_HR(E_ACCESSDENIED,
+                  factory->Adopt(Text(name).get(), GreyDescriptor(4, 3).Get(), Tavlo_ReadOnly, &image2));
+        EXPECT_EQ(TakeErrorDescription(), L"A safe factory does not adopt memory");
+        EXPECT_EQ(image2.Get(), nullptr);
+        ComPtr<ITavlo> image;
+        EXPECT_HR(E_ACCESSDENIED, first->Adopt(Text(name).get(), planar.Get(), Tavlo_ReadOnly, &image));
+        EXPECT_HR(E_POINTER, factory->Adopt(Text(name).get(), nullptr, Tavlo_ReadOnly, &image2));
+        EXPECT_HR(S_OK, factory->Create(GreyDescriptor(4, 3).Get(), Tavlo_ReadOnly, &image2));
+    }
+    ASSERT_HR(S_OK, safety->SetInterfaceSafetyOptions(IID_IDispatch, 3, 0));
+    ComPtr<ITavlo2> image2;
+    EXPECT_HR(S_OK, factory->Adopt(Text(name).get(), GreyDescriptor(4, 3).Get(), Tavlo_ReadOnly, &image2));
+}
+
 TEST(Factory, AdoptsWithoutChannelsAndThenHasNoDescriptor)
 {
     const wchar_t name[] = L"Tavlo test: no channels";

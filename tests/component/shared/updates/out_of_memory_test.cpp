@@ -1,6 +1,8 @@
 // What must go on, or come to its end, when there is no memory.
 #include "module/error.h"
 #include "module/module_lock.h"
+#include "recode/co_lut_recoder.h"
+#include "recode/interface_types.h"
 #include "shared/updates/update_dispatcher.h"
 #include "shared/updates/update_subscriptions.h"
 #include "tests/component/no_memory.h"
@@ -87,4 +89,25 @@ TEST(WithoutMemory, SynchronousHandlersAreTold)
     EXPECT_EQ(failing.updates, told) << "with memory it is dropped";
     subscriptions.Stop();
     EXPECT_TRUE(WorkersEnd());
+}
+
+TEST(WithoutMemory, AColorOfARampIsRefused)
+{
+    const ::TavloDescriptorData grey = {8, 8, 16, ::Tavlo_Unsigned, 0, 2, 16};
+    const ::TavloDescriptorData rgba = {8, 8, 32, ::Tavlo_RGBA, 0, 4, 32};
+    const ::TavloDescriptorData wide = {8, 8, 64, ::Tavlo_Float, 0, 8, 64};
+    for (const auto& target : {rgba, wide, grey}) {
+        const auto recoder = Make<CCoLUTRecoder>(FromInterface(grey), FromInterface(target));
+        ASSERT_EQ(recoder->SetGamma(2.0), S_OK);
+        unsigned long color = 1;
+        ASSERT_EQ(recoder->GetColor(0.25, &color), S_OK);
+        HRESULT hr = S_OK;
+        {
+            const NoMemory exhausted;
+            hr = recoder->GetColor(0.5, &color);
+        }
+        // Only ramps need some; and there is none for the description either.
+        EXPECT_EQ(hr, target.Encoding == ::Tavlo_RGBA ? E_UNEXPECTED : S_OK) << target.Encoding;
+        EXPECT_EQ(recoder->GetColor(0.5, &color), S_OK);
+    }
 }

@@ -38,7 +38,11 @@ public:
     bool IsSet() const { return WaitForSingleObject(event_, 0) == WAIT_OBJECT_0; }
 
     /// False when the limit has passed.
-    bool Wait() const { return WaitForSingleObject(event_, limit) == WAIT_OBJECT_0; }
+    bool Wait() const { return WaitFor(limit); }
+    bool WaitFor(DWORD milliseconds) const
+    {
+        return WaitForSingleObject(event_, milliseconds) == WAIT_OBJECT_0;
+    }
 
 private:
     HANDLE event_;
