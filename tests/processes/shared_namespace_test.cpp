@@ -15,7 +15,7 @@ using namespace Mardu::Sentel::Tavlo;
 
 namespace {
 
-std::wstring OwnName()
+std::wstring NewSharedName()
 {
     static int number = 0;
     return L"TavloShared" + std::to_wstring(GetCurrentProcessId()) + L"." + std::to_wstring(++number);
@@ -69,7 +69,7 @@ private:
     }
 
     int count_;
-    std::wstring base_ = OwnName();
+    std::wstring base_ = NewSharedName();
     NamespaceCounts& counts_ = CountInto(base_ + L".counts");
     UniqueHandle ready_{CreateSemaphoreW(nullptr, 0, 1000, (base_ + L".ready").c_str())};
     UniqueHandle start_{CreateEventW(nullptr, TRUE, FALSE, (base_ + L".start").c_str())};
@@ -126,7 +126,7 @@ TEST(SharedNamespace, IsClosedOncePerProcess)
 
 TEST(SharedNamespace, IsOpenedWhenItsCreatorHasEndedAndAnotherKeepsIt)
 {
-    const std::wstring alias = OwnName();
+    const std::wstring alias = NewSharedName();
     NamespaceCounts& counts = CountInto(alias + L".counts");
     PrivateNamespaceParameters parameters;
     parameters.alias = alias;
@@ -149,14 +149,14 @@ TEST(SharedNamespace, HoldsSectionsUnderItsAlias)
 
 TEST(SharedNamespace, MakesThePrefixItsAliasAfterFailuresThatAreTriedAgain)
 {
-    const std::wstring name = OwnName();
+    const std::wstring name = NewSharedName();
     CountInto(name);
     EXPECT_EQ(ChildProcess({L"compute-prefix", name}).ExitCode(), 0u);
 }
 
 TEST(SharedNamespace, IsMadeOnceInAProcessThatAsksForThePrefixAgain)
 {
-    const std::wstring name = OwnName();
+    const std::wstring name = NewSharedName();
     const NamespaceCounts& counts = CountInto(name);
     ASSERT_EQ(ChildProcess({L"compute-prefix", name}).ExitCode(), 0u);
     EXPECT_EQ(counts.created + counts.opened, 1);
@@ -164,7 +164,7 @@ TEST(SharedNamespace, IsMadeOnceInAProcessThatAsksForThePrefixAgain)
 
 TEST(SharedNamespace, IsClosedBeforeItsBoundaryIsDeletedWhenTheProcessEnds)
 {
-    const std::wstring name = OwnName();
+    const std::wstring name = NewSharedName();
     const NamespaceCounts& counts = CountInto(name);
     ASSERT_EQ(ChildProcess({L"compute-prefix", name}).ExitCode(), 0u);
     EXPECT_EQ(counts.closed, 1);
@@ -181,7 +181,7 @@ TEST_P(SectionPrefix, StandsBeforeTheNameThatOpensTheSection)
 
 TEST(SharedSection, UnderAnAliasIsNotFoundByItsBareName)
 {
-    const std::wstring alias = OwnName();
+    const std::wstring alias = NewSharedName();
     const UniqueHandle directory = OpenOrMakeDirectory(alias);
     const NewSection section = CreateSection(alias, 10);
     EXPECT_EQ(Guarded([&] { OpenSection(section.name); }), HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));
