@@ -27,6 +27,9 @@ static_assert(static_cast<int>(Encoding::FloatVector3D) == Tavlo_Float_Vector3D)
 static_assert(static_cast<int>(Encoding::FloatVector4D) == Tavlo_Float_Vector4D);
 static_assert(static_cast<int>(Encoding::ComplexFloatHalfOdd) == Tavlo_Complex_Float_Half_Odd);
 
+constexpr std::string_view reading = "read the image";
+constexpr std::string_view writing = "write the image";
+
 /// The bytes from base on that can be read. A view is one region, as long as its
 /// section in whole pages.
 std::int64_t ReadableBytes(const void* base)
@@ -54,6 +57,14 @@ void CheckSamples(const Descriptor& descriptor, std::int64_t sampleSize, const v
                           std::to_string(range.end) + ", but the section has the bytes 0 to " +
                           std::to_string(size));
     }
+}
+
+tavlo::write_access WriteAccess(const tavlo::image& image)
+{
+    auto access = Attempt(writing, [&] { return image.try_write(); });
+    if (!access)
+        throw Failure(E_ACCESSDENIED, writing, "it is read-only, or it has a writer already");
+    return std::move(*access);
 }
 
 } // namespace
@@ -109,7 +120,7 @@ OpenedImage Open(const ImageOptions& options, TavloAccess access)
 
 void Fill(const tavlo::image& image, const PictureFile& picture, const PartsDone& rowsDone)
 {
-    const auto access = Attempt("write the image", [&] { return image.write(); });
+    const auto access = Attempt(writing, [&] { return image.write(); });
     picture.CopyTo(
         {static_cast<std::uint8_t*>(access.base()), static_cast<std::size_t>(ImageSize(picture.Geometry()))},
         rowsDone);
@@ -117,22 +128,16 @@ void Fill(const tavlo::image& image, const PictureFile& picture, const PartsDone
 }
 
 Reader::Reader(const tavlo::image& image, const Descriptor& descriptor, std::int64_t sampleSize)
+    : access_(Attempt(reading, [&] { return image.read(); })),
+      base_(static_cast<const std::uint8_t*>(access_.base()))
 {
-    constexpr std::string_view purpose = "read the image";
-    access_ = Attempt(purpose, [&] { return image.read(); });
-    base_ = static_cast<const std::uint8_t*>(access_.base());
-    CheckSamples(descriptor, sampleSize, base_, purpose);
+    CheckSamples(descriptor, sampleSize, base_, reading);
 }
 
 Writer::Writer(const tavlo::image& image, const Descriptor& descriptor, std::int64_t sampleSize)
+    : access_(WriteAccess(image)), base_(static_cast<std::uint8_t*>(access_.base()))
 {
-    constexpr std::string_view purpose = "write the image";
-    auto access = Attempt(purpose, [&] { return image.try_write(); });
-    if (!access)
-        throw Failure(E_ACCESSDENIED, purpose, "it is read-only, or it has a writer already");
-    access_ = std::move(*access);
-    base_ = static_cast<std::uint8_t*>(access_.base());
-    CheckSamples(descriptor, sampleSize, base_, purpose);
+    CheckSamples(descriptor, sampleSize, base_, writing);
 }
 
 void Writer::Invalidate(const Rectangle& changed) const

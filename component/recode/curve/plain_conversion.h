@@ -14,13 +14,14 @@ constexpr D PlainConversion(S value) noexcept
     if constexpr (std::is_floating_point_v<S> && std::is_integral_v<D>) {
         using Limits = std::numeric_limits<D>;
         // Powers of two are exact in either float type, the largest integers are not.
+        // NOLINTNEXTLINE(bugprone-integer-division): half of the largest integer plus one is whole
         constexpr S above = static_cast<S>(Limits::max() / 2 + 1) * S{2};
         constexpr S lowest = static_cast<S>(Limits::min());
         if (value >= above)
             return Limits::max();
         if (value <= lowest)
             return Limits::min();
-        if (value != value)
+        if (value != value) // NOLINT(misc-redundant-expression): NaN
             return 0;
     }
     return static_cast<D>(value);

@@ -96,8 +96,10 @@ HWY_INLINE Integers ToIntegers(FloatVector v)
 template <class S, class D>
 HWY_INLINE hn::Vec<D> SignedValue(D tag, hn::Vec<D> value)
 {
-    return std::is_signed_v<S> ? value
-                               : hn::Xor(value, hn::Set(tag, std::numeric_limits<std::int32_t>::min()));
+    if constexpr (std::is_signed_v<S>)
+        return value;
+    else
+        return hn::Xor(value, hn::Set(tag, std::numeric_limits<std::int32_t>::min()));
 }
 
 /// Pixels of a type as sources of the curve.

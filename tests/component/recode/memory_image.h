@@ -1,8 +1,8 @@
 #pragma once
 
 #include "image/layout.h"
-#include "tests/component/recode/first_difference.h"
 #include "tests/component/recode/reference.h"
+#include "tests/first_difference.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #include "recode/lut_recoder.h"
 #include "recode/recode.h"
-#include "tests/component/recode/first_difference.h"
 #include "tests/component/recode/samples.h"
+#include "tests/first_difference.h"
 
 #include <gtest/gtest.h>
 

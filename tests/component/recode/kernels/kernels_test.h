@@ -2,7 +2,7 @@
 
 #include "recode/kernels/kernels.h"
 #include "recode/kernels/thresholds.h"
-#include "tests/component/recode/first_difference.h"
+#include "tests/first_difference.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "recode/kernels/simd_level.h"
 #include "recode/recoders/block_copy.h"
-#include "tests/component/recode/first_difference.h"
+#include "tests/first_difference.h"
 
 #include <gtest/gtest.h>
 
